@@ -1,0 +1,50 @@
+#pragma once
+
+#include <mutex>
+#include <string>
+#include <string_view>
+
+#include "QLMlib/common/nls/Messages.h"
+
+namespace agent {
+
+/// The job's log: opens the file for each line and closes it after, so that it may be moved away at any time.
+/// May be called from any thread; a whole line is written under one lock and in one write.
+class LogManager {
+ public:
+  /// @param logName path of the log file; empty means no log
+  explicit LogManager(std::string logName);
+
+  /// Writes one line: date, time with milliseconds, text. A line feed inside the text becomes a blank unless
+  /// the job built the list itself (see `keepLineFeeds`).
+  /// @return 0 written, 11 no log name or empty text, 9 the file couldn't be opened, 621 a write failed
+  int LogActivityLog(std::string_view msgBuf, bool keepLineFeeds = true);
+
+  /// Replaces the log's path.
+  void setLogName(std::string logName);
+
+  /// Logs message `number`. Text inserts are cut to 4604 bytes, an empty one shows as "<NULL>"; line feeds in
+  /// text inserts become blanks. A message that no catalog holds logs nothing.
+  void logMessage(uint32_t number, std::string_view identifier, MessageInserts inserts = {});
+
+  /// The same with a text of several lines as its only insert, which keeps its line feeds.
+  void logList(uint32_t number, std::string_view identifier, std::string list);
+
+  /// The same as logMessage; the text and a line end go to standard output as well.
+  void logAndPrintMessage(uint32_t number, std::string_view identifier, MessageInserts inserts = {});
+
+  /// Prints the message's text and a line end on standard output only.
+  static void printMessage(uint32_t number, std::string_view identifier, MessageInserts inserts = {});
+
+ private:
+  std::string m_LogName;
+  std::mutex mutex_;
+};
+
+/// The job's log; null until the command line is known. Whoever logs from a lower room uses logJobMessage.
+extern LogManager* naLog;
+
+/// Logs through naLog when there is one.
+void logJobMessage(uint32_t number, std::string_view identifier, MessageInserts inserts = {});
+
+}  // namespace agent
