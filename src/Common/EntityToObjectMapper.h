@@ -9,7 +9,7 @@
 
 namespace agent {
 
-using Row = std::vector<std::string>;   ///< the cells of one data row, or the names of one header row
+using Row = std::vector<std::string>;  ///< the cells of one data row, or the names of one header row
 using Rows = std::vector<Row>;
 
 /// A record that is read from the definition file: attribute names from the header block and data rows are

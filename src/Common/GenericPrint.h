@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "Common/Object.h"
+#include "Common/unix/FileDescriptor.h"
 
 namespace agent {
 
@@ -18,7 +19,7 @@ class GenericPrint : public Object {
   /// Creates the file's directory where it is missing and opens the file, truncating it. A failure is traced
   /// and shows at the first write, so that it ends the job like any other failed write.
   GenericPrint(int format, std::string fileName);
-  ~GenericPrint() override;
+  ~GenericPrint() override = default;
   GenericPrint(const GenericPrint&) = delete;
   GenericPrint& operator=(const GenericPrint&) = delete;
 
@@ -27,10 +28,12 @@ class GenericPrint : public Object {
   void beginNode(std::string_view tag, std::string_view value = {});  ///< "[tag]" or "[tag,value]"
   void endNode(std::string_view tag);                                 ///< "[/tag]"
   void printHeader(const std::vector<std::string>& names);            ///< names joined by ",", unquoted
-  void printData(const std::vector<std::string>& values);             ///< values quoted; empty ones as nothing
+  void printData(const std::vector<std::string>& values);  ///< values quoted; empty ones as nothing
 
   /// @throws VOXIOException when the file can't be closed without loss.
   void closeFile();
+
+  int format() const { return format_; }
 
   /// True once this object has opened (and so truncated) the file itself.
   bool hasOpenedFile() const { return opened_; }
@@ -40,7 +43,7 @@ class GenericPrint : public Object {
 
   int format_;
   std::string fileName_;
-  int descriptor_ = -1;
+  FileDescriptor descriptor_;
   int openError_ = 0;  // errno of a failed open, told at the first write
   bool opened_ = false;
 };
