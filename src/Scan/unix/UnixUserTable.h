@@ -1,0 +1,71 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "Scan/identity/UserTable.h"
+
+namespace agent {
+
+/// The host's user and group database, as far as a scan asks it. Tests give their own.
+class UserDatabase {
+ public:
+  virtual ~UserDatabase() = default;
+
+  /// @return false when there is no entry, for whatever reason
+  virtual bool findUser(uint32_t uid, std::string& name, std::string& description) = 0;
+  virtual bool findGroup(uint32_t gid, std::string& name) = 0;
+};
+
+/// Asks getpwuid(3) and getgrgid(3).
+std::unique_ptr<UserDatabase> systemUserDatabase();
+
+/// Users and groups by number. The database is asked once for each number, however often the walk meets it,
+/// and whatever it answered: an owner that a name service lost for a moment stays an orphan to the end of the
+/// run. Used on the scan's thread only.
+///
+/// Two look-ups stand on the path of every entry. They allocate nothing, and the last owner met answers most.
+class UnixUserTable : public UserTable {
+ public:
+  explicit UnixUserTable(UberTable& uberTable, std::unique_ptr<UserDatabase> database = systemUserDatabase());
+
+  /// Nothing to let go of here.
+  void cleanUP() override {}
+
+  const UserOrGroup* lookup(const Sid& pSid, bool isGroup) override {
+    const Numbers& numbers = isGroup ? groups_ : users_;
+    if (numbers.last != nullptr && numbers.lastId == pSid.id()) return numbers.last;
+    return lookupSlow(pSid, isGroup);
+  }
+
+ private:
+  struct Slot {
+    uint32_t id = 0;
+    const UserOrGroup* record = nullptr;  // null in a free slot
+  };
+
+  /// One kind's numbers: an open-addressed table, at most half full, of a power of two slots.
+  struct Numbers {
+    std::vector<Slot> slots = std::vector<Slot>(64);
+    size_t count = 0;
+    uint32_t lastId = 0;
+    const UserOrGroup* last = nullptr;  // null before the first look-up
+
+    Slot& slotOf(uint32_t id);
+    void insert(uint32_t id, const UserOrGroup* record);
+  };
+
+  const UserOrGroup* lookupSlow(const Sid& pSid, bool isGroup);
+  const UserOrGroup* lookupName(const Sid& pSid, bool isGroup);
+  void lookupUser(const Sid& pSid, UserOrGroup& record);
+  void lookupGroup(const Sid& pSid, UserOrGroup& record);
+
+  std::unique_ptr<UserDatabase> database_;
+  Numbers users_;
+  Numbers groups_;
+};
+
+}  // namespace agent

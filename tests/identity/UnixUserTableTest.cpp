@@ -1,0 +1,160 @@
+#include "Scan/unix/UnixUserTable.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <pwd.h>
+#include <unistd.h>
+
+#include <map>
+
+#include "Scan/identity/UberTable.h"
+#include "Scan/identity/UserOrGroup.h"
+
+namespace agent {
+namespace {
+
+using ::testing::StrEq;
+
+struct Entry {
+  std::string name;
+  std::string description;
+};
+
+/// A database of the test's own, which counts how often each number is asked for.
+class FakeDatabase : public UserDatabase {
+ public:
+  bool findUser(uint32_t uid, std::string& name, std::string& description) override {
+    ++asked[uid];
+    const auto entry = users.find(uid);
+    if (entry == users.end()) return false;
+    name = entry->second.name;
+    description = entry->second.description;
+    return true;
+  }
+  bool findGroup(uint32_t gid, std::string& name) override {
+    ++asked[gid];
+    const auto entry = groups.find(gid);
+    if (entry == groups.end()) return false;
+    name = entry->second.name;
+    return true;
+  }
+
+  std::map<uint32_t, Entry> users;
+  std::map<uint32_t, Entry> groups;
+  std::map<uint32_t, int> asked;
+};
+
+class UnixUserTableTest : public ::testing::Test {
+ protected:
+  FakeDatabase& database() { return *database_; }
+  const UserOrGroup& user(uint32_t uid) { return *table_.lookup(Sid(uid), false); }
+  const UserOrGroup& group(uint32_t gid) { return *table_.lookup(Sid(gid), true); }
+
+ private:
+  UberTable uberTable_;
+  FakeDatabase* database_ = new FakeDatabase;  // the table owns it
+  UnixUserTable table_{uberTable_, std::unique_ptr<UserDatabase>(database_)};
+};
+
+TEST_F(UnixUserTableTest, AUserCarriesItsNameAndDescription) {
+  database().users[1000] = {"anna", "Anna Berg,,,"};
+
+  const UserOrGroup& anna = user(1000);
+
+  EXPECT_EQ(anna.ugID, 1000);
+  EXPECT_EQ(anna.ugGroupID, 0);
+  EXPECT_EQ(anna.ugName, "anna");
+  EXPECT_EQ(anna.ugDescription, "Anna Berg,,,");
+  EXPECT_FALSE(anna.ugRemoved);
+  EXPECT_EQ(anna.ugDomainID, -1);
+  EXPECT_EQ(anna.ugComputerID, -1);
+  EXPECT_EQ(anna.ugType, 1);
+  EXPECT_EQ(anna.ugUserOrGroupType, 1);
+}
+
+TEST_F(UnixUserTableTest, AGroupKeepsItsNumberApartFromThatOfUsers) {
+  database().users[100] = {"staff", "a user of that name"};
+  database().groups[100] = {"staff", ""};
+
+  const UserOrGroup& staff = group(100);
+
+  EXPECT_EQ(staff.ugID, 0);
+  EXPECT_EQ(staff.ugGroupID, 100);
+  EXPECT_EQ(staff.ugDescription, "");
+  EXPECT_EQ(staff.ugType, 2);
+  EXPECT_EQ(staff.ugUserOrGroupType, 2);
+  EXPECT_NE(&staff, &user(100));
+}
+
+TEST_F(UnixUserTableTest, AnOwnerWithoutAnEntryIsAnOrphanNamedByItsNumber) {
+  const UserOrGroup& orphan = user(4711);
+  EXPECT_TRUE(orphan.ugRemoved);
+  EXPECT_EQ(orphan.ugName, "4711");
+  EXPECT_EQ(orphan.ugID, 4711);
+
+  EXPECT_EQ(user(4294967295).ugName, "-1");
+  EXPECT_EQ(user(4294967295).ugID, -1);
+  EXPECT_EQ(group(4294967294).ugName, "-2");
+  EXPECT_EQ(group(4294967294).ugGroupID, -2);
+}
+
+TEST_F(UnixUserTableTest, TheDatabaseIsAskedOncePerNumberHoweverManyThereAre) {
+  database().users[0] = {"root", "root"};
+
+  std::map<uint32_t, const UserOrGroup*> first;
+  for (int round = 0; round < 3; ++round) {
+    // Steps of 2^16 as domains give them out, and neighbours; the table grows several times on the way.
+    for (uint32_t number = 0; number < 1000; ++number) {
+      for (const uint32_t uid : {number, number << 16}) {
+        const UserOrGroup* const record = &user(uid);
+        EXPECT_EQ(first.try_emplace(uid, record).first->second, record);
+        EXPECT_EQ(record->ugID, static_cast<int32_t>(uid));
+      }
+    }
+  }
+
+  EXPECT_EQ(database().asked.size(), 1999U);
+  for (const auto& [uid, times] : database().asked) EXPECT_EQ(times, 1) << uid;
+}
+
+TEST_F(UnixUserTableTest, NumbersOfOneNameAreOneOwner) {
+  database().users[500] = {"web", "first"};
+  database().users[501] = {"web", "second"};
+  database().users[502] = {"1234", "a login of digits"};
+
+  EXPECT_EQ(&user(500), &user(501));
+  EXPECT_EQ(user(501).ugID, 500);
+  // An orphan's name is filed like any other.
+  const UserOrGroup& orphan = user(1234);
+  EXPECT_EQ(&user(502), &orphan);
+  EXPECT_TRUE(user(502).ugRemoved);
+}
+
+TEST_F(UnixUserTableTest, SelectionsSeeNamesCutToTheirLimits) {
+  const std::string name40 = "abcdefghijklmnopqrstuvwxyz0123456789ABCD";
+  database().users[1] = {name40, ""};
+  database().users[2] = {name40.substr(0, 32), ""};
+  database().groups[1] = {name40, ""};
+  database().groups[2] = {"staff", ""};
+
+  EXPECT_THAT(user(1).selectionName(), StrEq(name40.substr(0, 32)));
+  EXPECT_EQ(user(1).ugName, name40);
+  EXPECT_THAT(user(2).selectionName(), StrEq(name40.substr(0, 32)));
+  EXPECT_THAT(group(1).selectionName(), StrEq(name40.substr(0, 16)));
+  EXPECT_THAT(group(2).selectionName(), StrEq("staff"));
+  EXPECT_THAT(user(77).selectionName(), StrEq("77"));
+}
+
+TEST(SystemUserDatabaseTest, AnswersWhatTheHostKnows) {
+  std::string name;
+  std::string description;
+  ASSERT_TRUE(systemUserDatabase()->findUser(0, name, description));
+  EXPECT_EQ(name, getpwuid(0)->pw_name);
+  EXPECT_EQ(description, getpwuid(0)->pw_gecos);
+  ASSERT_TRUE(systemUserDatabase()->findGroup(0, name));
+  EXPECT_FALSE(systemUserDatabase()->findUser(3999999999, name, description));
+  EXPECT_FALSE(systemUserDatabase()->findGroup(3999999999, name));
+}
+
+}  // namespace
+}  // namespace agent
