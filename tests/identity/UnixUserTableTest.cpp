@@ -122,8 +122,9 @@ TEST_F(UnixUserTableTest, NumbersOfOneNameAreOneOwner) {
   database().users[501] = {"web", "second"};
   database().users[502] = {"1234", "a login of digits"};
 
-  EXPECT_EQ(&user(500), &user(501));
-  EXPECT_EQ(user(501).ugID, 500);
+  const UserOrGroup& web = user(500);
+  EXPECT_EQ(&user(501), &web);
+  EXPECT_EQ(web.ugID, 500);
   // An orphan's name is filed like any other.
   const UserOrGroup& orphan = user(1234);
   EXPECT_EQ(&user(502), &orphan);
