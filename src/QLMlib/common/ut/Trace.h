@@ -16,8 +16,8 @@ class TraceFlag {
   std::atomic<unsigned char> value_{0};
 };
 
-extern TraceFlag TR_MIN, TR_MID, TR_MAX;      // how much the job tells: MIN, MID and MAX of option -debug
-extern TraceFlag TR_ENTER, TR_EXIT;           // "Enter: " and "Exit: " of functions, with MAX
+extern TraceFlag TR_MIN, TR_MID, TR_MAX;  // how much the job tells: MIN, MID and MAX of option -debug
+extern TraceFlag TR_ENTER, TR_EXIT;       // "Enter: " and "Exit: " of functions, with MAX
 extern TraceFlag TR_ERROR, TR_GENERAL, TR_DEBUG, TR_EVENT;
 extern TraceFlag TR_FILEOPS, TR_FS, TR_FSPS, TR_NLS;
 extern TraceFlag TR_MEMORY, TR_MEMDETAIL, TR_MEMLEAK;
@@ -49,15 +49,17 @@ class TraceScope {
 }  // namespace agent
 
 /// TRACE(TR_MAX, "format", ...): one test of a byte while the class is off; no argument is evaluated then.
-#define TRACE(flag, ...)                                          \
-  do {                                                            \
-    if (::agent::flag) {                                          \
-      ::agent::traceWrite(__FILE__, __LINE__, __VA_ARGS__);       \
-    }                                                             \
+#define TRACE(flag, ...)                                    \
+  do {                                                      \
+    if (::agent::flag) {                                    \
+      ::agent::traceWrite(__FILE__, __LINE__, __VA_ARGS__); \
+    }                                                       \
   } while (false)
 
 #define TRACE_SCOPE_NAME2(line) traceScope##line
 #define TRACE_SCOPE_NAME(line) TRACE_SCOPE_NAME2(line)
 /// TRACE_SCOPE("Scanner::scan()"): "Enter: ..." here, "Exit: ..." at the end of the enclosing block.
-#define TRACE_SCOPE(name) \
-  const ::agent::TraceScope TRACE_SCOPE_NAME(__LINE__) { __FILE__, __LINE__, name }
+#define TRACE_SCOPE(name)                                \
+  const ::agent::TraceScope TRACE_SCOPE_NAME(__LINE__) { \
+    __FILE__, __LINE__, name                             \
+  }

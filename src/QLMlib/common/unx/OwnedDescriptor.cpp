@@ -1,0 +1,60 @@
+#include "QLMlib/common/unx/OwnedDescriptor.h"
+
+#include <cerrno>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace agent {
+
+OwnedDescriptor& OwnedDescriptor::operator=(OwnedDescriptor&& other) noexcept {
+  if (this != &other) {
+    close();
+    descriptor_ = std::exchange(other.descriptor_, -1);
+  }
+  return *this;
+}
+
+int OwnedDescriptor::close() {
+  if (descriptor_ == -1) return 0;
+  return ::close(std::exchange(descriptor_, -1)) == 0 ? 0 : errno;
+}
+
+OwnedDescriptor openFile(const char* path, int flags, mode_t mode) {
+  int descriptor;
+  do {
+    descriptor = ::open(path, flags | O_CLOEXEC, mode);
+  } while (descriptor == -1 && errno == EINTR);
+  return OwnedDescriptor(descriptor);
+}
+
+int writeAll(int descriptor, std::string_view bytes, off_t position) {
+  while (!bytes.empty()) {
+    const ssize_t written = position == -1 ? ::write(descriptor, bytes.data(), bytes.size())
+                                           : ::pwrite(descriptor, bytes.data(), bytes.size(), position);
+    if (written == -1) {
+      if (errno == EINTR) continue;
+      return errno;
+    }
+    if (written == 0) return ENOSPC;  // no progress and no reason: end it rather than spin
+    bytes.remove_prefix(static_cast<std::size_t>(written));
+    if (position != -1) position += written;
+  }
+  return 0;
+}
+
+ssize_t readAt(int descriptor, char* buffer, std::size_t size, off_t position) {
+  std::size_t done = 0;
+  while (done < size) {
+    const ssize_t got = ::pread(descriptor, buffer + done, size - done, position + static_cast<off_t>(done));
+    if (got == -1) {
+      if (errno == EINTR) continue;
+      return -1;
+    }
+    if (got == 0) break;
+    done += static_cast<std::size_t>(got);
+  }
+  return static_cast<ssize_t>(done);
+}
+
+}  // namespace agent

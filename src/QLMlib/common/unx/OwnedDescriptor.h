@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+#include <utility>
+
+#include <sys/types.h>
+
+namespace agent {
+
+/// Owns one file descriptor and closes it. Movable; -1 means none.
+class OwnedDescriptor {
+ public:
+  OwnedDescriptor() = default;
+  explicit OwnedDescriptor(int descriptor) : descriptor_(descriptor) {}
+  OwnedDescriptor(OwnedDescriptor&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
+  OwnedDescriptor& operator=(OwnedDescriptor&& other) noexcept;
+  OwnedDescriptor(const OwnedDescriptor&) = delete;
+  OwnedDescriptor& operator=(const OwnedDescriptor&) = delete;
+  ~OwnedDescriptor() { close(); }
+
+  int get() const { return descriptor_; }
+  explicit operator bool() const { return descriptor_ != -1; }
+
+  /// Gives the descriptor up to the caller.
+  int release() { return std::exchange(descriptor_, -1); }
+
+  /// Closes now. Never retried: Linux has freed the number even where close(2) reports EINTR.
+  /// @return 0 or errno of close(2); 0 where there is none
+  int close();
+
+ private:
+  int descriptor_ = -1;
+};
+
+/// open(2) with O_CLOEXEC, retried on EINTR. An empty handle and errno on failure.
+OwnedDescriptor openFile(const char* path, int flags, mode_t mode = 0);
+
+/// Writes all of `bytes`, in one write(2) where the system lets it.
+/// @param position offset in the file, or -1 to write where the descriptor stands
+/// @return 0 or errno
+int writeAll(int descriptor, std::string_view bytes, off_t position = -1);
+
+/// Reads up to `size` bytes from `position`, short only at the end of the file.
+/// @return bytes read, or -1 and errno
+ssize_t readAt(int descriptor, char* buffer, std::size_t size, off_t position);
+
+}  // namespace agent

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "QLMlib/common/unx/OwnedDescriptor.h"
+
+namespace agent {
+
+/// How one log file is kept. The defaults are a plain file that grows and is never wrapped or pruned.
+struct LogFileSettings {
+  std::string path;                // fewer than 1,024 bytes
+  uint32_t wrapSize = 0;           // bytes at which the file wraps over itself; 0: it never wraps
+  uint32_t retentionDays = 10000;  // lines older than this are pruned at open; 10000: never
+  char pruneMode = 'D';            // 'D' deletes pruned lines, 'S' appends them to saveFile
+  std::string saveFile;            // name, in the log's directory
+};
+
+/// One log file of the runtime library.
+///
+/// Order of calls: open, any number of writes, close; then again from open. The owner serialises the calls;
+/// different objects may be used from different threads.
+class LogFile {
+ public:
+  explicit LogFile(LogFileSettings settings);
+
+  /// Creates missing directories and the file, prunes, and opens for writing.
+  /// @return 0, or -1 with the reason in lastErrno
+  int open();
+
+  /// Writes `text` as it stands: a line with its line feed, or several. In a plain file it goes out in one
+  /// write(2) at the file's end, so that lines of other processes stay whole.
+  /// @return 0, or 621 with the reason in lastErrno
+  int write(std::string_view text);
+
+  /// @return 0, or 10 if the system reports that what was written may be lost
+  int close();
+
+  bool isOpen() const { return static_cast<bool>(descriptor_); }
+
+  /// errno of the last failure.
+  int lastErrno() const { return lastErrno_; }
+
+  const LogFileSettings& settings() const { return settings_; }
+
+ private:
+  LogFileSettings settings_;
+  OwnedDescriptor descriptor_;
+  int lastErrno_ = 0;
+};
+
+}  // namespace agent
