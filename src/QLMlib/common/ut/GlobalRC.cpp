@@ -1,0 +1,148 @@
+#include "QLMlib/common/ut/GlobalRC.h"
+
+#include <algorithm>
+#include <array>
+
+#include "QLMlib/common/ut/Trace.h"
+#include "QLMlib/common/ut/TraceClasses.h"
+
+namespace agent {
+namespace {
+
+constexpr int32_t warning = 4;
+constexpr int32_t severeWarning = 8;
+constexpr int32_t error = 12;
+
+constexpr uint32_t auditLogMessage = 250;
+constexpr uint32_t internalErrorMessage = 263;
+
+constexpr char acquireFailure[] = "Unable to acquire global rc mutex\n";
+constexpr char releaseFailure[] = "Unable to release global rc mutex\n";
+
+/// Messages that count 4 whatever severity the catalog gives them.
+bool isFixedWarning(uint32_t msgNum) {
+  static constexpr std::array<uint32_t, 34> numbers{
+      201, 202, 203, 204, 206, 207, 208, 209, 210, 212, 214, 215, 218, 219, 220, 221, 222,
+      223, 230, 235, 249, 251, 252, 253, 254, 255, 256, 257, 258, 259, 260, 261, 262, 266};
+  return std::find(numbers.begin(), numbers.end(), msgNum) != numbers.end();
+}
+
+int32_t returnCodeOfSeverity(uint8_t severity) {
+  // Z, T, R, K, I, W, E, S, L, 9. K counts with the errors, above W: that is no slip.
+  static constexpr std::array<int32_t, 10> codes{0, 0, 0, error, 0, severeWarning, error, error, 0, 0};
+  return severity < codes.size() ? codes[severity] : 0;
+}
+
+}  // namespace
+
+GlobalRC* GlobalRC::instanceP = nullptr;
+GlobalRC* gRC = nullptr;
+
+GlobalRC* GlobalRC::getInstance() {
+  if (instanceP == nullptr) instanceP = new GlobalRC;
+  return instanceP;
+}
+
+GlobalRC::GlobalRC() : mutex_(pkCreateMutex()) {}
+
+GlobalRC::~GlobalRC() {
+  instanceP = nullptr;
+}
+
+bool GlobalRC::set(uint32_t msgNum) {
+  if (!acquire()) return false;
+  TRACE(TR_EXTRC_DETAIL, "msgNum = %u.\n", msgNum);
+  traceFields("Before");
+  const int32_t msgRC = returnCodeOf(msgNum);
+  TRACE(TR_EXTRC_DETAIL, "msgRC = %d.\n", msgRC);
+  const bool raised = raise(msgNum, msgRC);
+  traceFields("After");
+  return release() && raised;
+}
+
+int32_t GlobalRC::returnCodeOf(uint32_t msgNum) const {
+  if (isFixedWarning(msgNum)) return warning;
+  if (msgNum == internalErrorMessage) return error;
+  if (msgNum == auditLogMessage) {
+    if (!TEST_AUDITLOGRC) return error;
+    return TEST_AUDITLOGRC.value >= 1 ? TEST_AUDITLOGRC.value.load() : severeWarning;
+  }
+  return services_.severity == nullptr ? 0 : returnCodeOfSeverity(services_.severity(msgNum));
+}
+
+bool GlobalRC::raise(uint32_t msgNum, int32_t msgRC) {
+  if (msgRC <= rc) return false;
+  TRACE(TR_EXTRC, "msgNum = %u changed the Global RC.\n", msgNum);
+  TRACE(TR_EXTRC, "Old values: rc = %d, rcMacroMax = %d, rcMax = %d.\n", rc, rcMacroMax, rcMax);
+  rc = msgRC;
+  rcMacroMax = std::max(rcMacroMax, rc);
+  rcMax = std::max(rcMax, rcMacroMax);
+  TRACE(TR_EXTRC, "New values: rc = %d, rcMacroMax = %d, rcMax = %d.\n", rc, rcMacroMax, rcMax);
+  return true;
+}
+
+void GlobalRC::traceFields(const char* when) const {
+  TRACE(TR_EXTRC_DETAIL, "%s processing, rc = %d, rcMacroMax = %d, rcMax = %d.\n", when, rc, rcMacroMax,
+        rcMax);
+}
+
+bool GlobalRC::acquire() {
+  if (pkAcquireMutex(mutex_.get()) == 0) return true;
+  TRACE(TR_EXTRC, acquireFailure);
+  if (services_.internalError != nullptr) services_.internalError(__FILE__, __LINE__, acquireFailure);
+  return false;
+}
+
+bool GlobalRC::release() {
+  if (pkReleaseMutex(mutex_.get()) == 0) return true;
+  TRACE(TR_EXTRC, releaseFailure);
+  if (services_.internalError != nullptr) services_.internalError(__FILE__, __LINE__, releaseFailure);
+  return false;
+}
+
+/// Does `work` under the mutex; where that can't be had the failure is reported and the work done all the
+/// same.
+template <typename Work>
+auto GlobalRC::underMutex(const char* operation, Work work) {
+  TRACE(TR_EXTRC_DETAIL, "GlobalrC::%s() entry.\n", operation);
+  const bool held = acquire();
+  const auto result = work();
+  if (held) release();
+  TRACE(TR_EXTRC_DETAIL, "GlobalrC::%s() exit.\n", operation);
+  return result;
+}
+
+int32_t GlobalRC::get() {
+  return underMutex("get", [this] { return rc; });
+}
+
+int32_t GlobalRC::getMacroMax() {
+  return underMutex("getMacroMax", [this] { return rcMacroMax; });
+}
+
+int32_t GlobalRC::getMax() {
+  return underMutex("getMax", [this] { return rcMax; });
+}
+
+bool GlobalRC::clearRC() {
+  return underMutex("clearRC", [this] {
+    rc = 0;
+    return true;
+  });
+}
+
+bool GlobalRC::clearMacroRC() {
+  return underMutex("clearMacroRC", [this] {
+    rc = rcMacroMax = 0;
+    return true;
+  });
+}
+
+bool GlobalRC::clearAllRC() {
+  return underMutex("clearAllRC", [this] {
+    rc = rcMacroMax = rcMax = 0;
+    return true;
+  });
+}
+
+}  // namespace agent
