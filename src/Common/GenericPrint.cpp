@@ -57,7 +57,7 @@ GenericPrint::GenericPrint(int format, std::string fileName)
     }
   }
   // 0666 as every ordinary file: the umask of the agent decides who may read results.
-  descriptor_ = FileDescriptor::open(fileName_, O_WRONLY | O_CREAT | O_TRUNC, 0666);
+  descriptor_ = openFile(fileName_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
   if (!descriptor_) {
     openError_ = errno;
     TRACE(TR_MIN, "Unable to open file: %s\n", fileName_.c_str());
@@ -112,13 +112,13 @@ void GenericPrint::writeLine(std::string line) {
   if (!descriptor_) throwWriteFailure("open", fileName_, openError_);
   line += '\n';
   // Nothing is kept back: a reader of the growing file sees whole lines, and a full disk shows at its line.
-  if (!descriptor_.writeAll(line)) throwWriteFailure("write", fileName_, errno);
+  if (const int error = writeAll(descriptor_.get(), line)) throwWriteFailure("write", fileName_, error);
 }
 
 void GenericPrint::closeFile() {
   if (!opened_) throwWriteFailure("open", fileName_, openError_);
   // A file on a network mount tells a lost write no earlier than here.
-  if (!descriptor_.close()) throwWriteFailure("close", fileName_, errno);
+  if (const int error = descriptor_.close()) throwWriteFailure("close", fileName_, error);
 }
 
 }  // namespace agent

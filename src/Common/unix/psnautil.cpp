@@ -5,6 +5,7 @@
 
 #include <cerrno>
 
+#include "QLMlib/common/unx/DirectoryPath.h"
 #include "QLMlib/common/ut/Trace.h"
 
 namespace agent {
@@ -14,20 +15,6 @@ namespace {
 std::string withoutQuotes(const std::string& path) {
   const bool quoted = path.size() > 2 && path.front() == '"' && path.back() == '"';
   return quoted ? path.substr(1, path.size() - 2) : path;
-}
-
-/// mkdir(2) that is content with a directory of that name, however it came there: another job may be first.
-bool makeDirectory(const std::string& path) {
-  if (::mkdir(path.c_str(), 0777) == 0) return true;
-  const int reason = errno;
-  struct stat status;
-  if (::stat(path.c_str(), &status) == 0) {
-    if (S_ISDIR(status.st_mode)) return true;
-    errno = ENOTDIR;
-    return false;
-  }
-  errno = reason;
-  return false;
 }
 
 }  // namespace
@@ -49,13 +36,10 @@ bool psFileExist(const std::string& path) {
 }
 
 int psMkdir(const std::string& path) {
-  const std::string cleanPath = withoutQuotes(path);
-  // From the top down; a "/" that ends the path or follows another makes the same directory once more.
-  for (size_t slash = cleanPath.find('/', 1); slash != std::string::npos;
-       slash = cleanPath.find('/', slash + 1)) {
-    if (!makeDirectory(cleanPath.substr(0, slash))) return -1;
-  }
-  return makeDirectory(cleanPath) ? 0 : -1;
+  const int error = makeDirectoryPath(withoutQuotes(path));
+  if (error == 0) return 0;
+  errno = error;
+  return -1;
 }
 
 }  // namespace agent

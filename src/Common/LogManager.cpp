@@ -1,0 +1,123 @@
+#include "Common/LogManager.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <ctime>
+#include <utility>
+
+#include "QLMlib/common/nls/DateTimeFormat.h"
+#include "QLMlib/common/ut/LogFile.h"
+#include "QLMlib/common/ut/Trace.h"
+
+namespace agent {
+
+LogManager* naLog = nullptr;
+
+namespace {
+
+constexpr int kNothingToLog = 11;
+constexpr int kNotOpened = 9;
+constexpr size_t kLongestInsert = 4604;
+constexpr const char* kEmptyInsert = "<NULL>";
+
+void lineFeedsToBlanks(std::string& text) {
+  std::replace(text.begin(), text.end(), '\n', ' ');
+}
+
+/// Text inserts as messages take them: never empty, never endless.
+void shapeTextInserts(MessageInserts& inserts, bool keepLineFeeds) {
+  for (MessageInsert& insert : inserts) {
+    auto* text = std::get_if<std::string>(&insert);
+    if (text == nullptr) continue;
+    if (text->empty()) *text = kEmptyInsert;
+    if (text->size() > kLongestInsert) text->resize(kLongestInsert);
+    if (!keepLineFeeds) lineFeedsToBlanks(*text);
+  }
+}
+
+/// The message's text as the log shows it: its head is the identifier that the caller knows it by, unless it
+/// is one of the plain texts (T).
+std::string textOfMessage(uint32_t number, std::string_view identifier, const MessageInserts& inserts) {
+  std::string text = formatMessage(number, identifier, inserts);
+  if (!text.empty() && !identifier.empty() && identifier.back() != 'T') {
+    text.replace(0, identifier.size(), identifier);
+  }
+  return text;
+}
+
+/// Standard output may be a closed pipe: what can't be printed is lost, the log has it.
+void printLine(std::string text) {
+  if (text.empty()) return;
+  if (text.back() != '\n') text += '\n';
+  std::fwrite(text.data(), 1, text.size(), stdout);
+  std::fflush(stdout);
+}
+
+}  // namespace
+
+LogManager::LogManager(std::string logName) : m_LogName(std::move(logName)) {}
+
+int LogManager::LogActivityLog(std::string_view msgBuf, bool keepLineFeeds) {
+  TRACE(TR_ENTER, "Enter %s, msgBuf : %.*s\n", "LogActivityLog", static_cast<int>(msgBuf.size()),
+        msgBuf.data());
+  const std::lock_guard<std::mutex> lock(mutex_);
+  if (m_LogName.empty() || msgBuf.empty()) {
+    TRACE(TR_EXIT, "Exit %s, m_LogName not defined.\n", "LogActivityLog");
+    return kNothingToLog;
+  }
+  LogFileSettings settings;
+  settings.path = m_LogName;
+  LogFile file(settings);
+  if (file.open() != 0) {
+    TRACE(TR_EXIT, "Exit: %s, could not open %s.\n", "LogActivityLog", m_LogName.c_str());
+    return kNotOpened;
+  }
+  std::timespec now;
+  std::timespec_get(&now, TIME_UTC);  // under the lock, so that the lines of a log stand in order of time
+  std::string line = timeStampText(now);
+  line += ' ';
+  const size_t textStart = line.size();
+  line += msgBuf;
+  if (line.back() == '\n') line.pop_back();
+  if (!keepLineFeeds)
+    std::replace(line.begin() + static_cast<std::ptrdiff_t>(textStart), line.end(), '\n', ' ');
+  line += '\n';
+  const int result = file.write(line);
+  file.close();
+  return result;
+}
+
+void LogManager::setLogName(std::string logName) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  TRACE(TR_MAX, "Changing log from %s to %s\n", m_LogName.c_str(), logName.c_str());
+  m_LogName = std::move(logName);
+}
+
+void LogManager::logMessage(uint32_t number, std::string_view identifier, MessageInserts inserts) {
+  shapeTextInserts(inserts, false);
+  LogActivityLog(textOfMessage(number, identifier, inserts));
+}
+
+void LogManager::logList(uint32_t number, std::string_view identifier, std::string list) {
+  MessageInserts inserts{std::move(list)};
+  shapeTextInserts(inserts, true);
+  LogActivityLog(textOfMessage(number, identifier, inserts));
+}
+
+void LogManager::logAndPrintMessage(uint32_t number, std::string_view identifier, MessageInserts inserts) {
+  shapeTextInserts(inserts, false);
+  std::string text = textOfMessage(number, identifier, inserts);
+  LogActivityLog(text);
+  printLine(std::move(text));
+}
+
+void LogManager::printMessage(uint32_t number, std::string_view identifier, MessageInserts inserts) {
+  shapeTextInserts(inserts, false);
+  printLine(textOfMessage(number, identifier, inserts));
+}
+
+void logJobMessage(uint32_t number, std::string_view identifier, MessageInserts inserts) {
+  if (naLog != nullptr) naLog->logMessage(number, identifier, std::move(inserts));
+}
+
+}  // namespace agent

@@ -1,0 +1,63 @@
+#include "Common/EntityToObjectMapper.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <string>
+
+#include "Common/VoxObjectCreationException.h"
+
+namespace agent::test {
+namespace {
+
+/// Code and text of the refusal, or "taken".
+std::string refusalOf(const Row& header, const Rows& rows) {
+  try {
+    theRow(header, rows, "row and header differ");
+  } catch (const VoxObjectCreationException& failure) {
+    return std::to_string(failure.getCode()) + " " + failure.getMessage();
+  }
+  return "taken";
+}
+
+TEST(EntityToObjectMapperTest, ARowMustBeAsLongAsItsHeader) {
+  const Row header{"asJobName", "asScanningCompID"};
+  EXPECT_EQ(refusalOf(header, {{"daily", "17"}}), "taken");
+  EXPECT_EQ(refusalOf(header, {{"daily", "17"}, {"one cell"}}), "taken");  // only the first counts
+  EXPECT_EQ(refusalOf(header, {{"daily"}}), "325 row and header differ");
+  EXPECT_EQ(refusalOf(header, {{"daily", "17", "more"}}), "325 row and header differ");
+  EXPECT_EQ(refusalOf(header, {}), "325 row and header differ");  // no row is a row of no cells
+  EXPECT_EQ(refusalOf({}, {}), "taken");
+}
+
+TEST(EntityToObjectMapperTest, NumbersAreWhatTheLeadingDigitsGive) {
+  const struct {
+    const char* cell;
+    int16_t narrow;
+    int32_t word;
+    int64_t wide;
+  } cases[] = {
+      {"17", 17, 17, 17},
+      {" \t-17 files", -17, -17, -17},
+      {"+5", 5, 5, 5},
+      {"+-5", 0, 0, 0},
+      {"-", 0, 0, 0},
+      {"", 0, 0, 0},
+      {"0x10", 0, 0, 0},
+      {"seven", 0, 0, 0},
+      {"1.9", 1, 1, 1},
+      {"70000", 4464, 70000, 70000},              // 16 bits keep the low bits
+      {"4294967295", -1, INT32_MAX, 4294967295},  // 32 bits hold at the limit
+      {"-4294967297", -1, INT32_MIN, -4294967297},
+      {"99999999999999999999", -1, INT32_MAX, INT64_MAX},  // and so do 64
+      {"-99999999999999999999", 0, INT32_MIN, INT64_MIN},
+  };
+  for (const auto& testCase : cases) {
+    EXPECT_EQ(toInt16(testCase.cell), testCase.narrow) << testCase.cell;
+    EXPECT_EQ(toInt32(testCase.cell), testCase.word) << testCase.cell;
+    EXPECT_EQ(toInt64(testCase.cell), testCase.wide) << testCase.cell;
+  }
+}
+
+}  // namespace
+}  // namespace agent::test

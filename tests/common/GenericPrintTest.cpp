@@ -1,0 +1,173 @@
+#include "Common/GenericPrint.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <chrono>
+#include <string>
+
+#include "Common/ComputerID.h"
+#include "Common/VOXIOException.h"
+#include "common/RefusedCalls.h"
+#include "common/TemporaryDirectory.h"
+
+namespace agent::test {
+namespace {
+
+using namespace std::string_literals;
+
+class GenericPrintTest : public testing::Test {
+ protected:
+  std::string result() const { return content(directory_ / "out/result.dat"); }
+  std::string path() const { return directory_ / "out/result.dat"; }
+
+  /// What a failed operation tells, as "message|detail|cause".
+  template <typename Operation>
+  static std::string failureOf(Operation operation) {
+    try {
+      operation();
+    } catch (const VOXIOException& failure) {
+      return failure.getMessage() + "|" + failure.getDetail() + "|" + failure.getCause();
+    }
+    return "none";
+  }
+
+  TemporaryDirectory directory_;
+};
+
+TEST_F(GenericPrintTest, WritesTagsAndRowsAsTheGrammarHasThem) {
+  GenericPrint gp(GenericPrint::VOX_FORMAT, path());
+  gp.beginNode("Header");
+  gp.beginNode("AgentScan", "");
+  gp.printHeader({"asJobName", "asScanningCompID"});
+  gp.endNode("Header");
+  gp.beginNode("AgentScan", "daily");
+  gp.printData({"daily", "17"});
+  gp.endNode("AgentScan");
+  gp.closeFile();
+  gp.closeFile();  // a second close is nothing
+
+  EXPECT_TRUE(gp.hasOpenedFile());
+  EXPECT_EQ(result(),
+            "[Header]\n"
+            "[AgentScan]\n"
+            "asJobName,asScanningCompID\n"
+            "[/Header]\n"
+            "[AgentScan,daily]\n"
+            "\"daily\",\"17\"\n"
+            "[/AgentScan]\n");
+}
+
+TEST_F(GenericPrintTest, QuotesEveryValueSoThatARowStaysOneLine) {
+  GenericPrint gp(GenericPrint::VOX_FORMAT, path());
+  gp.printData({"", "", ""});                 // nothing between the commas
+  gp.printData({"null", "a,b"});              // the word and the comma are text
+  gp.printData({"\"", "say \"\"twice\"\""});  // each quote is doubled
+  gp.printData({"two\nlines\r\n", "[Tag]"});  // line ends become blanks
+  gp.printData({"nul\0byte"s, "caf\xe9"});    // other bytes stay as they are
+  gp.closeFile();
+
+  EXPECT_EQ(result(),
+            ",,\n"
+            "\"null\",\"a,b\"\n"
+            "\"\"\"\",\"say \"\"\"\"twice\"\"\"\"\"\n"
+            "\"two lines  \",\"[Tag]\"\n"
+            "\"nul\0byte\",\"caf\xe9\"\n"s);
+  ;
+}
+
+TEST_F(GenericPrintTest, ARowOfMegabytesOfQuotesTakesTimeInProportionToItsSize) {
+  GenericPrint gp(GenericPrint::VOX_FORMAT, path());
+  const auto start = std::chrono::steady_clock::now();
+  gp.printData({std::string(5'000'000, '"')});
+  const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
+  gp.closeFile();
+
+  EXPECT_EQ(result(), std::string(10'000'002, '"') + "\n");
+  EXPECT_LT(elapsed.count(), 5.0);
+}
+
+TEST_F(GenericPrintTest, OneLineIsOneWrite) {
+  GenericPrint gp(GenericPrint::VOX_FORMAT, path());
+  const RefusedCalls calls;
+  gp.printData({"a", std::string(100'000, 'b'), "c"});
+  gp.endNode("AgentScan");
+  EXPECT_EQ(calls.writes, 2);
+}
+
+TEST_F(GenericPrintTest, InterruptedAndShortWritesLoseNothing) {
+  GenericPrint gp(GenericPrint::VOX_FORMAT, path());
+  RefusedCalls calls;
+  calls.interruptions = 2;
+  calls.longestWrite = 3;
+  gp.printData({"abcdef", "gh"});
+  gp.closeFile();
+  EXPECT_EQ(result(), "\"abcdef\",\"gh\"\n");
+}
+
+TEST_F(GenericPrintTest, AFullDiskIsToldAtItsLine) {
+  GenericPrint gp(GenericPrint::VOX_FORMAT, path());
+  RefusedCalls calls;
+  calls.writeErrorAfter = 1;
+  calls.writeError = ENOSPC;
+  gp.beginNode("AgentScan");
+  EXPECT_EQ(failureOf([&] { gp.endNode("AgentScan"); }),
+            "ERROR: writing data to file failed|write '" + path() + "'|No space left on device");
+}
+
+TEST_F(GenericPrintTest, AFailedCloseCountsAsAFailedWrite) {
+  GenericPrint gp(GenericPrint::VOX_FORMAT, path());
+  RefusedCalls calls;
+  calls.closeError = EIO;
+  EXPECT_EQ(failureOf([&] { gp.closeFile(); }),
+            "ERROR: writing data to file failed|close '" + path() + "'|Input/output error");
+}
+
+TEST_F(GenericPrintTest, AFileThatCantBeOpenedFailsAtTheFirstWrite) {
+  const std::string file = directory_.file("plain");
+  const struct {
+    std::string path;
+    std::string detail;  // and reason
+  } cases[] = {
+      {"", "open ''|no file name"},
+      {directory_.path(), "open '" + directory_.path() + "'|Is a directory"},
+      {file + "/result.dat", "open '" + file + "/result.dat'|Not a directory"},
+  };
+  for (const auto& testCase : cases) {
+    GenericPrint gp(GenericPrint::VOX_FORMAT, testCase.path);
+    EXPECT_FALSE(gp.hasOpenedFile());
+    const std::string expected = "ERROR: writing data to file failed|" + testCase.detail;
+    EXPECT_EQ(failureOf([&] { gp.beginNode("AgentScan"); }), expected);
+    EXPECT_EQ(failureOf([&] { gp.closeFile(); }), expected);
+  }
+}
+
+TEST_F(GenericPrintTest, AnOlderResultOfTheSameNameIsReplaced) {
+  directory_.file("out/result.dat", "an older and longer result\n");
+  GenericPrint gp(GenericPrint::VOX_FORMAT, path());
+  gp.beginNode("AgentScan");
+  gp.closeFile();
+  EXPECT_EQ(result(), "[AgentScan]\n");
+}
+
+TEST_F(GenericPrintTest, ComputerIdIsReadBackAsItIsPrinted) {
+  GenericPrint gp(GenericPrint::VOX_FORMAT, path());
+  ComputerID::printHeader(gp);
+  ComputerID(17).printData(gp);
+  EXPECT_EQ(result(), "[ComputerID]\ncomputerID\n[ComputerID]\n\"17\"\n");
+
+  ComputerID id(-1);
+  id.loadData({"other", ComputerID::COMPUTER_ID}, {"5", "17"});
+  EXPECT_EQ(id.computerId, 17);
+  id.loadData({ComputerID::COMPUTER_ID}, {"18", "19"});  // a row of the wrong length changes nothing
+  EXPECT_EQ(id.computerId, 17);
+
+  EXPECT_EQ(ComputerID::cachedId(), -1);
+  ComputerID::cachedCID = std::make_unique<ComputerID>(17);
+  EXPECT_EQ(ComputerID::cachedId(), 17);
+  ComputerID::cachedCID.reset();
+}
+
+}  // namespace
+}  // namespace agent::test

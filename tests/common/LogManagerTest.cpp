@@ -1,0 +1,92 @@
+#include "Common/LogManager.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "common/RefusedCalls.h"
+#include "common/TemporaryDirectory.h"
+
+namespace agent::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::MatchesRegex;
+
+constexpr const char* kTime = "[0-9]+/[0-9]+/[0-9]+ [0-9]+:[0-9]+:[0-9]+\\.[0-9][0-9][0-9] ";
+
+class LogManagerTest : public testing::Test {
+ protected:
+  std::string path() const { return directory_ / "log/srv/scan.log"; }
+
+  TemporaryDirectory directory_;
+};
+
+TEST_F(LogManagerTest, ALineIsDateTimeAndText) {
+  LogManager log(path());
+  EXPECT_EQ(log.LogActivityLog("first"), 0);
+  EXPECT_EQ(log.LogActivityLog("second\n"), 0);  // gets no second line end
+  EXPECT_EQ(log.LogActivityLog("a\nlist"), 0);
+  EXPECT_EQ(log.LogActivityLog("a\nname\n", false), 0);
+  EXPECT_THAT(content(path()), MatchesRegex(std::string(kTime) + "first\n" + kTime + "second\n" + kTime +
+                                            "a\nlist\n" + kTime + "a name\n"));
+}
+
+TEST_F(LogManagerTest, ALineGoesOutInOneWriteHoweverLongItIs) {
+  LogManager log(path());
+  const RefusedCalls calls;
+  EXPECT_EQ(log.LogActivityLog(std::string(1'000'000, 'x')), 0);
+  EXPECT_EQ(calls.writes, 1);
+  EXPECT_GT(content(path()).size(), 1'000'000u);
+}
+
+TEST_F(LogManagerTest, WhatCantBeLoggedIsToldByItsCode) {
+  LogManager nowhere("");
+  EXPECT_EQ(nowhere.LogActivityLog("text"), 11);
+  LogManager log(path());
+  EXPECT_EQ(log.LogActivityLog(""), 11);
+  LogManager unopened(directory_.file("file") + "/scan.log");
+  EXPECT_EQ(unopened.LogActivityLog("text"), 9);
+  RefusedCalls calls;
+  calls.writeErrorAfter = 0;
+  calls.writeError = ENOSPC;
+  EXPECT_EQ(log.LogActivityLog("text"), 621);
+}
+
+TEST_F(LogManagerTest, TheLogMayMoveBetweenTwoLines) {
+  LogManager log(path());
+  log.LogActivityLog("here");
+  log.setLogName(directory_ / "other.log");
+  log.LogActivityLog("there");
+  EXPECT_THAT(content(path()), MatchesRegex(std::string(kTime) + "here\n"));
+  EXPECT_THAT(content(directory_ / "other.log"), MatchesRegex(std::string(kTime) + "there\n"));
+}
+
+TEST_F(LogManagerTest, LinesOfThreadsStayWholeAndInOrderOfTime) {
+  LogManager log(path());
+  std::vector<std::thread> threads;
+  for (char mark : {'a', 'b', 'c', 'd'}) {
+    threads.emplace_back([&log, mark] {
+      for (int i = 0; i < 50; ++i) log.LogActivityLog(std::string(300, mark));
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+
+  std::istringstream lines(content(path()));
+  std::vector<std::string> times;
+  for (std::string line; std::getline(lines, line);) {
+    const size_t start = line.find(' ', line.find(' ') + 1) + 1;
+    times.push_back(line.substr(0, start));
+    EXPECT_EQ(line.substr(start), std::string(300, line.back()));
+  }
+  EXPECT_EQ(times.size(), 200u);
+  EXPECT_TRUE(std::is_sorted(times.begin(), times.end()));
+}
+
+}  // namespace
+}  // namespace agent::test

@@ -1,0 +1,54 @@
+#include "common/RefusedCalls.h"
+
+#include <sys/types.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstddef>
+
+namespace agent::test {
+
+namespace {
+RefusedCalls* refused = nullptr;
+}
+
+RefusedCalls::RefusedCalls() {
+  refused = this;
+}
+RefusedCalls::~RefusedCalls() {
+  refused = nullptr;
+}
+
+}  // namespace agent::test
+
+extern "C" {
+int __real_close(int descriptor);
+ssize_t __real_write(int descriptor, const void* bytes, size_t size);
+
+int __wrap_close(int descriptor);
+int __wrap_close(int descriptor) {
+  const int result = __real_close(descriptor);
+  if (agent::test::refused == nullptr || agent::test::refused->closeError == 0) return result;
+  errno = agent::test::refused->closeError;
+  return -1;
+}
+
+ssize_t __wrap_write(int descriptor, const void* bytes, size_t size);
+ssize_t __wrap_write(int descriptor, const void* bytes, size_t size) {
+  agent::test::RefusedCalls* calls = agent::test::refused;
+  if (calls == nullptr) return __real_write(descriptor, bytes, size);
+  ++calls->writes;
+  if (calls->interruptions > 0) {
+    --calls->interruptions;
+    errno = EINTR;
+    return -1;
+  }
+  if (calls->writeErrorAfter == 0) {
+    errno = calls->writeError;
+    return -1;
+  }
+  if (calls->writeErrorAfter > 0) --calls->writeErrorAfter;
+  if (calls->longestWrite > 0) size = std::min(size, static_cast<size_t>(calls->longestWrite));
+  return __real_write(descriptor, bytes, size);
+}
+}
