@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "QLMlib/common/unx/OwnedDescriptor.h"
+#include "QLMlib/common/ut/LogRing.h"
 
 namespace agent {
 
@@ -17,6 +18,9 @@ struct LogFileSettings {
   std::string saveFile;            // name, in the log's directory
 };
 
+/// The setting of retentionDays that keeps lines for ever.
+inline constexpr uint32_t keepForEver = 10000;
+
 /// One log file of the runtime library.
 ///
 /// Order of calls: open, any number of writes, close; then again from open. The owner serialises the calls;
@@ -25,7 +29,8 @@ class LogFile {
  public:
   explicit LogFile(LogFileSettings settings);
 
-  /// Creates missing directories and the file, prunes, and opens for writing.
+  /// Creates missing directories and the file, prunes (a file that doesn't wrap), and opens for writing.
+  /// Directories that can't be created issue message 264 and give EACCES.
   /// @return 0, or -1 with the reason in lastErrno
   int open();
 
@@ -37,7 +42,7 @@ class LogFile {
   /// @return 0, or 10 if the system reports that what was written may be lost
   int close();
 
-  bool isOpen() const { return static_cast<bool>(descriptor_); }
+  bool isOpen() const { return static_cast<bool>(descriptor_) || ring_.isOpen(); }
 
   /// errno of the last failure.
   int lastErrno() const { return lastErrno_; }
@@ -45,9 +50,17 @@ class LogFile {
   const LogFileSettings& settings() const { return settings_; }
 
  private:
+  int createDirectories();
+
   LogFileSettings settings_;
-  OwnedDescriptor descriptor_;
+  OwnedDescriptor descriptor_;  // of a plain file
+  LogRing ring_;                // of one that wraps
   int lastErrno_ = 0;
 };
+
+/// The library's own logs; null until a program sets one up. This job sets up none.
+extern LogFile* errorLogFile;
+extern LogFile* schedLogFile;
+extern LogFile* auditLogFile;
 
 }  // namespace agent

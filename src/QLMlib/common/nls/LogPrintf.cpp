@@ -1,0 +1,64 @@
+#include "QLMlib/common/nls/LogPrintf.h"
+
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+
+#include "QLMlib/common/nls/DateTimeFormat.h"
+#include "QLMlib/common/nls/MessageCatalogs.h"
+#include "QLMlib/common/ut/LogFile.h"
+#include "QLMlib/common/ut/Trace.h"
+#include "QLMlib/common/ut/TraceClasses.h"
+
+namespace agent {
+namespace {
+
+constexpr uint8_t severityWarning = 5;
+
+void printText(const std::string& text) {
+  std::string stamp;
+  if (TEST_CLC_TIMESTAMP) {
+    const std::time_t now = std::time(nullptr);
+    std::tm local{};
+    localtime_r(&now, &local);
+    stamp = dateText(local) + " " + timeText(local) + " ";
+  }
+  std::fputs((stamp + text).c_str(), stdout);
+  std::fflush(stdout);
+}
+
+void writeErrorLog(const std::string& text) {
+  if (errorLogFile != nullptr && errorLogFile->isOpen()) errorLogFile->write(text);
+}
+
+bool countsAsFailure(uint8_t severity) {
+  return severity >= severityWarning && severity != 255;
+}
+
+}  // namespace
+
+int nlLogPrintf(const MessageDescriptor& message, std::span<char> buffer) {
+  TRACE(TR_EVENT, "nlLogPrintf: msg number = %u\n", message.number);
+  const bool hasInserts = (message.flags & logPrintInserts) != 0;
+  std::string text =
+      formatMessage(message.number, message.identifier, hasInserts ? message.inserts : MessageInserts{});
+  if (text.empty()) return 0;
+  if ((message.flags & logPrintLineFeed) != 0) text += '\n';
+
+  if (text.size() >= buffer.size()) {
+    TRACE(TR_ERROR, "nlLogPrintf(): msgSize(%d) greater than avail(%d); returning.\n",
+          static_cast<int>(text.size()), static_cast<int>(buffer.size()));
+    return -1;
+  }
+  std::memcpy(buffer.data(), text.c_str(), text.size() + 1);
+
+  if ((message.flags & logPrintStandardOut) != 0) printText(text);
+  if ((message.flags & logPrintErrorLog) != 0) {
+    writeErrorLog(text);
+  } else if ((message.flags & logPrintBySeverity) != 0 && countsAsFailure(messageSeverity(message.number))) {
+    writeErrorLog(text);
+  }
+  return static_cast<int>(text.size());
+}
+
+}  // namespace agent

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "QLMlib/common/nls/Messages.h"
+
+namespace agent {
+
+// What is to be done with a message, in this order.
+inline constexpr uint32_t logPrintLineFeed = 1;     // add a line feed to the text
+inline constexpr uint32_t logPrintStandardOut = 2;  // print it on standard output
+inline constexpr uint32_t logPrintErrorLog = 4;     // write it to the error log
+inline constexpr uint32_t logPrintInserts = 8;      // the message has run-time inserts
+inline constexpr uint32_t logPrintBySeverity = 32;  // write it to the error log from severity 5, W, upwards
+
+struct MessageDescriptor {
+  uint32_t number = 0;
+  std::string_view identifier;  // its family decides which catalog is asked
+  uint32_t flags = 0;
+  MessageInserts inserts;
+};
+
+/// Formats a message into the caller's buffer, feeds it to the global return code and does what its flags
+/// ask.
+/// @return length of the text without its NUL; 0 where there is no text; -1 where it doesn't fit, and then
+///     nothing is printed or logged
+int nlLogPrintf(const MessageDescriptor& message, std::span<char> buffer);
+
+}  // namespace agent

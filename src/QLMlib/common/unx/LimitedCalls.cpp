@@ -1,0 +1,551 @@
+#include "QLMlib/common/unx/LimitedCalls.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <fcntl.h>
+#include <pthread.h>
+#include <sys/statfs.h>
+#include <unistd.h>
+
+#include "QLMlib/common/thrd/Mutex.h"
+#include "QLMlib/common/thrd/Thread.h"
+#include "QLMlib/common/unx/FileSystemCalls.h"
+#include "QLMlib/common/unx/Tap.h"
+#include "QLMlib/common/ut/Trace.h"
+
+namespace agent {
+namespace {
+
+// The operations that the thread knows: those of zemNFSsyscalls and three on directories.
+constexpr int opOpenDirectory = 4;
+constexpr int opReadDirectory = 5;
+constexpr int opStatAt = 6;
+
+// The calls need little; a thousand hanging threads are not to reserve gigabytes. Sanitizers need more.
+constexpr std::size_t threadStackSize = 512 * 1024;
+
+const char* operationName(int flag) {
+  switch (flag) {
+    case nfsStatfs:
+      return "statfs";
+    case nfsStatvfs:
+      return "statvfs";
+    case nfsStat:
+      return "stat";
+    case nfsLstat:
+      return "lstat";
+    case opOpenDirectory:
+      return "openat";
+    case opReadDirectory:
+      return "getdents64";
+    case opStatAt:
+      return "fstatat";
+    default:
+      return "unknown";
+  }
+}
+
+/// One request and its answer. It belongs to the thread that does it: nothing in it points to the caller.
+struct StatRequest {
+  int32_t flag = 0;
+  int32_t arg = 0;
+  int32_t errCode = 0;
+  int32_t rc = 0;
+  std::string path;
+  SharedDirectory directory;
+  struct statfs fileSystemStatus {};
+  struct stat status {};
+  OwnedDescriptor opened;
+  std::vector<char> entries;  // as large as the caller's buffer
+  std::size_t entryBytes = 0;
+
+  int directoryDescriptor() const { return directory ? directory->get() : AT_FDCWD; }
+};
+
+// ---- Doing a request ----
+
+/// The bare arguments of one call, taken out of the request before it may be cancelled.
+struct CallArguments {
+  const FileSystemCalls* calls;
+  int descriptor;
+  const char* path;
+  void* result;
+  std::size_t size;
+  int arg;
+};
+using Call = ssize_t (*)(const CallArguments&);
+
+/// Makes the call so that the thread can be cancelled inside it, asynchronously, for the kernel knows no
+/// cancellation point there. Nothing in this function or in a Call may need unwinding, and no call that makes
+/// a descriptor comes through here: it would be lost between the kernel and the request.
+[[gnu::noinline]] ssize_t callCancellably(Call call, const CallArguments& arguments) {
+  int before;
+  pthread_setcancelstate(PTHREAD_CANCEL_ENABLE, &before);
+  const ssize_t rc = call(arguments);
+  const int error = errno;
+  pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before);
+  errno = error;
+  return rc;
+}
+
+ssize_t callStatfs(const CallArguments& a) {
+  return a.calls->statfs(a.path, static_cast<struct statfs*>(a.result));
+}
+ssize_t callStat(const CallArguments& a) {
+  return a.calls->stat(a.path, static_cast<struct stat*>(a.result));
+}
+ssize_t callLstat(const CallArguments& a) {
+  return a.calls->lstat(a.path, static_cast<struct stat*>(a.result));
+}
+ssize_t callReadDirectory(const CallArguments& a) {
+  return a.calls->getdents64(a.descriptor, a.result, a.size);
+}
+ssize_t callStatAt(const CallArguments& a) {
+  return a.calls->fstatat(a.descriptor, a.path, static_cast<struct stat*>(a.result), a.arg);
+}
+
+ssize_t openDirectory(StatRequest& request) {
+  request.opened = OwnedDescriptor(
+      fileSystemCalls().openat(request.directoryDescriptor(), request.path.c_str(), request.arg));
+  return request.opened ? 0 : -1;
+}
+
+/// Does a request and notes its result and error. `cancellably` on the thread of its own only.
+void performRequest(StatRequest& request, bool cancellably) {
+  CallArguments arguments{.calls = &fileSystemCalls(),
+                          .descriptor = request.directoryDescriptor(),
+                          .path = request.path.c_str(),
+                          .result = &request.status,
+                          .size = 0,
+                          .arg = request.arg};
+  Call call = nullptr;
+  switch (request.flag) {
+    case nfsStatfs:
+      call = callStatfs;
+      arguments.result = &request.fileSystemStatus;
+      break;
+    case nfsStat:
+      call = callStat;
+      break;
+    case nfsLstat:
+      call = callLstat;
+      break;
+    case opReadDirectory:
+      call = callReadDirectory;
+      arguments.result = request.entries.data();
+      arguments.size = request.entries.size();
+      break;
+    case opStatAt:
+      call = callStatAt;
+      break;
+    default:
+      break;
+  }
+
+  errno = 0;
+  ssize_t rc = -1;
+  if (request.flag == opOpenDirectory) {
+    rc = openDirectory(request);
+  } else if (call == nullptr) {
+    errno = EINVAL;
+  } else {
+    rc = cancellably ? callCancellably(call, arguments) : call(arguments);
+  }
+  request.errCode = rc < 0 ? errno : 0;
+  request.rc = rc < 0 ? -1 : 0;
+  request.entryBytes = request.flag == opReadDirectory && rc > 0 ? static_cast<std::size_t>(rc) : 0;
+}
+
+// ---- The thread ----
+
+/// What caller and thread share. The caller closes its ends when it gives the thread up; the thread sees that
+/// and ends, and with it goes whatever its late answer brought.
+///
+///     caller                              thread
+///       request filled in                   (waits for a tap)
+///       tap on pipe 0            ------->   does the request
+///       (waits, with the limit)  <-------   tap on pipe 1
+///       answer read                         (waits for a tap)
+struct StatExchange {
+  OwnedDescriptor requestWrite;  // the caller's ends
+  OwnedDescriptor answerRead;
+  OwnedDescriptor requestRead;  // the thread's ends
+  OwnedDescriptor answerWrite;
+  StatRequest request;  // the thread's between the two taps, the caller's otherwise
+};
+
+/// The state of the facility; under the mutex but for the mutex itself.
+struct StatFacility {
+  MutexHandle mutex;       // held from before the request until the answer has been read
+  int32_t mutexState = 0;  // 1 once the mutex is there
+  pthread_once_t once = PTHREAD_ONCE_INIT;
+  bool threadExists = false;
+  bool answerAwaited = false;  // a request is with the thread
+  pthread_t thread{};
+  std::shared_ptr<StatExchange> exchange;
+};
+
+StatFacility facility;
+
+void StatFsThread(void* argument) {
+  // Before anything else: a thread starts cancellable, and a trace must not be cut off with its lock held.
+  int before = 0;
+  int rc = pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before);
+  TRACE(TR_MAX, "StatFsThread: pthread_setcancelstate() returned %d (%d).\n", rc, before);
+  rc = pthread_setcanceltype(PTHREAD_CANCEL_ASYNCHRONOUS, &before);
+  TRACE(TR_MAX, "StatFsThread: pthread_setcanceltype() returned %d (%d).\n", rc, before);
+
+  const std::unique_ptr<std::shared_ptr<StatExchange>> owned(
+      static_cast<std::shared_ptr<StatExchange>*>(argument));
+  StatExchange& exchange = **owned;
+  StatRequest& request = exchange.request;
+  for (;;) {
+    if (tryOnTap(exchange.requestRead.get(), TapDirection::receive, 0) != tapDone) {
+      TRACE(TR_MAX, "StatFsThread: tryOnTap() for RECEIVE failed.\n");  // the caller has closed its end
+      return;
+    }
+    TRACE(TR_MAX, "StatFsThread: just got a tap for (%s)\n", request.path.c_str());
+    performRequest(request, true);
+    TRACE(TR_MAX, "StatFsThread: ready to send a tap back for (%s), rc(%d), errno(%d)\n",
+          request.path.c_str(), request.rc, request.errCode);
+    if (tryOnTap(exchange.answerWrite.get(), TapDirection::send, 0) != tapDone) {
+      TRACE(TR_MIN, "StatFsThread: tryOnTap() for SEND failed.\n");  // too late
+      return;
+    }
+  }
+}
+
+bool openPipe(OwnedDescriptor& readEnd, OwnedDescriptor& writeEnd) {
+  int ends[2];
+  if (::pipe2(ends, O_CLOEXEC | O_NONBLOCK) == -1) {
+    TRACE(TR_MIN, "CreateStatFsThread: unable to open communication, errno(%d)\n", errno);
+    return false;
+  }
+  readEnd = OwnedDescriptor(ends[0]);
+  writeEnd = OwnedDescriptor(ends[1]);
+  for (const int end : ends) TRACE(TR_MAX, "CreateStatFsThread: opened fd = %d\n", end);
+  return true;
+}
+
+/// Starts the thread with all signals blocked: they are the main thread's, and a late answer to a closed pipe
+/// must not raise SIGPIPE.
+int startThread(std::shared_ptr<StatExchange>* argument) {
+  ThreadDescriptor descriptor{
+      .name = "StatFsThread", .function = StatFsThread, .argument = argument, .stackSize = threadStackSize};
+  sigset_t all;
+  sigset_t before;
+  sigfillset(&all);
+  pthread_sigmask(SIG_SETMASK, &all, &before);
+  const int rc = pkStartThread(&descriptor);
+  pthread_sigmask(SIG_SETMASK, &before, nullptr);
+  facility.thread = descriptor.thread;
+  return rc;
+}
+
+/// @return 0, or a failure with the reason in errno
+int CreateStatFsThread() {
+  auto exchange = std::make_shared<StatExchange>();
+  if (!openPipe(exchange->requestRead, exchange->requestWrite) ||
+      !openPipe(exchange->answerRead, exchange->answerWrite)) {
+    return -1;
+  }
+  auto argument = std::make_unique<std::shared_ptr<StatExchange>>(exchange);
+  const int rc = startThread(argument.get());
+  if (rc != 0) {
+    errno = rc > 0 ? rc : ENOMEM;
+    TRACE(TR_MIN,
+          "CreateStatFsThread: unable to start a stat-thread, rc(%d) errno(%d). Please, try not to use "
+          "NFSTIMEOUT option.\n",
+          rc, errno);
+    return rc;
+  }
+  (void)argument.release();  // the thread's now
+  facility.exchange = std::move(exchange);
+  facility.threadExists = true;
+  TRACE(TR_MAX, "CreateStatFsThread: a new stat-thread (%d) has been created successfully!\n",
+        static_cast<int>(facility.thread));
+  return 0;
+}
+
+/// Cancels the thread and leaves it: one that is idle sees its pipe closed and ends, one that hangs is
+/// cancelled where the kernel allows it and otherwise ends when its call returns.
+void cancelThread() {
+  const auto number = static_cast<int>(facility.thread);
+  TRACE(TR_MAX, "cleanUp: is canceling (%d) stat-thread...\n", number);
+  const int rc = pthread_cancel(facility.thread);
+  if (rc == 0) {
+    TRACE(TR_MAX, "cleanUp: stat-thread(%d) has been cancelled by thread(%d) successfully.\n", number,
+          static_cast<int>(pthread_self()));
+  } else {
+    TRACE(TR_MIN, "cleanUp: failed to cancel (%d) stat-thread, rc(%d).\n", number, rc);
+  }
+}
+
+void closeEnd(OwnedDescriptor& end) {
+  const int number = end.get();
+  const int failure = end.close();
+  if (failure == 0) {
+    TRACE(TR_MAX, "cleanUp: close(%d) succeeded.\n", number);
+  } else {
+    TRACE(TR_MIN, "cleanUp: close(%d) failed, errno(%d)\n", number, failure);
+  }
+}
+
+void cleanUp() {
+  if (!facility.threadExists) return;
+  facility.threadExists = false;
+  cancelThread();
+  closeEnd(facility.exchange->requestWrite);
+  closeEnd(facility.exchange->answerRead);
+  facility.exchange.reset();
+  if (facility.answerAwaited) {
+    pthread_detach(facility.thread);
+  } else {
+    pthread_join(facility.thread, nullptr);
+  }
+  facility.answerAwaited = false;
+}
+
+// ---- The caller's side ----
+
+void init_pStatMutex() {
+  setThreadMode(true);
+  facility.mutex = pkCreateMutex();
+  if (facility.mutex) {
+    facility.mutexState = 1;
+  } else {
+    TRACE(TR_MIN, "init_pStatMutex: pkCreateMutex() failed!\n");
+  }
+}
+
+void globals_cleanup_routine() {
+  facility.mutex.reset();
+  facility.mutexState = 0;
+  facility.once = PTHREAD_ONCE_INIT;
+}
+
+bool initialized() {
+  pthread_once(&facility.once, init_pStatMutex);
+  if (facility.mutexState == 1) return true;
+  TRACE(TR_MIN, "zemNFSsyscalls: internal data structures were not initialized properly.\n");
+  TRACE(TR_MIN,
+        "Please, restart QLM client process. If it doesn't help, try not to use NFSTIMEOUT option.\n");
+  return false;
+}
+
+int orInvalid(int error) {
+  return error == 0 ? EINVAL : error;
+}
+
+/// One tap with the caller's limit. @return 0 or errno; the thread is given up then
+int tapWithLimit(int descriptor, TapDirection direction, unsigned seconds) {
+  errno = 0;
+  const int rc = tryOnTap(descriptor, direction, seconds);
+  if (rc == tapDone) return 0;
+  const int error = orInvalid(errno);
+  // The path goes with the exchange once the thread is given up.
+  if (rc == tapTimedOut) {
+    TRACE(TR_MIN, "zemNFSsyscalls: stale mount point for (%s)\n", facility.exchange->request.path.c_str());
+  } else {
+    TRACE(TR_MIN, "zemNFSsyscalls: tryOnTap() failed, rc(%d), errno(%d)\n", rc, error);
+  }
+  cleanUp();
+  return rc == tapTimedOut ? ESTALE : error;
+}
+
+struct LimitedResult {
+  int rc = 0;       // the operation's, or that of the failure
+  int errCode = 0;  // 0 or errno
+};
+
+/// Sends one request and waits for its answer. The caller holds the mutex.
+/// @param fill writes the request
+/// @param take reads the answer of a successful one
+template <typename Fill, typename Take>
+LimitedResult exchangeRequest(unsigned seconds, Fill fill, Take take) {
+  if (!facility.threadExists) {
+    if (const int rc = CreateStatFsThread(); rc != 0) {
+      const int error = errno;
+      TRACE(TR_MIN, "zemNFSsyscalls: CreateStatFsThread() failed: rc(%d), errno(%d)\n", rc, error);
+      cleanUp();
+      return {rc, orInvalid(error)};
+    }
+  }
+  StatRequest& request = facility.exchange->request;
+  request.directory.reset();
+  request.errCode = request.rc = 0;
+  fill(request);
+
+  facility.answerAwaited = true;
+  int failure =
+      tapWithLimit(facility.exchange->requestWrite.get(), TapDirection::send, seconds, request.path.c_str());
+  if (failure != 0) return {-1, failure};
+  failure =
+      tapWithLimit(facility.exchange->answerRead.get(), TapDirection::receive, seconds, request.path.c_str());
+  if (failure != 0) return {-1, failure};
+  facility.answerAwaited = false;
+
+  request.directory.reset();
+  if (request.rc == 0) take(request);
+  return {request.rc, request.errCode};
+}
+
+/// Has a request done by the thread.
+template <typename Fill, typename Take>
+LimitedResult callWithLimit(int seconds, Fill fill, Take take) {
+  if (!initialized()) return {-1, EINVAL};
+  if (const int rc = pkAcquireMutex(facility.mutex.get()); rc != 0) return {-1, EINVAL};
+  LimitedResult result = exchangeRequest(static_cast<unsigned>(seconds), fill, take);
+  errno = 0;
+  if (const int rc = pkReleaseMutex(facility.mutex.get()); rc != 0) {
+    TRACE(TR_MIN, "zemNFSsyscalls: pkReleaseMutex() failed! rc(%d), errno(%d)\n", rc, errno);
+    result = {-1, orInvalid(result.errCode)};
+  }
+  return result;
+}
+
+/// Copies the answer of an operation of zemNFSsyscalls.
+LimitedResult takeStatus(const StatRequest& request, void* result) {
+  switch (request.flag) {
+    case nfsStatfs:
+      std::memcpy(result, &request.fileSystemStatus, sizeof request.fileSystemStatus);
+      return {};
+    case nfsStat:
+    case nfsLstat:
+      std::memcpy(result, &request.status, sizeof request.status);
+      return {};
+    default:
+      TRACE(TR_MIN, "zemNFSsyscalls: invalid flag(%d).\n", request.flag);
+      return {-1, EINVAL};
+  }
+}
+
+void convertStatus(const struct statfs& from, struct statvfs& to) {
+  constexpr unsigned long flagsAreValid = 0x20;  // the kernel's own mark in f_flags
+  to = {};
+  to.f_bsize = static_cast<unsigned long>(from.f_bsize);
+  to.f_frsize = static_cast<unsigned long>(from.f_frsize != 0 ? from.f_frsize : from.f_bsize);
+  to.f_blocks = from.f_blocks;
+  to.f_bfree = from.f_bfree;
+  to.f_bavail = from.f_bavail;
+  to.f_files = from.f_files;
+  to.f_ffree = from.f_ffree;
+  to.f_favail = from.f_ffree;
+  to.f_flag = static_cast<unsigned long>(from.f_flags) & ~flagsAreValid;
+  to.f_namemax = static_cast<unsigned long>(from.f_namelen);
+  static_assert(sizeof to.f_fsid == sizeof from.f_fsid);
+  std::memcpy(&to.f_fsid, &from.f_fsid, sizeof to.f_fsid);
+}
+
+}  // namespace
+
+int zemNFSsyscalls(const char* path, int arg, void* result, int flag, int seconds, int* errCode) {
+  // The directory operations have their own functions.
+  if (flag > nfsLstat) flag = -1;
+  if (TR_GENERAL || TR_FILEOPS || TR_FS || TR_FSPS) {
+    traceWrite(__FILE__, __LINE__, "zemNFSsyscall %s for path %s\n", operationName(flag), path);
+  }
+  const auto fill = [=](StatRequest& request) {
+    request.flag = flag;
+    request.arg = arg;
+    request.path = path;
+  };
+  LimitedResult outcome;
+  if (seconds <= 0) {
+    StatRequest request;
+    fill(request);
+    performRequest(request, false);
+    outcome = request.rc == 0 ? takeStatus(request, result) : LimitedResult{request.rc, request.errCode};
+  } else {
+    outcome = callWithLimit(seconds, fill, [result](const StatRequest& r) { takeStatus(r, result); });
+  }
+  *errCode = outcome.errCode;
+  TRACE(TR_MAX, "zemNFSsyscalls: returns(%d), errCode(%d).\n", outcome.rc, outcome.errCode);
+  return outcome.rc;
+}
+
+int limitedOpenDirectory(const SharedDirectory& parent, const char* name, int flags, int seconds,
+                         SharedDirectory& opened) {
+  // O_NONBLOCK: an entry that became a pipe meanwhile is refused by O_DIRECTORY before anything waits for it.
+  const int allFlags = flags | O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK;
+  if (seconds <= 0) {
+    OwnedDescriptor descriptor(fileSystemCalls().openat(parent ? parent->get() : AT_FDCWD, name, allFlags));
+    if (!descriptor) return errno;
+    opened = std::make_shared<const OwnedDescriptor>(std::move(descriptor));
+    return 0;
+  }
+  return callWithLimit(
+             seconds,
+             [&](StatRequest& request) {
+               request.flag = opOpenDirectory;
+               request.arg = allFlags;
+               request.path = name;
+               request.directory = parent;
+             },
+             [&](StatRequest& r) { opened = std::make_shared<const OwnedDescriptor>(std::move(r.opened)); })
+      .errCode;
+}
+
+int limitedReadDirectory(const SharedDirectory& directory, char* buffer, std::size_t size, int seconds,
+                         std::size_t& bytes) {
+  bytes = 0;
+  if (!directory) return EBADF;
+  if (seconds <= 0) {
+    const ssize_t rc = fileSystemCalls().getdents64(directory->get(), buffer, size);
+    if (rc < 0) return errno;
+    bytes = static_cast<std::size_t>(rc);
+    return 0;
+  }
+  return callWithLimit(
+             seconds,
+             [&](StatRequest& request) {
+               request.flag = opReadDirectory;
+               request.path.clear();
+               request.directory = directory;
+               request.entries.resize(size);
+             },
+             [&](const StatRequest& request) {
+               bytes = std::min(request.entryBytes, size);
+               std::memcpy(buffer, request.entries.data(), bytes);
+             })
+      .errCode;
+}
+
+int limitedStatAt(const SharedDirectory& directory, const char* name, int flags, int seconds,
+                  struct stat& result) {
+  if (seconds <= 0) {
+    const int descriptor = directory ? directory->get() : AT_FDCWD;
+    return fileSystemCalls().fstatat(descriptor, name, &result, flags) == 0 ? 0 : errno;
+  }
+  return callWithLimit(
+             seconds,
+             [&](StatRequest& request) {
+               request.flag = opStatAt;
+               request.arg = flags;
+               request.path = name;
+               request.directory = directory;
+             },
+             [&](const StatRequest& request) { result = request.status; })
+      .errCode;
+}
+
+int limitedStatvfs(const char* path, int seconds, struct statvfs& result) {
+  struct statfs status {};
+  int errCode = 0;
+  if (zemNFSsyscalls(path, 0, &status, nfsStatfs, seconds, &errCode) != 0) return errCode;
+  convertStatus(status, result);
+  return 0;
+}
+
+void virtStatCleanUp() {
+  cleanUp();
+  if (facility.mutexState == 1) globals_cleanup_routine();
+}
+
+}  // namespace agent

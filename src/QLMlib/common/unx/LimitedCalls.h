@@ -1,0 +1,66 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+
+#include "QLMlib/common/unx/OwnedDescriptor.h"
+
+namespace agent {
+
+// File-system calls with a time limit. A call into a hard-mounted NFS file system whose server is gone hangs
+// in the kernel and can't be interrupted. With a limit in seconds above 0 a thread of its own does the call;
+// when the limit passes, the caller gets ESTALE and goes on, and the thread is given up: it keeps its
+// request, the path and the place for the answer, and ends when the kernel lets it go. The next call starts a
+// new thread. With a limit of 0 or below the caller makes the call itself, at no cost.
+//
+// What hangs in the kernel is one thread and two descriptors for each call that was given up, three where it
+// worked on a directory. All functions may be called from any thread; callers queue.
+
+/// An open directory. Shared with a thread that was given up in a call on it, so that the number can't be
+/// closed and opened as something else before that thread is done.
+using SharedDirectory = std::shared_ptr<const OwnedDescriptor>;
+
+// Each returns 0, or errno: that of the call, ESTALE when the limit passed, EINVAL where the thread failed.
+
+/// openat(2) of a directory.
+/// @param parent null: `name` is a path of its own
+/// @param flags in addition to O_RDONLY, O_DIRECTORY, O_CLOEXEC and O_NONBLOCK
+int limitedOpenDirectory(const SharedDirectory& parent, const char* name, int flags, int seconds,
+                         SharedDirectory& opened);
+
+/// getdents64(2): as many whole entries (linux_dirent64) as fit.
+/// @param bytes how many of `buffer` were filled; 0 at the end of the directory
+int limitedReadDirectory(const SharedDirectory& directory, char* buffer, std::size_t size, int seconds,
+                         std::size_t& bytes);
+
+/// fstatat(2).
+/// @param directory null: `name` is a path of its own
+/// @param flags as fstatat(2) takes them
+int limitedStatAt(const SharedDirectory& directory, const char* name, int flags, int seconds,
+                  struct stat& result);
+
+/// statvfs(3). The figures with a limit are those without.
+int limitedStatvfs(const char* path, int seconds, struct statvfs& result);
+
+// Operations of zemNFSsyscalls, with the type of their result.
+inline constexpr int nfsStatfs = 0;   // struct statfs
+inline constexpr int nfsStatvfs = 1;  // none: always fails with EINVAL
+inline constexpr int nfsStat = 2;     // struct stat
+inline constexpr int nfsLstat = 3;    // struct stat
+
+/// The same by the operation's number.
+/// @param arg not used
+/// @param result filled on success only
+/// @return the operation's result, 0 for success; -1 when the limit passed or the thread failed
+/// @param errCode 0, or errno as above
+int zemNFSsyscalls(const char* path, int arg, void* result, int flag, int seconds, int* errCode);
+
+/// Ends the thread and frees what the calls share; to be called when no call is under way. A later call
+/// starts afresh.
+void virtStatCleanUp();
+
+}  // namespace agent
