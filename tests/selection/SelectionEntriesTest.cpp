@@ -1,0 +1,325 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <map>
+
+#include "Scan/selection/SelectNode.h"
+#include "SelectionTestSupport.h"
+
+namespace agent {
+namespace {
+
+using Names = std::vector<std::string>;
+
+constexpr int32_t NOW = 1'700'000'000;
+constexpr int64_t DAY = 86'400;
+constexpr int64_t GIB = int64_t{1} << 30;
+
+/// A small file system under "/m/", every entry with what a hand can work out.
+///
+/// | entry           | type | size     | blocks  | modified   | accessed  | owner    | group  | attributes |
+/// |-----------------|------|----------|---------|------------|-----------|----------|--------|-------------------|
+/// | /m/             | dir  | 4096     | 8       | now - 1 d  | now       | root     | root   | | | /m/etc |
+/// dir  | 4096     | 8       | now - 9 d  | now       | root     | root   | sticky            | | /m/a.log |
+/// file | 0        | 0       | now - 100 d| now - 50 d| www-data | adm    |                   | |
+/// /m/etc/b.log    | file | 1023     | 2       | now        | now       | anna     | staff  | | | /m/etc/tool
+/// | file | 1025     | 8       | now - 3 d  | now - 1 d | root     | root   | exec, set-user-ID | |
+/// /m/etc/sub/big  | file | 3 GiB    | 6291456 | now + 1 d  | now + 1 d | 4711     | 4711   | orphan | |
+/// /m/etc/sub/link | link | 7        | 0       | now - 9 d  | now - 9 d | anna     | staff  | | | /m/dev.sda
+/// | dev  | 0        | 0       | 0          | 0         | root     | disk   | block device      | | /m/pipe
+/// | FIFO | 0        | 0       | now        | now       | zoe      | staff  |                   | |
+/// /m/caf\xE9      | file | 1048576  | 2048    | now        | now       | Anna     | STAFF  | |
+class SelectionEntriesTest : public ::testing::Test {
+ protected:
+  SelectionEntriesTest() {
+    add({}, "", 3).size(4096).blocks(8).modified(NOW - DAY).accessed(NOW);
+    add({}, "etc", 3).size(4096).blocks(8).modified(NOW - 9 * DAY).accessed(NOW).attributes(0x100000);
+    add({}, "a.log", 1).modified(NOW - 100 * DAY).accessed(NOW - 50 * DAY).user("www-data").group("adm");
+    add({"etc"}, "b.log", 1).size(1023).blocks(2).user("anna").group("staff");
+    add({"etc"}, "tool", 1)
+        .size(1025)
+        .blocks(8)
+        .modified(NOW - 3 * DAY)
+        .accessed(NOW - DAY)
+        .attributes(0x480000);
+    add({"etc", "sub"}, "big", 1)
+        .size(3 * GIB)
+        .blocks(6'291'456)
+        .modified(NOW + DAY)
+        .accessed(NOW + DAY)
+        .user("4711")
+        .group("4711")
+        .attributes(0x20000);
+    add({"etc", "sub"}, "link", 2)
+        .size(7)
+        .modified(NOW - 9 * DAY)
+        .accessed(NOW - 9 * DAY)
+        .user("anna")
+        .group("staff");
+    add({}, "dev.sda", 6).modified(0).accessed(0).group("disk").attributes(0x40000);
+    add({}, "pipe", 4).user("zoe").group("staff");
+    add({}, "caf\xE9", 1).size(1'048'576).blocks(2048).user("Anna").group("STAFF");
+  }
+
+  Names selected(const std::string& expression, int32_t baseLevel = 0) {
+    Names names;
+    const SelectTree root = compiled(expression, baseLevel);
+    if (root == nullptr) return {"<does not compile>"};
+    for (Entry& entry : entries_) {
+      if (selects(*root, entry.info())) names.push_back(entry.fullPath().substr(3));
+    }
+    return names;
+  }
+
+ private:
+  Entry& add(const Names& directories, const std::string& name, int32_t type) {
+    entries_.emplace_back("/m/", directories, name);
+    return entries_.back().type(type).now(NOW).modified(NOW).accessed(NOW);
+  }
+
+  std::vector<Entry> entries_;
+};
+
+const Names ALL = {"",        "etc",  "a.log",  "etc/b.log", "etc/tool", "etc/sub/big", "etc/sub/link",
+                   "dev.sda", "pipe", "caf\xE9"};
+
+struct Selected {
+  std::string expression;
+  Names names;
+};
+
+std::string time(char sign, int64_t seconds) {
+  return sign + be32(static_cast<uint32_t>(seconds));
+}
+std::string text(const std::string& value) {
+  return value + '\0';
+}
+
+TEST_F(SelectionEntriesTest, Everything) {
+  for (const auto& expression : {std::string(), std::string(" "), text("=F%"), text("=F"), text("=U%"),
+                                 BYTES("!<C@\0\0\0\0"), BYTES("!=Gstaff\0"), text("!=G*")}) {
+    EXPECT_EQ(selected(expression), ALL) << ::testing::PrintToString(expression);
+  }
+  EXPECT_EQ(selected(BYTES("=T\0\0\0\4 whatever follows")), Names{"pipe"});
+}
+
+TEST_F(SelectionEntriesTest, TypesAndAttributes) {
+  for (const auto& [expression, names] : std::vector<Selected>{
+           {"=T" + be32(3), {"", "etc"}},
+           {"=T" + be32(2), {"etc/sub/link"}},
+           {"=T" + be32(0x10001), {}},
+           {"(T" + be32(6) + "," + be32(4) + ")", {"dev.sda", "pipe"}},
+           {"!(T" + be32(1) + "," + be32(3) + ")", {"etc/sub/link", "dev.sda", "pipe"}},
+           {"&P" + be32(0x20000), {"etc/sub/big"}},       // orphans
+           {"&P" + be32(0x500000), {"etc", "etc/tool"}},  // any bit
+           {"=P" + be32(0x500000), {}},                   // all bits
+           {"=P" + be32(0x480000), {"etc/tool"}},
+           {"=P" + be32(0), ALL},
+           {"&P" + be32(0), {}},
+           {"(P" + be32(0x40000) + "," + be32(0x100000) + ")", {"etc", "dev.sda"}},
+           {"!&P" + be32(0xFFFFFFFF), {"", "a.log", "etc/b.log", "etc/sub/link", "pipe", "caf\xE9"}},
+       }) {
+    EXPECT_EQ(selected(expression), names) << ::testing::PrintToString(expression);
+  }
+}
+
+TEST_F(SelectionEntriesTest, Paths) {
+  for (const auto& [expression, names] : std::vector<Selected>{
+           // Absolute: the whole path. The root itself is spelled with its slash.
+           {text("=F/m/etc"), {"etc"}},
+           {text("=F/m/etc/%"), {"etc", "etc/b.log", "etc/tool", "etc/sub/big", "etc/sub/link"}},
+           {text("=F/m/%"), ALL},
+           {text("=F/m"), {}},
+           {text("=F/m/*"), {"", "etc", "a.log", "dev.sda", "pipe", "caf\xE9"}},
+           {text("=F/m/?*"), {"etc", "a.log", "dev.sda", "pipe", "caf\xE9"}},
+           {text("=F/%/b.log"), {"etc/b.log"}},
+           {text("=F/m/%/[bl]i*"), {"etc/sub/big", "etc/sub/link"}},
+           // Relative: from the base level on.
+           {text("=Fetc/*"), {"etc/b.log", "etc/tool"}},
+           {text("=Fsub/*"), {}},
+           {text("=Fetc/%"), {"etc", "etc/b.log", "etc/tool", "etc/sub/big", "etc/sub/link"}},
+           {text("=F[!a-d]*"), {"etc", "pipe"}},
+           {text("=Fcaf?"), {"caf\xE9"}},
+           // Floating: the last components.
+           {text("=F%/*.log"), {"a.log", "etc/b.log"}},
+           {text("=F%/etc/*.log"), {"etc/b.log"}},
+           {text("=F%/sub/*"), {"etc/sub/big", "etc/sub/link"}},
+           {text("=F%/etc/%/*i*"), {"etc/sub/big", "etc/sub/link"}},
+           {text("=F%/e*"), {"etc"}},
+           {text("=F%/x&*"), {}},
+           // Lists, other platforms' patterns among them.
+           {"(F" + text("%/*.log") + "," + text("C:\\x") + "," + text("/m/pipe") + ")",
+            {"a.log", "etc/b.log", "pipe"}},
+           {"&=T" + be32(1) + text("=F%/b*"), {"etc/b.log", "etc/sub/big"}},
+       }) {
+    EXPECT_EQ(selected(expression), names) << ::testing::PrintToString(expression);
+  }
+}
+
+TEST_F(SelectionEntriesTest, PathsBelowABaseLevel) {
+  for (const auto& [expression, names] : std::vector<Selected>{
+           {text("=Fsub/*"), {"etc/sub/big", "etc/sub/link"}},
+           {text("=F*"), {"etc/b.log", "etc/tool"}},  // nothing above the base
+           {text("=F%/b*"), {"etc/b.log", "etc/sub/big"}},
+           {text("=F%/etc/*"), {}},  // would begin above the base
+           {text("=F%/sub/*"), {"etc/sub/big", "etc/sub/link"}},
+           {text("=F/m/a.log"), {"a.log"}},  // an absolute path has no base
+       }) {
+    EXPECT_EQ(selected(expression, 1), names) << ::testing::PrintToString(expression);
+  }
+  EXPECT_EQ(selected(text("=F*"), 2), (Names{"etc/sub/big", "etc/sub/link"}));
+  EXPECT_EQ(selected(text("=F%/*"), 3), Names{});
+}
+
+TEST_F(SelectionEntriesTest, NamesOfUsersAndGroups) {
+  for (const auto& [expression, names] : std::vector<Selected>{
+           {text("=Uanna"), {"etc/b.log", "etc/sub/link"}},
+           {text("=U?nna"), {"etc/b.log", "etc/sub/link", "caf\xE9"}},
+           {text("=Uwww*"), {"a.log"}},
+           {"(U" + text("zoe") + "," + text("[0-9]*") + ")", {"etc/sub/big", "pipe"}},
+           {text("=Ustaff"), {}},
+           {text("=Gstaff"), {}},  // patterns of groups answer no
+           {"(G" + text("staff") + "," + text("adm") + ")", {}},
+           // Byte order: capitals first.
+           {text("<Uanna"), {"etc/sub/big", "caf\xE9"}},
+           {text("<=Uanna"), {"etc/b.log", "etc/sub/big", "etc/sub/link", "caf\xE9"}},
+           {text(">Uroot"), {"a.log", "pipe"}},
+           {text(">=Uwww-data"), {"a.log", "pipe"}},
+           {text("<G5"), {"etc/sub/big"}},
+           {"&" + text(">=Gstaff") + text("<=Gstaff"), {"etc/b.log", "etc/sub/link", "pipe"}},
+           {"[G" + text("adm") + text("root"), {"a.log", "dev.sda"}},
+       }) {
+    EXPECT_EQ(selected(expression), names) << ::testing::PrintToString(expression);
+  }
+}
+
+TEST_F(SelectionEntriesTest, Sizes) {
+  for (const auto& [expression, names] : std::vector<Selected>{
+           // 3 GiB is a negative number of bytes in 32 bits.
+           {BYTES("<s1\0"), {"a.log", "etc/sub/big", "dev.sda", "pipe"}},
+           {BYTES(">s3FF\0"), {"", "etc", "etc/tool", "caf\xE9"}},
+           {BYTES(">=s3ff\0"), {"", "etc", "etc/b.log", "etc/tool", "caf\xE9"}},
+           {BYTES(">=s1\2"), {"caf\xE9"}},
+           {BYTES("<=s4\1"),
+            {"", "etc", "a.log", "etc/b.log", "etc/tool", "etc/sub/big", "etc/sub/link", "dev.sda", "pipe"}},
+           {BYTES(">s2\3"),
+            {"", "etc", "a.log", "etc/b.log", "etc/tool", "etc/sub/big", "etc/sub/link", "dev.sda", "pipe",
+             "caf\xE9"}},  // 2 GiB: the smallest number
+           {BYTES("[s1\0"
+                  "401\0"),
+            {"etc/b.log", "etc/sub/link"}},
+           // By blocks it is right.
+           {BYTES(">=S3\3"), {"etc/sub/big"}},
+           {BYTES("<S3\3"),
+            {"", "etc", "a.log", "etc/b.log", "etc/tool", "etc/sub/link", "dev.sda", "pipe", "caf\xE9"}},
+           {BYTES(">S1\2"), {"etc/sub/big"}},
+           {BYTES(">=S1\2"), {"etc/sub/big", "caf\xE9"}},
+           // 1000 bytes are two blocks below, one block up to.
+           {BYTES("<S3E8\0"), {"a.log", "etc/sub/link", "dev.sda", "pipe"}},
+           {BYTES("<=S3E8\0"), {"a.log", "etc/sub/link", "dev.sda", "pipe"}},
+           {BYTES(">=S3E8\0"), {"", "etc", "etc/b.log", "etc/tool", "etc/sub/big", "caf\xE9"}},
+           {BYTES(">S3E8\0"), {"", "etc", "etc/b.log", "etc/tool", "etc/sub/big", "caf\xE9"}},
+           {BYTES("[S3E8\0"
+                  "3E9\0"),
+            {}},  // both ends round up
+           {BYTES("[S201\0"
+                  "4\1"),
+            {"etc/b.log"}},
+           {BYTES("<=S400\0"), {"a.log", "etc/b.log", "etc/sub/link", "dev.sda", "pipe"}},
+       }) {
+    EXPECT_EQ(selected(expression), names) << ::testing::PrintToString(expression);
+  }
+}
+
+TEST_F(SelectionEntriesTest, Times) {
+  for (const auto& [expression, names] : std::vector<Selected>{
+           {"<M" + time('+', -90 * DAY), {"a.log", "dev.sda"}},
+           {"<M" + time('@', NOW - 90 * DAY), {"a.log", "dev.sda"}},
+           {">M" + time('+', 0), {"etc/sub/big"}},
+           {">=M" + time('+', DAY), {"etc/sub/big"}},
+           {"<=M" + time('+', -9 * DAY), {"etc", "a.log", "etc/sub/link", "dev.sda"}},
+           {"<A" + time('+', -9 * DAY), {"a.log", "dev.sda"}},
+           {"<=A" + time('@', 0), {"dev.sda"}},
+           {"<A" + time('@', 0), {}},
+           // The lower bound counts from now whatever its sign; the upper one goes by its sign.
+           {"[M" + time('@', -9 * DAY) + time('+', -2 * DAY), {"etc", "etc/tool", "etc/sub/link"}},
+           {"[M" + time('+', -9 * DAY) + time('@', NOW - 2 * DAY), {"etc", "etc/tool", "etc/sub/link"}},
+           {"[M" + time('@', NOW - 9 * DAY) + time('@', NOW),
+            {"", "etc", "a.log", "etc/tool", "etc/sub/link", "dev.sda"}},  // now + now wraps
+           // There is no time of creation.
+           {">C" + time('@', 0), {}},
+           {"!<C" + time('+', 0), ALL},
+           {"[C" + time('@', 0) + time('@', 1), {}},
+       }) {
+    EXPECT_EQ(selected(expression), names) << ::testing::PrintToString(expression);
+  }
+}
+
+TEST_F(SelectionEntriesTest, Operators) {
+  const std::string file = "=T" + be32(1);
+  const std::string anna = text("=Uanna");
+  for (const auto& [expression, names] : std::vector<Selected>{
+           {"&" + file + anna, {"etc/b.log"}},
+           {"|" + anna + "=T" + be32(4), {"etc/b.log", "etc/sub/link", "pipe"}},
+           {"!|" + file + "=T" + be32(3), {"etc/sub/link", "dev.sda", "pipe"}},
+           {"&&" + file + "!" + anna + text("=F%/*.log"), {"a.log"}},
+           {"|&" + file + anna + "&=T" + be32(2) + anna, {"etc/b.log", "etc/sub/link"}},
+           {"!!" + anna, {"etc/b.log", "etc/sub/link"}},
+       }) {
+    EXPECT_EQ(selected(expression), names) << ::testing::PrintToString(expression);
+  }
+}
+
+TEST(SelectionEvaluationTest, TheRightSideIsNotAskedOnceTheLeftDecides) {
+  // A selection that tests a group's name by a pattern notes it when it gets there.
+  Entry file("/", {}, "f");
+  file.type(1);
+  for (const auto& [expression, reaches] : std::vector<std::pair<std::string, bool>>{
+           {"&=T" + be32(2) + text("=Gx"), false},
+           {"&=T" + be32(1) + text("=Gx"), true},
+           {"|=T" + be32(1) + text("=Gx"), false},
+           {"|=T" + be32(2) + text("=Gx"), true},
+       }) {
+    const SelectTree root = compiled(expression);
+    EXPECT_EQ(selects(*root, file.info()), expression[0] == '|' && !reaches);
+    EXPECT_EQ(root->children.back()->groupTests->traced, reaches);
+  }
+}
+
+TEST(SelectionEvaluationTest, OneSelectionNotesItsGroupPatternsOnce) {
+  const SelectTree root = compiled("|" + text("=Ga") + text("=Gb"));
+  EXPECT_EQ(root->children[0]->groupTests, root->children[1]->groupTests);
+}
+
+TEST(SelectionEvaluationTest, AMonitoredDirectoryMayBeTheRootWithoutItsSlash) {
+  // The walk spells it so for the directory's own test; nothing lies below it then, and no text before its
+  // end.
+  Entry root("/m/", {}, "");
+  root.type(3).path("/m");
+  EXPECT_TRUE(selects(*compiled(text("=F/m")), root.info()));
+  EXPECT_FALSE(selects(*compiled(text("=F%/m")), root.info()));
+  EXPECT_FALSE(selects(*compiled(text("=Fm")), root.info()));
+  root.path("");
+  EXPECT_TRUE(selects(*compiled(text("=F/")), root.info()));
+}
+
+TEST(SelectionEvaluationTest, SumsOfTimesWrapAt32Bits) {
+  Entry file("/", {}, "f");
+  file.type(1).now(0x7FFFFFFF).modified(-0x7FFFFFFF).accessed(int64_t{1} << 32);
+  EXPECT_TRUE(selects(*compiled("<M" + time('+', 3)), file.info())) << "-2147483647 < -2147483646";
+  EXPECT_FALSE(selects(*compiled("<M" + time('+', 1)), file.info()));
+  EXPECT_TRUE(selects(*compiled("<=A" + time('@', 0)), file.info())) << "only 32 bits are looked at";
+}
+
+TEST(SelectionEvaluationTest, OfMoreThanEightDigitsTheLastEightCount) {
+  Entry file("/", {}, "f");
+  file.size(0x42);
+  EXPECT_TRUE(selects(*compiled(BYTES(">=sF00000042\0")), file.info()));
+  EXPECT_FALSE(selects(*compiled(BYTES(">=sF00000043\0")), file.info()));
+  // 4 TB of bytes shift by 40, which is 8 in a word of 32 bits.
+  file.size(0x100);
+  EXPECT_TRUE(selects(*compiled(BYTES("&>=s1\4<=s1\4")), file.info()));
+}
+
+}  // namespace
+}  // namespace agent

@@ -1,0 +1,227 @@
+#include "Scan/selection/Selection.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <regex.h>
+
+#include "Scan/selection/SelectNode.h"
+#include "SelectionTestSupport.h"
+
+namespace agent {
+namespace {
+
+using ::testing::Each;
+using ::testing::StartsWith;
+
+std::string record(size_t position, char code) {
+  return {static_cast<char>(position & 0xFF), static_cast<char>(position >> 8), code};
+}
+
+std::string records(const std::vector<std::pair<size_t, char>>& list) {
+  std::string bytes;
+  for (const auto& [position, code] : list) bytes += record(position, code);
+  return bytes;
+}
+
+std::string counted(const std::string& text) {
+  return text + static_cast<char>(text.size() & 0xFF) + static_cast<char>(text.size() >> 8);
+}
+
+struct Failing {
+  std::string expression;
+  std::vector<std::pair<size_t, char>> records;  // position and code, the innermost first
+};
+
+TEST(SelectionErrorsTest, RecordsReadFromTheInnermostCauseOutwards) {
+  for (const auto& [expression, expected] : std::vector<Failing>{
+           // Operators.
+           {"&", {{1, '@'}, {0, 1}}},
+           {"|", {{1, '@'}, {0, 3}}},
+           {"!", {{1, '@'}, {0, 5}}},
+           {"x", {{0, 'A'}}},
+           {"  ", {{0, 'A'}}},  // one blank selects everything, two don't
+           {BYTES("&=T\0\0\0\1") + "?", {{7, 'A'}, {0, 2}}},
+           {BYTES("|=T\0\0\0\1") + "!", {{8, '@'}, {7, 5}, {0, 4}}},
+           {"&|!?", {{3, 'A'}, {2, 5}, {1, 3}, {0, 1}}},
+           // Attribute masks.
+           {"&P123", {{2, 'E'}, {0, 7}}},
+           {"&P", {{2, 'E'}, {0, 7}}},
+           {"=P123", {{2, 'E'}, {0, 6}}},
+           // Match terms.
+           {"=", {{1, 'J'}, {0, 16}}},
+           {"=s", {{1, 'C'}, {0, 16}}},
+           {"=T123", {{2, 'E'}, {0, 11}}},
+           {"=Fabc", {{2, 'F'}, {0, 10}}},
+           {"=Uabc", {{2, 'F'}, {0, 8}}},
+           {"=Gabc", {{2, 'F'}, {0, 8}}},
+           {BYTES("=U/abc\0"), {{2, 'H'}, {0, 8}}},
+           {BYTES("=G%/abc\0"), {{2, 'H'}, {0, 8}}},
+           // Lists.
+           {"(", {{1, 'J'}, {0, 14}}},
+           {"(s", {{1, 'C'}, {0, 14}}},
+           {BYTES("(Fa\0"), {{4, 'K'}, {0, 14}}},
+           {BYTES("(Fa\0;"), {{4, 'K'}, {0, 14}}},
+           {BYTES("(Ua\0,b"), {{5, 'F'}, {0, 8}}},
+           {BYTES("(T\0\0\0\1,\0)"), {{7, 'E'}, {0, 11}}},
+           {BYTES("(Ua\0,/b\0)"), {{5, 'H'}, {0, 8}}},
+           // Compare terms.
+           {"<", {{1, 'J'}, {0, 17}}},
+           {">=", {{2, 'J'}, {0, 17}}},
+           {"<=T", {{2, 'C'}, {0, 17}}},
+           {"<M+123", {{2, 'E'}, {0, 12}}},
+           {"<M-1234", {{2, 'D'}, {0, 12}}},
+           {"<C", {{2, 'E'}, {0, 12}}},
+           {"<Uabc", {{2, 'F'}, {0, 9}}},
+           {"<s", {{2, 'I'}, {0, 13}}},
+           {BYTES("<s\0"), {{2, 'I'}, {0, 13}}},
+           {"<S1F", {{2, 'I'}, {0, 13}}},
+           {BYTES("<=S1\5"), {{3, 'I'}, {0, 13}}},
+           // Between.
+           {"[", {{1, 'J'}, {0, 15}}},
+           {"[T", {{1, 'C'}, {0, 15}}},
+           {BYTES("[s1\0"), {{4, 'I'}, {0, 13}}},
+           {"[A@1234?", {{7, 'E'}, {0, 12}}},
+           {BYTES("[Ua\0b"), {{4, 'F'}, {0, 9}}},
+           // A pattern for everything leaves the position in front of itself, so it has to stand last.
+           {BYTES("&=F%\0=T\0\0\0\1"), {{3, 'A'}, {0, 2}}},
+           {BYTES("(F%\0)"), {{2, 'K'}, {0, 14}}},
+           {BYTES("(Ua\0,\0)"), {{5, 'K'}, {0, 14}}},
+           // Only patterns of another platform: the list is left without any.
+           {BYTES("(FC:\\x\0,\\\\srv\\y\0)"), {{2, 'F'}, {0, 10}}},
+       }) {
+    EXPECT_EQ(errorsOf(expression), records(expected)) << ::testing::PrintToString(expression);
+  }
+}
+
+TEST(SelectionErrorsTest, ARefusedPatternIsKeptInFrontOfItsRecord) {
+  regex_t regex;
+  const int code = regcomp(&regex, "^[ab$", REG_NOSUB);
+  ASSERT_NE(code, 0);
+  char words[100];
+  regerror(code, &regex, words, sizeof words);
+
+  EXPECT_EQ(errorsOf(BYTES("!=F[ab\0")),
+            counted(words) + counted("^[ab$") + records({{3, 'B'}, {1, 10}, {0, 5}}));
+  EXPECT_EQ(errorsOf(BYTES("(Ux\0,[ab\0)")), counted(words) + counted("^[ab$") + records({{5, 'B'}, {0, 8}}));
+}
+
+TEST(SelectionErrorsTest, TheLengthOfARefusedPatternFitsItsTwoBytes) {
+  const std::string errors = errorsOf("=F" + std::string(70'000, 'a') + "[" + BYTES("\0"));
+  // From the back: the term's code, the pattern's, the length of the expression.
+  ASSERT_GT(errors.size(), 0xFFFFU);
+  EXPECT_EQ(errors.substr(errors.size() - 8), "\xFF\xFF" + records({{2, 'B'}, {0, 10}}));
+  EXPECT_EQ(errors[errors.size() - 9 - 0xFFFE], '^');
+}
+
+TEST(SelectionErrorsTest, PositionsAreCutToTheirTwoBytes) {
+  const std::string expression = "(U" + [] {
+    std::string items;
+    for (int i = 0; i < 40'000; ++i) items += BYTES("a\0,");
+    return items;
+  }() + "a";
+  EXPECT_EQ(errorsOf(expression), records({{(2 + 120'000) & 0xFFFF, 'F'}, {0, 8}}));
+}
+
+TEST(SelectionErrorsTest, EachExpressionStartsWithoutErrors) {
+  Selection selection;
+  selection.setExpression("x");
+  EXPECT_FALSE(selection.compile("first", 0));
+  EXPECT_NE(selection.errors(), "");
+  selection.setExpression("");
+  EXPECT_EQ(selection.errors(), "");
+  EXPECT_TRUE(selection.compile("second", 0));
+  EXPECT_NE(selection.takeRoot(), nullptr);
+  EXPECT_EQ(selection.takeRoot(), nullptr);
+}
+
+TEST(SelectionNestingTest, TenThousandOperatorsDeepCompilesAndOneMoreDoesNot) {
+  const std::string isFile = BYTES("=T\0\0\0\1");
+  Entry file("/", {}, "f");
+  file.type(1);
+
+  for (const char* const operators : {"!", "&", "|"}) {
+    std::string deep;
+    std::string rights;
+    for (size_t i = 0; i < Selection::MAX_NESTING; ++i) {
+      deep += operators;
+      if (*operators != '!') rights += isFile;
+    }
+    SelectTree root = compiled(deep + isFile + rights);
+    ASSERT_NE(root, nullptr);
+    EXPECT_TRUE(selects(*root, file.info()));
+    root.reset();
+
+    const std::string errors = errorsOf(operators + deep + isFile + rights + isFile);
+    EXPECT_EQ(errors.substr(0, 6), records({{10'001, 'L'}, {10'000, errors[5]}}));
+    EXPECT_EQ(errors.size(), 3 * (10'001U + 1));
+  }
+  // A million operators are as little trouble, and nor is what was built until the error.
+  EXPECT_THAT(errorsOf(std::string(1'000'000, '!')), StartsWith(record(10'001, 'L')));
+  std::string broad(9'999, '&');
+  for (int i = 0; i < 9'999; ++i) broad += isFile;
+  EXPECT_THAT(errorsOf(broad), StartsWith(record(9'999 + 6 * 9'999, '@')));
+}
+
+TEST(SelectionNestingTest, AListOfAnyLengthIsNotNested) {
+  std::string list = "(U";
+  for (int i = 0; i < 200'000; ++i) list += "user" + std::to_string(i) + BYTES("\0,");
+  list += BYTES("last\0)");
+  const SelectTree root = compiled(list);
+  ASSERT_NE(root, nullptr);
+  EXPECT_TRUE(selects(*root, Entry("/", {}, "f").user("last").info()));
+  EXPECT_TRUE(selects(*root, Entry("/", {}, "f").user("user0").info()));
+  EXPECT_FALSE(selects(*root, Entry("/", {}, "f").user("user").info()));
+}
+
+struct Filtered {
+  std::string expression;
+  std::string expected;
+};
+
+TEST(SelectionFilterTest, DropsPatternsOfAnotherPlatformFromLists) {
+  for (const auto& [expression, expected] : std::vector<Filtered>{
+           {BYTES("(Fa\0,C:\\x\0,b\0)"), BYTES("(Fa\0,b\0)")},
+           {BYTES("(FC:\\x\0)"), "(F)"},
+           {BYTES("(F%/a\\b\0,c\\d\0)"), BYTES("(F%/a\\b\0)")},  // a floating one stays
+           {BYTES("(Fa\0,,b\0,)"), BYTES("(Fa\0,b\0)")},         // empty ones vanish
+           {BYTES("|(FC:\\x\0,a\0)(FD:\\y\0,b\0)"), BYTES("|(Fa\0)(Fb\0)")},
+           {BYTES("=FC:\\x\0"), BYTES("=FC:\\x\0")},      // not a list
+           {BYTES("(UC:\\x\0)"), BYTES("(UC:\\x\0)")},    // not of paths
+           {BYTES("(Fa)\\,b\0)"), BYTES("(Fa)\\,b\0)")},  // a plain search for the end
+           {BYTES("(Fa\\"), BYTES("(Fa\\")},              // without an end
+           {"", ""},
+       }) {
+    std::string edited = expression;
+    Selection::FilterOutOtherOSPath(edited, 0);
+    EXPECT_EQ(edited, expected) << ::testing::PrintToString(expression);
+  }
+  std::string edited = BYTES("(FC:\\x\0)(FC:\\x\0)");
+  Selection::FilterOutOtherOSPath(edited, 1);
+  EXPECT_EQ(edited, BYTES("(FC:\\x\0)(F)"));
+}
+
+TEST(SelectionFilterTest, TakesTimeInProportionToTheExpression) {
+  std::string expression;
+  for (int i = 0; i < 200'000; ++i) expression += BYTES("(FC:\\x\0)");
+  Selection::FilterOutOtherOSPath(expression, 0);
+  EXPECT_EQ(expression.size(), 3 * 200'000U);
+}
+
+TEST(SelectionNodesTest, PathPatternsKnowWhereTheyAreTested) {
+  // Base levels and component counts stand on the nodes; everything else about them shows in their answers.
+  const SelectTree relative = compiled(BYTES("=Fa/b\0"), 3);
+  EXPECT_EQ(relative->baseLevel, 3);
+  const SelectTree floating = compiled(BYTES("=F%/a/b\0"), 2);
+  EXPECT_EQ(floating->componentsAbove, 1);
+  EXPECT_EQ(floating->baseLevel, 2);
+}
+
+TEST(SelectionNodesTest, TheContextsOfErrorCodesHaveNames) {
+  EXPECT_THAT(Selection::ops, Each(::testing::NotNull()));
+  EXPECT_STREQ(Selection::ops[4 - 1], "| ->");
+  EXPECT_STREQ(Selection::ops[10 - 1], "MATCH PATH");
+  EXPECT_STREQ(Selection::ops[17 - 1], "COMPARE");
+}
+
+}  // namespace
+}  // namespace agent
