@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "Common/EntityToObjectMapper.h"
+
+namespace agent {
+
+class GenericPrint;
+
+/// A naming domain of filers and owners. Read from the definition below a filer.
+class Domain : public Object {
+ public:
+  Domain() : Object("Domain") {}
+  Domain(int32_t domainId, std::string domainName);
+
+  /// Fills the record from the entity's row.
+  /// @throws VoxObjectCreationException code 325 when row and header differ in length
+  void initializeObject(const Row& refHeaderArray, const Rows& refDataArray);
+
+  /// Writes the class tag and header row, and those of LdapTree behind it.
+  static void printHeader(GenericPrint& print);
+  void printData(GenericPrint& print) const;
+
+  int32_t id = 0;
+  std::string name;
+};
+
+}  // namespace agent

@@ -1,0 +1,262 @@
+#include "Scan/ExecScan.h"
+
+#include <cstdio>
+#include <ctime>
+#include <exception>
+#include <utility>
+
+#include "Common/AgentNotification.h"
+#include "Common/ComputerID.h"
+#include "Common/GenericException.h"
+#include "Common/JobRecord.h"
+#include "Common/ScanAbortException.h"
+#include "Common/ScanVOXTags.h"
+#include "Common/VOXIOException.h"
+#include "Common/VOXParserException.h"
+#include "Common/VoxObjectCreationException.h"
+#include "Common/resource.h"
+#include "Common/unix/psnautil.h"
+#include "Common/unix/pssignal.h"
+#include "QLMlib/common/nls/MessageCatalogs.h"
+#include "QLMlib/common/ut/Trace.h"
+#include "QLMlib/common/ut/TraceFile.h"
+#include "Scan/ScanDefinition.h"
+
+namespace agent {
+
+namespace {
+
+constexpr const char* VERSION = "5.2.4.1";
+constexpr const char* STARTED = "1";
+constexpr const char* FAILED_TO_START = "3";
+constexpr int OBJECT_CREATION_FAILED = 12;
+
+// Names in a log text of several lines stand below the text of the first.
+const std::string INDENT(25, ' ');
+
+std::string now() { return std::to_string(time(nullptr)); }
+
+std::string padded(int32_t number, size_t width) {
+  std::string digits = std::to_string(number);
+  // To the left of a sign as well: numbers that were never given look odd, and nothing is hidden.
+  return digits.size() < width ? std::string(width - digits.size(), '0') + digits : digits;
+}
+
+}  // namespace
+
+ExecScan::ExecScan() : Object("ExecScan") {}
+
+ExecScan::~ExecScan() { cleanup(); }
+
+int ExecScan::startScan(int argc, char** argv) {
+  cmdArgs_ = std::make_unique<CmdArgs>(argc, argv, CmdArgs::SCAN_PROGRAM);
+  openMessages(cmdArgs_->getInstallLocation());
+  if (returnCode_ == CLEAN) parseArguments();
+
+  TRACE_SCOPE("startScan(...)");
+  installSignalHandling();
+  if (cmdArgs_->wantsVersion()) {
+    printf("%s\n", VERSION);
+    return cleanup();
+  }
+  sendAgentStartStatus(cmdArgs_->agentCom, returnCode_ == CLEAN ? STARTED : FAILED_TO_START);
+  if (returnCode_ != CLEAN) return cleanup();
+
+  logJobMessage(1144, "AGT0146I");
+  jobStartTime_ = now();
+  const std::string jobFile = createJobFile(SCAN_JOB, *cmdArgs_, true);
+  const std::string definitionFile = definitionFileName();
+  if (!readDefinition(definitionFile)) {
+    notifyAgent();
+    return cleanup();
+  }
+  scan();
+  finish(definitionFile, jobFile);
+  return cleanup();
+}
+
+// --- Set-up ------------------------------------------------------------------------------------------------
+
+void ExecScan::openMessages(const std::string& installLocation) {
+  if (installLocation.empty()) {
+    returnCode_ = NO_CATALOG;
+    return;
+  }
+  msgDir_ = installLocation + "/nls";
+  logFile_ = installLocation + "/log/scan.log";
+  messagesOpen_ = initializeMessages("nrvna.cat", msgDir_, 0, 0, 0) == 0;
+  if (!messagesOpen_) returnCode_ = NO_CATALOG;
+}
+
+void ExecScan::parseArguments() {
+  returnCode_ = cmdArgs_->parse();
+  if (!cmdArgs_->logName.empty()) logFile_ = cmdArgs_->logName;
+  log_ = std::make_unique<LogManager>(logFile_);
+  naLog = log_.get();
+  if (returnCode_ == CmdArgs::BAD_COMMAND || returnCode_ == CmdArgs::BAD_OPTION) reportBadArguments();
+  if (returnCode_ == CLEAN) openTrace();
+}
+
+void ExecScan::reportBadArguments() const {
+  if (returnCode_ == CmdArgs::BAD_COMMAND) {
+    LogManager::printMessage(1750, "AGT0397E", {cmdArgs_->lastArgument});
+  } else {
+    LogManager::printMessage(1751, "AGT0398E", {cmdArgs_->lastArgument});
+  }
+  LogManager::printMessage(2232, "STA0528T");
+}
+
+void ExecScan::openTrace() {
+  traceOpen_ = initializeTrace(cmdArgs_->traceFile, cmdArgs_->debug, cmdArgs_->maxLogSize) == 0;
+  if (!traceOpen_) returnCode_ = NO_TRACE;
+}
+
+// --- The definition ----------------------------------------------------------------------------------------
+
+std::string ExecScan::definitionFileName() const {
+  const CmdArgs& args = *cmdArgs_;
+  const std::string stem = args.installLoc + "/input/" + args.serverName + "/" + args.jobName;
+  if (args.isInitialScan()) return stem + ".dat";
+  return stem + "." + padded(args.sidRunNumber, 4) + "_scan." + padded(args.jobRunNumber, 8) + ".dat";
+}
+
+/// @return false when there is no usable definition; the return code says why and the log tells it
+bool ExecScan::readDefinition(const std::string& definitionFile) {
+  const auto failed = [&](int code, const std::string& text, const char* step) {
+    returnCode_ = code;
+    logJobMessage(714, "STA0430E", {definitionFile, text});
+    TRACE(TR_MIN, "ERROR: %s, occured %s.\n", text.c_str(), step);
+    return false;
+  };
+  try {
+    agentScan_ = readScanDefinition(definitionFile);
+    TRACE(TR_MAX, "END OF <while( (efNext = pa->findNextEntity(ef)) != NULL )>.\n");
+    return true;
+  } catch (const VOXParserException& exception) {
+    return failed(exception.getCode(), exception.getMessage(), "during definition-file-parsing");
+  } catch (const VoxObjectCreationException& exception) {
+    return failed(exception.getCode(), exception.getMessage(), "during object creation from definition-file");
+  } catch (const std::exception& exception) {
+    return failed(OBJECT_CREATION_FAILED, exception.what(), "during object creation from definition-file");
+  }
+}
+
+// --- The scan ----------------------------------------------------------------------------------------------
+
+/// Runs the scan. Whatever ends it, the flow goes on, so that the agent is always told.
+void ExecScan::scan() {
+  try {
+    scanLocked();
+  } catch (const GenericException& exception) {
+    // Locks taken before the one that failed stay in the resource file: with this process they turn stale.
+    TRACE(TR_MIN, "Filesystem already in locked by another scan process: %s\n",
+          exception.getMessage().c_str());
+    returnCode_ = ABORTED;
+  } catch (const ScanAbortException& exception) {
+    TRACE(TR_ERROR, "%s\n", exception.getMessage().c_str());
+    try {
+      genericPrint_->closeFile();
+    } catch (const VOXIOException&) {
+      // The file is about to be deleted: the abort is what counts.
+    }
+    unlock();
+    returnCode_ = ABORTED;
+  } catch (const VOXIOException& exception) {
+    TRACE(TR_MIN, "%s: %s\n", exception.getMessage().c_str(), exception.getCause().c_str());
+    returnCode_ = WRITE_FAILED;
+  } catch (const std::exception& exception) {
+    TRACE(TR_MIN, "ERROR: %s, the scan ends.\n", exception.what());
+    unlock();
+    returnCode_ = ABORTED;
+  }
+}
+
+void ExecScan::scanLocked() {
+  lock(agentScan_->getFilesystems());
+  logFilesystemList(agentScan_->getFilesystems());
+  ComputerID::cachedCID = std::make_unique<ComputerID>(agentScan_->getScanningCompId());
+  filesystemScan_ = std::make_unique<FilesystemScan>();
+  genericPrint_ = std::make_unique<GenericPrint>(GenericPrint::VOX_FORMAT, cmdArgs_->resultFile);
+  filesystemScan_->setGenericPrint(*genericPrint_);
+  agentScan_->printHeader(*genericPrint_);
+  genericPrint_->beginNode(ScanVOXTags::AS);
+  returnCode_ = filesystemScan_->doScan(*agentScan_, cmdArgs_->nfsTimeout);
+  genericPrint_->endNode(ScanVOXTags::AS);
+  genericPrint_->closeFile();
+  unlock();
+  scanEnded_ = true;
+  TRACE(TR_MAX, "Returncode=: %d\n", returnCode_);
+}
+
+/// Locks each file system against other scans, in list order.
+/// @throws GenericException at the first that can't be locked; it has been logged
+void ExecScan::lock(const FilesystemList& list) {
+  TRACE_SCOPE("lock( )");
+  for (const auto& filesystem : list) {
+    const std::string resource = "scan_" + cmdArgs_->serverName + std::to_string(filesystem->fsID);
+    if (lockResource(resource, SCAN_RESOURCES, cmdArgs_->installLoc) != 0) {
+      logJobMessage(2236, "STA0531E", {filesystem->fsMountPoint});
+      throw GenericException(Constants::_ERROR, 2236, "", filesystem->fsMountPoint);
+    }
+    lockedResources_.push_back(resource);
+  }
+}
+
+void ExecScan::unlock() {
+  TRACE_SCOPE("unlock( )");
+  for (const std::string& resource : lockedResources_) {
+    unlockResource(resource, SCAN_RESOURCES, cmdArgs_->installLoc);
+  }
+  lockedResources_.clear();
+}
+
+void ExecScan::logFilesystemList(const FilesystemList& list) const {
+  TRACE_SCOPE("logFilesystemList( )");
+  std::string names = "\n";
+  for (const auto& filesystem : list) names += INDENT + filesystem->fsMountPoint + "\n";
+  if (naLog != nullptr) naLog->logList(2237, "STA0532I", names);
+}
+
+// --- The end -----------------------------------------------------------------------------------------------
+
+void ExecScan::finish(const std::string& definitionFile, const std::string& jobFile) {
+  jobEndTime_ = now();
+  agentScan_.reset();
+  if (returnCode_ >= ABORTED) {
+    removeResult();
+  } else if (scanEnded_) {
+    logJobMessage(462, "STA0161I");
+  }
+  if (notifyAgent() != 0 && !jobFile.empty()) {
+    updateJobFile(jobFile, returnCode_, cmdArgs_->jobEndTimestamp);
+  }
+  // With the whole trace on, whoever looks into it wants the definition as well.
+  if (!TR_MAX && !definitionFile.empty() && psFileExist(definitionFile)) psRemoveFile(definitionFile);
+}
+
+/// Only the file that this run has opened: a job refused by a lock leaves the running job's result alone, even
+/// one of the same name.
+void ExecScan::removeResult() {
+  if (genericPrint_ && genericPrint_->hasOpenedFile()) psRemoveFile(cmdArgs_->resultFile);
+}
+
+/// Tells the agent how the job ended.
+/// @return 0 when it was told or there is none; otherwise the failure, or the child's exit code
+int ExecScan::notifyAgent() {
+  return notifyAgentOfEnd(*cmdArgs_, returnCode_, jobStartTime_, jobEndTime_);
+}
+
+/// Frees what the run holds, in the order in which it may go. May be called twice.
+/// @return the return code
+int ExecScan::cleanup() {
+  cmdArgs_.reset();
+  naLog = nullptr;
+  log_.reset();
+  filesystemScan_.reset();
+  genericPrint_.reset();
+  if (std::exchange(messagesOpen_, false)) closeMessages();
+  if (std::exchange(traceOpen_, false)) closeTrace();
+  return returnCode_;
+}
+
+}  // namespace agent

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "Scan/AgentScan.h"
+
+namespace agent {
+
+/// Reads a scan definition. A file without an "AgentScan" node gives an empty job.
+/// @throws VOXParserException 12 without a file name, 13 when the file can't be opened, 17 when it can't be
+///     read, 321 for a class that the header block doesn't know
+/// @throws VoxObjectCreationException 325 for a row whose length differs from its header's
+std::unique_ptr<AgentScan> readScanDefinition(const std::string& fileName);
+
+}  // namespace agent

@@ -1,0 +1,25 @@
+// The scan job of a storage agent: one run from a definition file to a result file.
+//
+//   main -> ExecScan            one run, from arguments to exit code           Scan/ExecScan
+//             CmdArgs           the command line and all paths                 Common/CmdArgs
+//             readScanDefinition   the definition, as an AgentScan             Scan/ScanDefinition
+//               ParserAPI          its grammar                                 Common/ParserAPI
+//             lockResource      other scans stay away                          Common/resource
+//             FilesystemScan    which file systems, which statistics           Scan/FilesystemScan
+//               Mounts             what is mounted, and its figures            Probe/Mounts
+//               Selection          which entries count                         Scan/selection
+//               ScannerUnix        one walk                                    Scan/walk, Scan/unix
+//                 CuStatAccum         one statistic while the walk lasts       Scan/statistics
+//               CuStatResults      what it found                               Scan/results
+//               GenericPrint       the result file                             Common/GenericPrint
+//             notifyAgent       how the job ended                              Common/AgentNotification
+//
+// Everywhere: job log (Common/LogManager), message texts (QLMlib/common/nls), trace (QLMlib/common/ut).
+// docs/architecture.md follows one run and one directory entry through these rooms.
+
+#include "Scan/ExecScan.h"
+
+int main(int argc, char** argv) {
+  agent::ExecScan job;
+  return job.startScan(argc, argv);
+}

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <type_traits>
+
+namespace agent {
+
+/// Adds to a counter of the result format. A counter of 32 bits wraps on a large file system, and sizes come
+/// from file systems that anybody may have written: neither may be undefined.
+template <typename Counter, typename Amount>
+void addTo(Counter& counter, Amount amount) {
+  using Unsigned = std::make_unsigned_t<Counter>;
+  counter = static_cast<Counter>(static_cast<Unsigned>(static_cast<Unsigned>(counter) +
+                                                       static_cast<Unsigned>(amount)));
+}
+
+/// A histogram as one cell: its numbers in bucket order, joined by ",".
+template <typename Number, size_t N>
+std::string joinNumbers(const std::array<Number, N>& numbers) {
+  std::string cell = std::to_string(numbers[0]);
+  for (size_t i = 1; i < N; ++i) cell += ',' + std::to_string(numbers[i]);
+  return cell;
+}
+
+}  // namespace agent

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+
+#include "Common/Object.h"
+
+namespace agent {
+
+class FileType;
+class GenericPrint;
+
+/// A record of the same shape over time. Carries no data in this job.
+class History : public Object {
+ public:
+  using Object::Object;
+};
+
+/// How much space the files of one extension take.
+class FileTypeSummary : public History {
+ public:
+  FileTypeSummary() : History("FileTypeSummary") {}
+
+  static void printHeader(GenericPrint& print);
+  void printData(GenericPrint& print) const;
+
+  int32_t profileID = 0;     ///< the statistic's id
+  int32_t filesystemID = 0;
+  int64_t fileCount = 0;
+  int64_t spaceUsed = 0;     ///< units of 512 bytes
+  const FileType* fileType = nullptr;  ///< borrowed from the scan's FileTypeTable
+};
+
+}  // namespace agent

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "Common/AnalysisSource.h"
+#include "Common/Object.h"
+#include "Scan/results/CuStatResults.h"
+
+namespace agent {
+
+class Filesystem;
+class GenericPrint;
+
+/// The results of one statistic for one file system or monitored directory. Owns the results, not their
+/// source, unless the source is a record that the definition gave for this one place.
+class ResultsByFS : public Object {
+ public:
+  /// @param source the file system or monitored directory; may be null
+  explicit ResultsByFS(AnalysisSource* source);
+  /// Takes over a record read from the definition.
+  explicit ResultsByFS(std::unique_ptr<Filesystem> source);
+  ~ResultsByFS() override;
+  ResultsByFS(const ResultsByFS&) = delete;
+  ResultsByFS& operator=(const ResultsByFS&) = delete;
+
+  /// Writes nothing: the node has no columns of its own.
+  static void printHeader(GenericPrint& print);
+  void printData(GenericPrint& print) const;
+
+  /// The source as a file system, or null.
+  Filesystem* sourceFilesystem() const;
+  /// True when the source belongs to the file system with this id, or when it can't be told.
+  bool concerns(int32_t filesystemID) const;
+
+  std::unique_ptr<CuStatResults> rfResults;  ///< null until the walk gives them
+  AnalysisSource* rfDirOrFS;                 ///< borrowed
+
+ private:
+  bool aboutDirectory_ = false;
+  std::unique_ptr<Filesystem> ownSource_;
+};
+
+}  // namespace agent

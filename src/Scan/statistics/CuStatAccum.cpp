@@ -1,0 +1,168 @@
+#include "Scan/statistics/CuStatAccum.h"
+
+#include <ctime>
+#include <utility>
+
+#include "Common/ComputerID.h"
+#include "Common/VOXCommon/CommonAgentFactory.h"
+#include "Probe/Filesystem.h"
+#include "Scan/results/CuStatResults.h"
+#include "Scan/statistics/CuStatDef.h"
+#include "Scan/statistics/FileAccum.h"
+#include "Scan/statistics/FileTypeAccum.h"
+#include "Scan/statistics/LargeDirAccum.h"
+#include "Scan/statistics/SizeDistAccum.h"
+#include "Scan/statistics/SummaryAccum.h"
+#include "Scan/statistics/TimeDistAccum.h"
+#include "Scan/statistics/UserOrGroupAccum.h"
+#include "Scan/walk/FileAttributes.h"
+
+namespace agent {
+
+namespace {
+
+bool isWindowsAgent() { return CommonAgentFactory::getCommonAgent().isWindows; }
+
+std::unique_ptr<SSummary> newSummary(const CuStatDef& definition, const Filesystem& filesystem,
+                                     int64_t now) {
+  auto summary = std::make_unique<SSummary>();
+  summary->sumFilesystemID = filesystem.fsID;
+  summary->sumStatisticID = definition.sdID;
+  summary->sumCapacity = filesystem.fsCapacity;
+  summary->sumUsedSpace = filesystem.fsUsedSpace;
+  summary->sumFreeSpace = filesystem.fsFreeSpace;
+  summary->sumScanTime = now;
+  return summary;
+}
+
+std::unique_ptr<SSizeDist> newSizeDist(const CuStatDef& definition, const Filesystem& filesystem) {
+  auto distribution = std::make_unique<SSizeDist>();
+  distribution->szdFilesystemID = filesystem.fsID;
+  distribution->szdStatisticID = definition.sdID;
+  return distribution;
+}
+
+std::unique_ptr<STimeDist> newTimeDist(const CuStatDef& definition, const Filesystem& filesystem,
+                                       int64_t now) {
+  auto distribution = std::make_unique<STimeDist>();
+  distribution->tdFilesystemID = filesystem.fsID;
+  distribution->tdStatisticID = definition.sdID;
+  distribution->tdScanTime = now;
+  return distribution;
+}
+
+}  // namespace
+
+CuStatAccum::CuStatAccum() : CuStatAccum("CuStatAccum") {}
+
+CuStatAccum::CuStatAccum(const char* className) : FileAction(className) {}
+
+CuStatAccum::~CuStatAccum() = default;
+
+void CuStatAccum::releaseInodeTableMap() { inodeTable_.clear(); }
+
+void CuStatAccum::releaseAccumulators() {
+  accumulators_.clear();
+  largeDirectories_.reset();
+}
+
+template <typename Accum, typename... Arguments>
+void CuStatAccum::push(Arguments&&... arguments) {
+  accumulators_.push_back(std::make_unique<Accum>(std::forward<Arguments>(arguments)...));
+}
+
+bool CuStatAccum::checkForFAT(const CuStatDef& /*definition*/, const Filesystem& filesystem) {
+  const bool fat = filesystem.fsType == Filesystem::FAT || filesystem.fsType == Filesystem::FAT32;
+  return !(fat && isWindowsAgent());
+}
+
+void CuStatAccum::buildAccum(CuStatDef& definition, Filesystem& filesystem) {
+  releaseInodeTableMap();
+  releaseAccumulators();
+  filesystem.fsScanningCompID = ComputerID::cachedId();
+  const int64_t now = static_cast<int64_t>(time(nullptr)) * 1000;
+
+  ownResults_ = std::make_unique<CuStatResults>();
+  results_ = ownResults_.get();
+  results_->srID = definition.sdID;
+  level_ = OUTSIDE;
+
+  if (definition.sdLargestDirectories > 0) {
+    largeDirectories_ = std::make_unique<LargeDirAccum>(definition.sdLargestDirectories, filesystem.fsID);
+  }
+  if (definition.sdLargestFiles > 0) push<LargeFileAccum>(definition.sdLargestFiles);
+  if (definition.sdLeastAccessed > 0) push<OldFileAccum>(definition.sdLeastAccessed);
+  if (definition.sdOldestNotBackedUp > 0) push<VulnerableFileAccum>(definition.sdOldestNotBackedUp);
+  if (definition.sdLargestOrphans > 0) push<LargestOrphansAccum>(definition.sdLargestOrphans);
+  if (definition.sdOldestOrphans > 0) push<OldestOrphansAccum>(definition.sdOldestOrphans);
+  if (definition.sdGroupByOwner && checkForFAT(definition, filesystem)) {
+    push<UserOrGroupAccum>(UserOrGroupAccum::Kind::Owners, filesystem);
+  }
+  if (definition.sdGroupByGroup && checkForFAT(definition, filesystem)) {
+    push<UserOrGroupAccum>(UserOrGroupAccum::Kind::Groups, filesystem);
+  }
+  if (definition.sdSummary) {
+    results_->srSummary = newSummary(definition, filesystem, now);
+    push<SummaryAccum>(*results_->srSummary);
+  }
+  if (definition.sdSizeDistribution) {
+    results_->srSizeDist = newSizeDist(definition, filesystem);
+    push<SizeDistAccum>(*results_->srSizeDist);
+  }
+  if (definition.sdGroupByAccess) {
+    results_->srAccessed = newTimeDist(definition, filesystem, now);
+    push<AccessedDistAccum>(*results_->srAccessed);
+  }
+  if (definition.sdGroupByMod) {
+    results_->srModified = newTimeDist(definition, filesystem, now);
+    push<ModifiedDistAccum>(*results_->srModified);
+  }
+  if (definition.sdGroupByCreation) {
+    if (isWindowsAgent()) {
+      results_->srCreated = newTimeDist(definition, filesystem, now);
+      push<CreatedDistAccum>(*results_->srCreated);
+    } else {
+      definition.sdGroupByCreation = false;
+    }
+  }
+  if (definition.sdGroupByBackup) {
+    results_->srBackup = newTimeDist(definition, filesystem, now);
+    push<BackupDistAccum>(*results_->srBackup);
+  }
+  if (definition.sdLargestFileTypes > 0 && (!definition.sdWinOnlyFileType || isWindowsAgent())) {
+    push<FileTypeAccum>(definition.sdID, definition.sdLargestFileTypes);
+  }
+}
+
+std::unique_ptr<CuStatResults> CuStatAccum::takeResults() { return std::move(ownResults_); }
+
+void CuStatAccum::actUpon(Scanner& scanner, FileAttributes& attributes) {
+  if (largeDirectories_) largeDirectories_->accumulate(scanner, attributes);
+
+  // The first sighting of an inode with several names reaches no accumulator, each further one does: an inode
+  // with n names in the tree counts n-1 times, one whose other names lie outside not at all. That is the
+  // counting that servers rely on.
+  if (attributes.faLinkCount >= 2 && inodeTable_.insert(attributes.faInodeNumber).second) return;
+
+  for (auto accumulator = accumulators_.rbegin(); accumulator != accumulators_.rend(); ++accumulator) {
+    (*accumulator)->accumulate(scanner, attributes);
+  }
+}
+
+void CuStatAccum::directoryEntered(FileAttributes& attributes) {
+  if (largeDirectories_) largeDirectories_->newDirectory(attributes);
+  ++level_;
+}
+
+void CuStatAccum::directoryLeft() {
+  if (largeDirectories_) largeDirectories_->closeDirectory();
+  if (--level_ >= 0 || results_ == nullptr) return;
+
+  if (largeDirectories_) largeDirectories_->finish(*results_);
+  for (auto accumulator = accumulators_.rbegin(); accumulator != accumulators_.rend(); ++accumulator) {
+    (*accumulator)->finish(*results_);
+  }
+  results_ = nullptr;
+}
+
+}  // namespace agent

@@ -1,0 +1,53 @@
+#include "Scan/statistics/TimeDistAccum.h"
+
+#include "Scan/results/Counters.h"
+#include "Scan/selection/fileInfo.h"
+#include "Scan/walk/FileAttributes.h"
+#include "Scan/walk/Scanner.h"
+
+namespace agent {
+
+namespace {
+
+constexpr size_t FUTURE = 9;
+
+size_t bucketOf(int64_t age) {
+  size_t bucket = 0;
+  while (bucket < TimeDistAccum::m_rangesArray.size() && age > TimeDistAccum::m_rangesArray[bucket]) {
+    ++bucket;
+  }
+  return bucket;
+}
+
+}  // namespace
+
+void TimeDistAccum::accumulate(Scanner& scanner, FileAttributes& attributes) {
+  const int64_t age = scanner.scanStartSeconds() - time(attributes) / 1000;
+  size_t bucket = FUTURE;
+  // A day of grace for clocks that differ: what lies less far ahead is new, and enters the average as it is.
+  if (age >= -DAY) {
+    ++count_;
+    addTo(sumOfAges_, age);
+    bucket = bucketOf(age);
+  }
+  addTo(distribution_.tdSizes[bucket], attributes.faBlocks);
+  addTo(distribution_.tdCounts[bucket], 1);
+}
+
+void TimeDistAccum::finish(CuStatResults& /*results*/) {
+  if (count_ > 0) distribution_.tdAverageAge = sumOfAges_ / count_;
+}
+
+int64_t AccessedDistAccum::time(const FileAttributes& attributes) const { return attributes.faAccessed; }
+
+int64_t ModifiedDistAccum::time(const FileAttributes& attributes) const { return attributes.faModified; }
+
+int64_t CreatedDistAccum::time(const FileAttributes& attributes) const { return attributes.faCreated; }
+
+void BackupDistAccum::accumulate(Scanner& scanner, FileAttributes& attributes) {
+  if ((attributes.faAttributes & ATTRIBUTE_ARCHIVE) != 0) TimeDistAccum::accumulate(scanner, attributes);
+}
+
+int64_t BackupDistAccum::time(const FileAttributes& attributes) const { return attributes.faModified; }
+
+}  // namespace agent

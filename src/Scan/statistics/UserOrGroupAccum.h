@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstdint>
+#include <unordered_map>
+
+#include "Scan/results/SUserOrGroup.h"
+#include "Scan/statistics/Accumulator.h"
+
+namespace agent {
+
+class Filesystem;
+class UserOrGroup;
+
+/// Totals for each owner or each group.
+class UserOrGroupAccum : public Accumulator {
+ public:
+  enum class Kind { Owners = 0, Groups = 1 };
+
+  UserOrGroupAccum(Kind kind, const Filesystem& filesystem)
+      : Accumulator("UserOrGroupAccum"), kind_(kind), filesystem_(filesystem) {}
+
+  void accumulate(Scanner& scanner, FileAttributes& attributes) override;
+  void finish(CuStatResults& results) override;
+
+ private:
+  SUserOrGroup& totalsOf(const UserOrGroup& identity);
+
+  Kind kind_;
+  const Filesystem& filesystem_;
+  // By the identity's number: two numbers that share a name share an identity, and so one record. Node-based:
+  // the pointer to the last hit stays good while others are added.
+  std::unordered_map<int32_t, SUserOrGroup> totals_;
+  const UserOrGroup* lastIdentity_ = nullptr;
+  SUserOrGroup* lastTotals_ = nullptr;
+};
+
+}  // namespace agent

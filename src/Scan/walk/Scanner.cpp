@@ -1,0 +1,304 @@
+#include "Scan/walk/Scanner.h"
+
+#include <ctime>
+#include <exception>
+
+#include "Common/GenericException.h"
+#include "Common/LocalizableException.h"
+#include "Common/LogManager.h"
+#include "Probe/Filesystem.h"
+#include "QLMlib/common/ut/Trace.h"
+#include "Scan/identity/UserOrGroup.h"
+#include "Scan/identity/UserTable.h"
+#include "Scan/selection/Selection.h"
+#include "Scan/walk/FileAction.h"
+
+namespace agent {
+
+namespace {
+
+constexpr int64_t ENTRIES_BETWEEN_REPORTS = 99'999;
+constexpr int ROOT_LOST = 8;
+
+std::string rootPathOf(const Filesystem& filesystem) {
+  // A cluster's file set has its root at "/" whatever it is mounted on.
+  if (Filesystem::isCLFSFileset(filesystem.fsType)) return "/";
+  const std::string& mountPoint = filesystem.fsMountPoint;
+  return mountPoint.ends_with('/') ? mountPoint : mountPoint + '/';
+}
+
+}  // namespace
+
+Scanner::Scanner(const Setup& setup)
+    : path_(rootPathOf(setup.filesystem)),
+      userTable_(setup.userTable),
+      fileTypes_(setup.fileTypes),
+      actions_(setup.actions),
+      factory_(setup.factory),
+      selections_(setup.selections),
+      filesystem_(setup.filesystem) {
+  matchedActions_.reserve(selections_.size());
+  attributes_.faName.reserve(NAME_BUFFER);
+}
+
+Scanner::~Scanner() = default;
+
+int Scanner::scan() {
+  TRACE_SCOPE("Scanner::scan()");
+  const time_t now = time(nullptr);
+  filesystem_.fsScanTime = static_cast<int64_t>(now) * 1000;
+  scanStartSeconds_ = static_cast<int32_t>(now);
+  attributes_.faName = path_;
+
+  int result = 0;
+  if (!enterRoot(result)) return result;
+
+  while (level_ >= 0) {
+    while (nextGood()) treatEntry();
+    leaveDirectory();
+  }
+  logJobMessage(1142, "AGT0144I", {std::to_string(total_)});
+  return rc_;
+}
+
+/// Opens and reads the root and offers it to the actions like any entry, before its content.
+/// @return false, with the scan's result, when there is no walk
+bool Scanner::enterRoot(int& result) {
+  try {
+    arrayReader_.push_back(factory_.newDirectoryReader(*this, true));
+  } catch (const LocalizableException& exception) {
+    TRACE(TR_MIN,
+          "Scanner::scan() : ERROR: Caught LocalizableException in factory.newDirectoryReader() ... Exiting "
+          "with rc = 8\n%s\n",
+          exception.what());
+    result = ROOT_LOST;
+    return false;
+  } catch (const GenericException& exception) {
+    TRACE(TR_MIN,
+          "Caught GenericException accessing filesystem %s - skipping this filesystem and trying to scan next "
+          "filesystem\n",
+          exception.getMessage().c_str());
+    result = 4;
+    return false;
+  }
+  if (filesystem_.fsType == Filesystem::MXFS) snapshotPath_ = getSnapshotDirMXFS(filesystem_.fsMountPoint);
+
+  DirectoryReader* root = arrayReader_.front().get();
+  if (root == nullptr) {
+    TRACE(TR_MIN,
+          "Scanner::scan() : ERROR: The array reader stored at <arrayReader[0]> is NULL. Leaving method.\n");
+    result = -1;
+    return false;
+  }
+  result = ROOT_LOST;
+  // An empty scan must never look like a clean one: a root that can't be read loses the file system.
+  if (root->handle() == DirectoryReader::CLOSED) return false;
+  try {
+    rootDevice_ = root->stat(path_, attributes_, filesystem_.fsType);
+  } catch (const GenericException& exception) {
+    if (exception.getMsgID() == 436) {
+      TRACE(TR_MIN,
+            "Caught Exception from DirectoryReaderWin32::StatFile() : ERROR: Cannot get security info for %s "
+            "\n",
+            path_.c_str());
+      logJobMessage(436, "STA0135W", {exception.getCause()});
+    }
+    logJobMessage(static_cast<uint32_t>(exception.getMsgID()), exception.getMessage(),
+                  {exception.getMessage(), exception.getCause()});
+    TRACE(TR_MIN, "Scanner::scan() : ERROR: %s \n", exception.getMessage().c_str());
+    TRACE(TR_MIN, "Exiting with rc = 8\n");
+    return false;
+  }
+  if (attributes_.faType == FileAttributes::ENTRY_OTHER_DEVICE) return false;
+
+  actUponMatched();
+  for (FileAction* action : actions_) action->directoryEntered(attributes_);
+  result = 0;
+  return true;
+}
+
+void Scanner::treatEntry() {
+  const bool isDirectory = attributes_.faType == FileAttributes::DIRECTORY;
+  if (isDirectory && level_ == 0 && isSnapshotDirectory()) {
+    TRACE(TR_MID, "Scanner::scan() : Skipping the snapshot directory %s\n", attributes_.faName.c_str());
+    return;
+  }
+  if (attributes_.faType != FileAttributes::ENTRY_OTHER_DEVICE) actUponMatched();
+  if (isDirectory) advance();
+  reportProgress();
+}
+
+bool Scanner::isSnapshotDirectory() const {
+  if (filesystem_.fsType == Filesystem::MXFS && attributes_.faName == snapshotPath_) return true;
+  return attributes_.faName.find(snapshotDir) != std::string::npos;
+}
+
+void Scanner::actUponMatched() {
+  for (const uint32_t index : matchedActions_) actions_[index]->actUpon(*this, attributes_);
+}
+
+void Scanner::reportProgress() {
+  ++total_;
+  if (++sinceReport_ <= ENTRIES_BETWEEN_REPORTS) return;
+  logJobMessage(1141, "AGT0143I", {std::to_string(total_)});
+  sinceReport_ = 0;
+}
+
+/// Goes down into the directory that `attributes_` describes.
+void Scanner::advance() {
+  if (level_ >= MAX_COMPONENTS - 1) {
+    TRACE(TR_MAX, "Scanner::advance() : level >= (MAX_COMPONENTS - 1): MAX_COMPONENTS = %d.\n",
+          MAX_COMPONENTS);
+    logJobMessage(301, "STA0001E", {attributes_.faName});
+    for (FileAction* action : actions_) action->directoryPassedOver();
+    return;
+  }
+  const size_t savedPathLength = path_.size();
+  path_.assign(attributes_.faName);
+  ++level_;
+  try {
+    std::unique_ptr<DirectoryReader> reader = factory_.newDirectoryReader(*this, false);
+    const auto index = static_cast<size_t>(level_);
+    if (arrayReader_.size() > index) {
+      arrayReader_[index] = std::move(reader);
+    } else {
+      arrayReader_.push_back(std::move(reader));
+    }
+  } catch (const LocalizableException& exception) {
+    TRACE(TR_MIN,
+          "Scanner::advance() : ERROR: Caught LocalizableException in factory.newDirectoryReader()... Setting "
+          "rc to 4\n%s\n",
+          exception.what());
+    decrementLevel(savedPathLength);
+    return;
+  } catch (const GenericException&) {
+    decrementLevel(savedPathLength);
+    return;
+  }
+  for (FileAction* action : actions_) action->directoryEntered(attributes_);
+}
+
+void Scanner::decrementLevel(size_t savedPathLength) {
+  rc_ = 4;
+  --level_;
+  path_.resize(savedPathLength);
+  for (FileAction* action : actions_) action->directoryPassedOver();
+}
+
+bool Scanner::nextGood() {
+  while (true) {
+    DirectoryReader* reader = readerAt(level_);
+    if (reader == nullptr) {
+      TRACE(TR_MIN,
+            "Scanner::nextGood() : ERROR: The DirectoryReader at <arrayReader [ %d ] > is NULL. Leaving "
+            "method.\n",
+            level_);
+      return false;
+    }
+    try {
+      return reader->next(filesystem_.fsType);
+    } catch (const LocalizableException& exception) {
+      TRACE(TR_MIN,
+            "Scanner::nextGood() : ERROR: Caught LocalizableException in array[%d].next(%i) ... Setting rc to "
+            "4\n%s\n",
+            level_, filesystem_.fsType, exception.what());
+      rc_ = 4;
+    }
+  }
+}
+
+void Scanner::leaveDirectory() {
+  for (FileAction* action : actions_) action->directoryLeft();
+  --level_;
+  if (level_ >= 0) path_.resize(readerAt(level_)->pathLength());
+}
+
+std::string Scanner::localName(std::string_view path) const {
+  const LocalPathInfo* local = localPath();
+  return local != nullptr ? local->localName(path) : std::string(path);
+}
+
+bool Scanner::ScannerInitOpen(std::string_view path) const {
+  if (const LocalPathInfo* local = localPath(); local != nullptr) {
+    if (local->localLength(path) <= MAX_OPEN_PATH) return true;
+    TRACE(TR_MIN, "path is too long ... throwing Exception with STA0139W for %s\n",
+          local->localName(path).substr(0, MAX_OPEN_PATH).c_str());
+    return false;
+  }
+  if (path.size() <= MAX_OPEN_PATH) return true;
+  const std::string cut(path.substr(0, MAX_OPEN_PATH));
+  TRACE(TR_MIN, "Scanner::ScannerInitOpen() : ERROR: Logging problem with STA0139W ... Path %s is too long.\n",
+        cut.c_str());
+  logJobMessage(440, "STA0139W", {cut});
+  return false;
+}
+
+bool Scanner::ScannerInitStat(std::string_view path, fileInfo& file) const {
+  file.path = path.data();
+  file.pathLength = path.size();
+  const LocalPathInfo* local = localPath();
+  if (local == nullptr || local->localLength(path) <= NAME_BUFFER - local->reservedLength()) return true;
+  TRACE(TR_MIN, "path is too long ... throwing Exception with STA0139W for %s\n",
+        local->localName(path).substr(0, NAME_BUFFER).c_str());
+  return false;
+}
+
+void Scanner::ScannerFinishOffNextEntry(std::string& path, size_t directoryLength, std::string_view name) {
+  path.resize(directoryLength);
+  if (!path.ends_with('/')) path += '/';
+  path += name;
+}
+
+void Scanner::ScannerFinishOffStat(FileAttributes& info, fileInfo& file) {
+  const struct stat& status = file.stat;
+  info.faType = file.type;
+  file.scanner = this;
+  file.now = scanStartSeconds_;
+
+  const UserOrGroup* owner = userTable_.lookup(Sid(status.st_uid), false);
+  const UserOrGroup* group = userTable_.lookup(Sid(status.st_gid), true);
+  info.faOwner = owner;
+  info.faGroup = group;
+  file.user = owner->selectionName();
+  file.group = group->selectionName();
+  // A missing group makes no orphan: only owners are told apart.
+  if (owner->ugRemoved) file.stat.st_mode |= ATTRIBUTE_ORPHAN;
+  info.faAttributes = file.stat.st_mode;
+
+  if (file.type > FileAttributes::DIRECTORY) file.stat.st_blocks = 0;
+  info.faLength = status.st_size;
+  info.faBlocks = status.st_blocks;
+  info.faLinkCount = static_cast<int32_t>(status.st_nlink);
+  info.faInodeNumber = static_cast<int64_t>(status.st_ino);
+  // Seconds as signed 32-bit numbers: the width of the format, also for times beyond 2038.
+  info.faModified = static_cast<int64_t>(static_cast<int32_t>(status.st_mtime)) * 1000;
+  info.faAccessed = static_cast<int64_t>(static_cast<int32_t>(status.st_atime)) * 1000;
+
+  if (selections_.empty()) return;
+  matchedActions_.clear();
+  if (level_ == 0 && file.pathLength == path_.size()) {
+    evaluateOnRoot(file);
+    return;
+  }
+  for (size_t index = 0; index < selections_.size(); ++index) {
+    if (selections_[index] != nullptr && selects(*selections_[index], file)) {
+      matchedActions_.push_back(static_cast<uint32_t>(index));
+    }
+  }
+}
+
+/// The root's path has a trailing slash, which no definition of a directory has: selections that name a
+/// directory itself see it without.
+void Scanner::evaluateOnRoot(const fileInfo& file) {
+  const std::string withoutSlash(file.path, file.pathLength - 1);
+  fileInfo directoryItself = file;
+  directoryItself.path = withoutSlash.c_str();
+  directoryItself.pathLength = withoutSlash.size();
+  for (size_t index = 0; index < selections_.size(); ++index) {
+    if (selections_[index] == nullptr) continue;
+    const fileInfo& seen = actions_[index]->testsDirectoryItself() ? directoryItself : file;
+    if (selects(*selections_[index], seen)) matchedActions_.push_back(static_cast<uint32_t>(index));
+  }
+}
+
+}  // namespace agent

@@ -1,0 +1,128 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Scan/selection/fileInfo.h"
+#include "Scan/walk/DirectoryReader.h"
+#include "Scan/walk/FileAttributes.h"
+#include "Scan/walk/LocalPathInfo.h"
+
+namespace agent {
+
+class FileAction;
+class FileTypeTable;
+class Filesystem;
+class UserTable;
+struct selectNode;
+
+/// Walks one file system from its root, depth first, in the order in which the system lists each directory.
+/// For each entry it evaluates every selection once and hands the entry to the actions whose selection
+/// matched. Computes no statistic itself. Used once: made, scan() called, destroyed.
+class Scanner : public WalkPosition {
+ public:
+  /// Deepest stack of directories; entries below it are counted, their content isn't.
+  static constexpr int32_t MAX_COMPONENTS = 200;
+  /// Longest path that a directory is opened by, in bytes.
+  static constexpr size_t MAX_OPEN_PATH = 4098;
+  /// Space of a name that is stat'ed, in bytes.
+  static constexpr size_t NAME_BUFFER = 4096;
+  /// A directory directly below the root whose path contains this is a file system's own copy: not walked.
+  static constexpr std::string_view snapshotDir = ".snapshot";
+
+  /// What a walk needs; everything but the path is borrowed and must outlive the walk.
+  struct Setup {
+    Filesystem& filesystem;
+    std::vector<FileAction*> actions;
+    std::vector<const selectNode*> selections;  ///< selections[i] decides for actions[i]; null never matches
+    FileTypeTable& fileTypes;
+    UserTable& userTable;
+    DirectoryReaderFactory& factory;
+    std::string localPath;  ///< where the file system is mounted on this host
+  };
+
+  explicit Scanner(const Setup& setup);
+  ~Scanner() override;
+  Scanner(const Scanner&) = delete;
+  Scanner& operator=(const Scanner&) = delete;
+
+  /// The whole walk. Sets Filesystem::fsScanTime.
+  /// @return 0 clean, 4 at least one directory was lost or the file system was skipped, 8 the root could not
+  ///     be opened or stat'ed, -1 there was no reader for the root
+  /// @throws ScanAbortException when the job was told to stop; no further action has been called
+  int scan();
+
+  // Reads the entry that `file.path` names and normalises its record.
+  // @return false after a failure that has been logged
+  virtual bool Stat(fileInfo& file, bool remote) = 0;
+  virtual const LocalPathInfo* localPath() const = 0;
+  virtual void setLocalPath(const std::string& localPath) = 0;
+
+  // What actions read.
+  Filesystem& filesystem() const { return filesystem_; }
+  FileTypeTable& fileTypes() const { return fileTypes_; }
+  int32_t scanStartSeconds() const { return scanStartSeconds_; }
+
+  // What readers use.
+  const std::string& path() const { return path_; }
+  FileAttributes& attributes() { return attributes_; }
+  int32_t rootDevice() const { return rootDevice_; }
+  DirectoryReader* readerAt(int32_t level) const { return arrayReader_[static_cast<size_t>(level)].get(); }
+  const fileInfo& currentFile() const { return file_; }
+  fileInfo& currentFile() { return file_; }
+  /// The name under which this host has the entry, for messages.
+  std::string localName(std::string_view path) const;
+  /// False for a path too long to be opened. A long logical path is logged (STA0139W), a long local one traced.
+  bool ScannerInitOpen(std::string_view path) const;
+  /// False for a path whose names don't fit the space of stat.
+  bool ScannerInitStat(std::string_view path, fileInfo& file) const;
+  /// Appends an entry's name to its directory's path, which takes up the first `directoryLength` bytes of
+  /// `path`.
+  static void ScannerFinishOffNextEntry(std::string& path, size_t directoryLength, std::string_view name);
+  /// Completes the record of an entry that has been stat'ed and evaluates the selections on it.
+  void ScannerFinishOffStat(FileAttributes& info, fileInfo& file);
+
+  // WalkPosition
+  int32_t currentLevel() const override { return level_; }
+  size_t pathLengthAt(int32_t level) const override { return readerAt(level)->pathLength(); }
+
+ private:
+  bool enterRoot(int& result);
+  void treatEntry();
+  void advance();
+  void decrementLevel(size_t savedPathLength);
+  bool nextGood();
+  void leaveDirectory();
+  void actUponMatched();
+  void evaluateOnRoot(const fileInfo& file);
+  bool isSnapshotDirectory() const;
+  void reportProgress();
+
+  int32_t rc_ = 0;
+  std::string path_;  // logical path of the directory on top of the stack; the root's ends in a slash
+  UserTable& userTable_;
+  FileTypeTable& fileTypes_;
+  std::vector<FileAction*> actions_;
+  DirectoryReaderFactory& factory_;
+  int32_t rootDevice_ = -1;
+  int32_t scanStartSeconds_ = 0;
+  std::vector<std::unique_ptr<DirectoryReader>> arrayReader_;  // one for each level, grows only
+  FileAttributes attributes_;  // the one record that is refilled for each entry
+  fileInfo file_;              // the same entry as selections see it
+  int32_t level_ = 0;          // index of the top reader; -1 ends the walk
+  std::vector<const selectNode*> selections_;
+  std::vector<uint32_t> matchedActions_;
+  Filesystem& filesystem_;
+  std::string snapshotPath_;   // of the cluster file system that keeps its own; else empty
+  int64_t total_ = 1;          // entries; the root is the first
+  int64_t sinceReport_ = 1;
+};
+
+/// Asks the cluster file system's snapshot tool for the directory that holds the snapshots of `mountPoint`.
+/// Without the tool it is "<mount point>/.snapshots".
+std::string getSnapshotDirMXFS(std::string mountPoint);
+
+}  // namespace agent

@@ -1,0 +1,378 @@
+#include "Scan/unix/ScannerUnix.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <sys/socket.h>
+#include <sys/sysmacros.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "Common/ScanAbortException.h"
+#include "Common/unix/pssignal.h"
+#include "Probe/Filesystem.h"
+#include "Scan/identity/UberTable.h"
+#include "Scan/selection/Selection.h"
+#include "Scan/unix/DirectoryReaderUnix.h"
+#include "Scan/unix/UnixUserTable.h"
+#include "Scan/walk/FileAction.h"
+#include "common/TemporaryDirectory.h"
+#include "support/JobLog.h"
+
+namespace agent {
+class FileTypeTable {};  // the walk only hands it on
+}  // namespace agent
+
+namespace agent::test {
+namespace {
+
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+using ::testing::SizeIs;
+using ::testing::UnorderedElementsAre;
+
+/// Users 0 ("root") and 7 ("seven"); everybody else has gone.
+class FewUsers : public UserDatabase {
+ public:
+  bool findUser(uint32_t uid, std::string& name, std::string& description) override {
+    description = "somebody";
+    name = uid == 0 ? "root" : "seven";
+    return uid == 0 || uid == 7;
+  }
+  bool findGroup(uint32_t gid, std::string& name) override {
+    name = "wheel";
+    return gid == 0;
+  }
+};
+
+/// System calls that fail for some names, or do something just before.
+class RefusableCalls : public DirectoryCalls {
+ public:
+  std::map<std::string, int> refusedToOpen, refusedToStat;
+  std::map<std::string, std::function<void()>> beforeOpen;
+
+  int openDirectory(int parent, const char* name) override {
+    if (const auto hook = beforeOpen.find(name); hook != beforeOpen.end()) hook->second();
+    if (refuse(refusedToOpen, name)) return -1;
+    return DirectoryCalls::openDirectory(parent, name);
+  }
+  int statEntry(int directory, const char* name, struct stat& status) override {
+    if (refuse(refusedToStat, name)) return -1;
+    return DirectoryCalls::statEntry(directory, name, status);
+  }
+
+ private:
+  static bool refuse(const std::map<std::string, int>& refused, const std::string& name) {
+    const auto found = refused.find(name);
+    if (found == refused.end()) return false;
+    errno = found->second;
+    return true;
+  }
+};
+
+/// Writes down what the walk offers, as paths below the root: "a" acted upon, "+a" entered, "-" left,
+/// "!" passed over.
+class RecordingAction : public FileAction {
+ public:
+  explicit RecordingAction(size_t rootLength) : FileAction("RecordingAction"), rootLength_(rootLength) {}
+
+  void actUpon(Scanner&, FileAttributes& attributes) override {
+    visited.push_back(below(attributes));
+    entries[below(attributes)] = attributes;
+    events.push_back(below(attributes));
+    if (onEntry) onEntry(below(attributes));
+  }
+  void directoryEntered(FileAttributes& attributes) override { events.push_back("+" + below(attributes)); }
+  void directoryLeft() override { events.emplace_back("-"); }
+  void directoryPassedOver() override { events.emplace_back("!"); }
+
+  std::vector<std::string> visited;  // without the root
+  std::vector<std::string> events;
+  std::map<std::string, FileAttributes> entries;
+  std::function<void(const std::string&)> onEntry;
+
+ private:
+  std::string below(const FileAttributes& attributes) const { return attributes.faName.substr(rootLength_); }
+
+  size_t rootLength_;
+};
+
+class ScannerTest : public ::testing::Test {
+ protected:
+  ScannerTest() {
+    filesystem.fsMountPoint = tree.path() + "/";
+    action = std::make_unique<RecordingAction>(filesystem.fsMountPoint.size());
+    Selection selection;
+    selection.setExpression("");
+    selection.compile("everything", 0);
+    everything = selection.takeRoot();
+  }
+  ~ScannerTest() override { agentStop = 0; }
+
+  int walk() { return walk(tree.path()); }
+  int walk(const std::string& localPath) {
+    ScannerUnix scanner({.filesystem = filesystem,
+                         .actions = {action.get()},
+                         .selections = {everything.get()},
+                         .fileTypes = fileTypes,
+                         .userTable = users,
+                         .factory = factory,
+                         .localPath = localPath},
+                        calls);
+    return scanner.scan();
+  }
+  /// What was acted upon, without the root, sorted.
+  std::vector<std::string> visited() const {
+    std::vector<std::string> names = action->visited;
+    std::erase(names, "");
+    std::sort(names.begin(), names.end());
+    return names;
+  }
+  void directory(const std::string& name) { std::filesystem::create_directories(tree / name); }
+
+  TemporaryDirectory tree;
+  JobLog log;
+  Filesystem filesystem;
+  RefusableCalls calls;
+  DirectoryReaderFactoryUnix factory{calls};
+  UberTable owners;
+  UnixUserTable users{owners, std::make_unique<FewUsers>()};
+  FileTypeTable fileTypes;
+  SelectTree everything;
+  std::unique_ptr<RecordingAction> action;
+};
+
+TEST_F(ScannerTest, OffersEveryEntryOnceAndBalancesEnteringAndLeaving) {
+  tree.file("a/b/c");
+  directory("empty");
+  tree.file("d");
+
+  EXPECT_EQ(walk(), 0);
+
+  EXPECT_THAT(visited(), ElementsAre("a", "a/b", "a/b/c", "d", "empty"));
+  EXPECT_EQ(action->events.front(), "");   // the root is offered like any entry,
+  EXPECT_EQ(action->events[1], "+");       // then entered,
+  EXPECT_EQ(action->events.back(), "-");   // and left last
+  EXPECT_EQ(std::count(action->events.begin(), action->events.end(), "-"), 4);
+  const auto empty = std::find(action->events.begin(), action->events.end(), "+empty");
+  ASSERT_NE(empty, action->events.end());
+  EXPECT_EQ(*std::next(empty), "-");
+  EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("6")));  // AGT0144I counts the root as well
+}
+
+TEST_F(ScannerTest, NeverFollowsALink) {
+  TemporaryDirectory outside;
+  outside.file("secret");
+  std::filesystem::create_symlink(outside.path(), tree / "link");
+
+  EXPECT_EQ(walk(), 0);
+
+  EXPECT_THAT(visited(), ElementsAre("link"));
+  EXPECT_EQ(action->entries["link"].faType, FileAttributes::SYMBOLIC_LINK);
+  EXPECT_EQ(action->entries["link"].faLength, static_cast<int64_t>(outside.path().size()));
+}
+
+TEST_F(ScannerTest, ReportsAnUnreadableDirectoryOnceAndGoesOn) {
+  tree.file("docs/a");
+  tree.file("secret/b");
+  tree.file("tail/c");
+  calls.refusedToOpen["secret"] = EACCES;
+
+  EXPECT_EQ(walk(), 0);
+
+  EXPECT_THAT(visited(), ElementsAre("docs", "docs/a", "secret", "tail", "tail/c"));
+  const auto entered = std::find(action->events.begin(), action->events.end(), "+secret");
+  ASSERT_NE(entered, action->events.end());
+  EXPECT_EQ(*std::next(entered), "-");
+  EXPECT_THAT(log.lines(), Contains(AllOf(HasSubstr("STA0121E"), HasSubstr(tree / "secret"))));
+}
+
+TEST_F(ScannerTest, PassesOverAnEntryThatVanishedAndCountsIt) {
+  tree.file("gone");
+  tree.file("here");
+  calls.refusedToStat["gone"] = ENOENT;
+
+  EXPECT_EQ(walk(), 0);
+
+  EXPECT_THAT(visited(), ElementsAre("here"));
+  EXPECT_THAT(log.lines(), ElementsAre(AllOf(HasSubstr("STA0063E"), HasSubstr(tree / "gone")), HasSubstr("3")));
+}
+
+// Whoever may rename in the tree must not be able to lead a scan that runs as root out of it.
+TEST_F(ScannerTest, DoesNotEnterADirectoryThatWasExchangedAfterItsStat) {
+  TemporaryDirectory outside;
+  outside.file("shadow");
+  tree.file("victim/inside");
+  tree.file("tail/c");
+  const auto exchangeForLink = [&] {
+    std::filesystem::rename(tree / "victim", tree / "aside");
+    std::filesystem::create_symlink(outside.path(), tree / "victim");
+  };
+  const auto exchangeForDirectory = [&] {
+    std::filesystem::rename(tree / "victim", outside / "aside");
+    tree.file("victim/other");
+  };
+  for (const auto& exchange : std::vector<std::function<void()>>{exchangeForLink, exchangeForDirectory}) {
+    calls.beforeOpen["victim"] = exchange;
+    EXPECT_EQ(walk(), 0);
+    EXPECT_THAT(visited(), Not(Contains(HasSubstr("shadow"))));
+    EXPECT_THAT(visited(), Not(Contains("victim/other")));
+    EXPECT_THAT(visited(), Contains("tail/c"));
+    EXPECT_THAT(log.lines(), Contains(AllOf(HasSubstr("STA0121E"), HasSubstr(tree / "victim"))));
+    calls.beforeOpen.clear();
+    action->visited.clear();
+    std::filesystem::remove_all(tree / "victim");
+    std::filesystem::remove_all(tree / "aside");
+    tree.file("victim/inside");
+  }
+}
+
+TEST_F(ScannerTest, DropsSnapshotDirectoriesDirectlyBelowTheRootOnly) {
+  tree.file(".snapshot/old");
+  tree.file("my.snapshots/old");
+  tree.file("deeper/.snapshot/kept");
+  tree.file("a.snapshot.txt");
+
+  EXPECT_EQ(walk(), 0);
+
+  EXPECT_THAT(visited(), ElementsAre("a.snapshot.txt", "deeper", "deeper/.snapshot", "deeper/.snapshot/kept"));
+  EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("5")));  // dropped without a count
+}
+
+TEST_F(ScannerTest, HidesQuickcopyOnClusterFileSetsOnly) {
+  tree.file(".quickcopy/x");
+  EXPECT_EQ(walk(), 0);
+  EXPECT_THAT(visited(), ElementsAre(".quickcopy", ".quickcopy/x"));
+
+  action = std::make_unique<RecordingAction>(1);
+  filesystem.fsType = Filesystem::CLFS;
+  EXPECT_EQ(walk(), 0);
+  EXPECT_THAT(action->visited, ElementsAre(""));  // a file set's logical root is "/"
+}
+
+TEST_F(ScannerTest, ShowsLogicalNamesAndReadsLocalOnes) {
+  tree.file("a/b");
+  filesystem.fsMountPoint = "/vol/export/";
+  action = std::make_unique<RecordingAction>(0);
+  calls.refusedToStat["b"] = EIO;
+
+  EXPECT_EQ(walk(tree.path()), 0);
+
+  EXPECT_THAT(action->visited, ElementsAre("/vol/export/", "/vol/export/a"));
+  EXPECT_THAT(log.lines(), Contains(AllOf(HasSubstr("STA0063E"), HasSubstr(tree / "a/b"))));
+}
+
+/// Makes `depth` nested directories "d/d/d...", without ever naming a path that is too long for the system.
+void nest(const std::string& root, const std::string& name, int depth) {
+  int parent = ::open(root.c_str(), O_RDONLY | O_DIRECTORY);
+  for (int i = 0; i < depth; ++i) {
+    ASSERT_EQ(::mkdirat(parent, name.c_str(), 0755), 0);
+    const int child = ::openat(parent, name.c_str(), O_RDONLY | O_DIRECTORY);
+    ::close(parent);
+    parent = child;
+  }
+  ::close(parent);
+}
+
+TEST_F(ScannerTest, StopsAtTwoHundredLevelsWithoutFailing) {
+  nest(tree.path(), "d", 250);
+
+  EXPECT_EQ(walk(), 0);
+
+  EXPECT_THAT(visited(), SizeIs(200));
+  std::string deepest = tree.path();
+  for (int i = 0; i < 200; ++i) deepest += "/d";
+  EXPECT_THAT(log.lines(), ElementsAre(AllOf(HasSubstr("STA0001E"), HasSubstr(deepest)), HasSubstr("201")));
+  EXPECT_EQ(std::count(action->events.begin(), action->events.end(), "!"), 1);
+  EXPECT_EQ(std::count(action->events.begin(), action->events.end(), "-"), 200);
+}
+
+TEST_F(ScannerTest, PassesOverWhatLiesBehindTheLongestPath) {
+  const std::string longName(250, 'n');
+  nest(tree.path(), longName, 20);
+
+  EXPECT_EQ(walk(), 0);
+
+  const size_t fits = (Scanner::NAME_BUFFER - tree.path().size()) / (longName.size() + 1);
+  EXPECT_THAT(visited(), SizeIs(fits));
+  EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("AGT0144I")));
+}
+
+TEST_F(ScannerTest, FillsTheRecordOfEachKindOfEntry) {
+  tree.file("tool", std::string(5000, 'x'));
+  std::filesystem::permissions(tree / "tool", static_cast<std::filesystem::perms>(04755));
+  directory("sticky");
+  std::filesystem::permissions(tree / "sticky", static_cast<std::filesystem::perms>(01777));
+  ASSERT_EQ(::mkfifo((tree / "pipe").c_str(), 0600), 0);
+  const timespec modified = {2'000'000'000, 5}, accessed = {1'000'000'000, 5};
+  const timespec times[] = {accessed, modified};
+  ASSERT_EQ(::utimensat(AT_FDCWD, (tree / "tool").c_str(), times, 0), 0);
+  const bool isRoot = ::geteuid() == 0;
+  if (isRoot) ASSERT_EQ(::chown((tree / "pipe").c_str(), 4711, 4712), 0);
+
+  EXPECT_EQ(walk(), 0);
+
+  const FileAttributes& tool = action->entries["tool"];
+  EXPECT_EQ(tool.faType, FileAttributes::REGULAR_FILE);
+  EXPECT_EQ(tool.faLength, 5000);
+  EXPECT_GT(tool.faBlocks, 0);
+  EXPECT_EQ(tool.faModified, 2'000'000'000'000);
+  EXPECT_EQ(tool.faAccessed, tool.faModified);  // raised: never older than the modification
+  EXPECT_EQ(tool.faCreated, 0);
+  const FileAttributes& sticky = action->entries["sticky"];
+  EXPECT_EQ(sticky.faLinkCount, 1);
+  EXPECT_EQ(action->entries["pipe"].faType, FileAttributes::FIFO);
+  EXPECT_EQ(action->entries["pipe"].faBlocks, 0);
+  if (isRoot) {
+    EXPECT_EQ(tool.faAttributes, ATTRIBUTE_SET_USER_ID | ATTRIBUTE_EXECUTABLE);
+    EXPECT_EQ(sticky.faAttributes, ATTRIBUTE_STICKY);
+    EXPECT_EQ(action->entries["pipe"].faAttributes, ATTRIBUTE_ORPHAN);
+    EXPECT_EQ(action->entries["pipe"].faOwner->ugName, "4711");
+    EXPECT_TRUE(action->entries["pipe"].faGroup->ugRemoved);
+    EXPECT_EQ(tool.faOwner->ugName, "root");
+  }
+}
+
+TEST_F(ScannerTest, LosesTheFileSystemWhenItsRootCannotBeRead) {
+  EXPECT_EQ(walk(tree / "missing"), 8);
+  EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("STA0121E")));
+
+  calls.refusedToStat[""] = EIO;
+  EXPECT_EQ(walk(), 8);
+  EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("STA0121E"), HasSubstr("STA0063E")));
+  EXPECT_THAT(action->events, IsEmpty());
+}
+
+TEST_F(ScannerTest, StopsWithinOneEntry) {
+  for (int i = 0; i < 50; ++i) tree.file("many/" + std::to_string(i));
+  action->onEntry = [&](const std::string& name) {
+    if (name.starts_with("many/")) agentStop = 1;
+  };
+
+  EXPECT_THROW(walk(), ScanAbortException);
+
+  EXPECT_THAT(action->visited, SizeIs(3));  // the root, its directory, one entry
+  EXPECT_THAT(action->events, Not(Contains("-")));
+}
+
+// Names are bytes: a scan shows them as they are and reads below them.
+TEST_F(ScannerTest, TakesNamesAsBytes) {
+  const std::string name = "line\nfeed \xff\xfe \"quoted\", comma";
+  tree.file(name + "/below");
+
+  EXPECT_EQ(walk(), 0);
+
+  EXPECT_THAT(visited(), ElementsAre(name, name + "/below"));
+}
+
+}  // namespace
+}  // namespace agent::test
