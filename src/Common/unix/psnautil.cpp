@@ -1,10 +1,19 @@
 #include "Common/unix/psnautil.h"
 
+#include <fcntl.h>
+#include <signal.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <chrono>
+#include <cstdlib>
+#include <string_view>
+#include <thread>
 
+#include "Common/unix/FileDescriptor.h"
 #include "QLMlib/common/unx/DirectoryPath.h"
 #include "QLMlib/common/ut/Trace.h"
 
@@ -12,9 +21,128 @@ namespace agent {
 
 namespace {
 
+constexpr int kNotStarted = 127;  // the shell's own code for a program that could not be started
+
 std::string withoutQuotes(const std::string& path) {
   const bool quoted = path.size() > 2 && path.front() == '"' && path.back() == '"';
   return quoted ? path.substr(1, path.size() - 2) : path;
+}
+
+// --- starting a child -------------------------------------------------------------------------------------
+
+bool hasSemicolonOutsideQuotes(const std::string& text) {
+  bool insideQuotes = false;
+  for (const char c : text) {
+    if (c == '"') insideQuotes = !insideQuotes;
+    if (c == ';' && !insideQuotes) return true;
+  }
+  return false;
+}
+
+/// True when the text is one command, so that the shell may become it.
+bool isOneCommand(const std::vector<std::string>& argv, bool quoteArgs) {
+  if (hasSemicolonOutsideQuotes(argv.front())) return false;
+  return quoteArgs || std::all_of(argv.begin() + 1, argv.end(), [](const std::string& argument) {
+           return argument.find_first_of(";&|\n") == std::string::npos;
+         });
+}
+
+std::string commandText(const std::vector<std::string>& argv, bool quoteArgs) {
+  const std::string& program = argv.front();
+  std::string text = hasSemicolonOutsideQuotes(program) ? program : shellQuoted(program);
+  for (size_t i = 1; i < argv.size(); ++i) {
+    text += ' ';
+    text += quoteArgs ? shellQuoted(argv[i]) : argv[i];
+  }
+  // "exec" makes the program itself the child that is waited for, and killed when its time is up.
+  return isOneCommand(argv, quoteArgs) ? "exec " + text : text;
+}
+
+std::vector<char*> pointersTo(std::vector<std::string>& texts) {
+  std::vector<char*> pointers;
+  for (std::string& text : texts) pointers.push_back(text.data());
+  pointers.push_back(nullptr);
+  return pointers;
+}
+
+/// In the child: leads standard output or error into a file. Only async-signal-safe calls.
+bool redirectTo(const char* file, int standardDescriptor) {
+  const int descriptor = ::open(file, O_WRONLY | O_CREAT | O_TRUNC, 0666);
+  if (descriptor < 0) return false;
+  if (descriptor == standardDescriptor) return true;
+  const bool led = ::dup2(descriptor, standardDescriptor) >= 0;
+  ::close(descriptor);
+  return led;
+}
+
+/// In the child: signals as a new program expects them, except those that the job ignores for its children
+/// too.
+void restoreSignals(const sigset_t& mask) {
+  ::signal(SIGTERM, SIG_DFL);  // until now a stop for the whole group would only have set a flag here
+  ::pthread_sigmask(SIG_SETMASK, &mask, nullptr);
+}
+
+void traceFailedStart(const char* file, int error) {
+  if (error == ENOENT) {
+    TRACE(TR_MIN, "File '%s' not found by execv().\n", file);
+  } else if (error == EACCES) {
+    TRACE(TR_MIN, "Unable to access file '%s'.\n", file);
+  } else {
+    TRACE(TR_MIN, "Unexpected error invoking program, errno = %d.\n", error);
+  }
+}
+
+// --- waiting for it ---------------------------------------------------------------------------------------
+
+using Clock = std::chrono::steady_clock;
+
+enum class Wait { ended, timeUp, failed };
+
+/// Looks for the child's end again and again, at ever longer intervals up to a tenth of a second. No alarm:
+/// its signal could come before the wait begins, and it belongs to the whole process.
+Wait waitUntil(pid_t pid, int& status, Clock::time_point deadline) {
+  auto interval = std::chrono::microseconds(500);
+  for (;;) {
+    const pid_t result = ::waitpid(pid, &status, WNOHANG);
+    if (result == pid) return Wait::ended;
+    if (result < 0 && errno != EINTR) return Wait::failed;
+    const auto left = deadline - Clock::now();
+    if (left <= Clock::duration::zero()) return Wait::timeUp;
+    std::this_thread::sleep_for(std::min<Clock::duration>(interval, left));
+    interval = std::min(interval * 2, std::chrono::microseconds(100'000));
+  }
+}
+
+Wait waitWithoutLimit(pid_t pid, int& status) {
+  while (::waitpid(pid, &status, 0) < 0) {
+    if (errno != EINTR) return Wait::failed;
+  }
+  return Wait::ended;
+}
+
+int killChild(pid_t pid) {
+  if (::kill(pid, SIGKILL) != 0) {
+    TRACE(TR_MIN, "Failed to send SIGKILL.\n");
+    return -1;
+  }
+  TRACE(TR_MIN, "SIGKILL sent\n");
+  // Not for ever: a process inside a dead mount does not end even so.
+  int status;
+  waitUntil(pid, status, Clock::now() + std::chrono::seconds(1));
+  return TIME_LIMIT_PASSED;
+}
+
+/// The state letter of a process, or 0 where /proc doesn't tell.
+char processState(pid_t pid) {
+  const FileDescriptor file = openFile(("/proc/" + std::to_string(pid) + "/stat").c_str(), O_RDONLY);
+  char text[512];
+  const ssize_t length = file ? ::read(file.get(), text, sizeof text) : -1;
+  if (length <= 0) return 0;
+  // "17 (name) S ...": the name may hold anything, so the last parenthesis counts.
+  const std::string_view line(text, static_cast<size_t>(length));
+  const size_t parenthesis = line.rfind(')');
+  return parenthesis + 2 < line.size() && parenthesis != std::string_view::npos ? line[parenthesis + 2]
+                                                                                : '\0';
 }
 
 }  // namespace
@@ -40,6 +168,107 @@ int psMkdir(const std::string& path) {
   if (error == 0) return 0;
   errno = error;
   return -1;
+}
+
+std::string psGetTempFileName() {
+  const char* directory = std::getenv("TMPDIR");
+  std::string name = directory == nullptr || *directory == '\0' ? "/tmp" : directory;
+  name += "/scanXXXXXX";
+  const FileDescriptor file(::mkostemp(name.data(), O_CLOEXEC));
+  return file ? name : std::string();
+}
+
+std::string shellQuoted(const std::string& text) {
+  std::string quoted = "'";
+  for (const char c : text) {
+    if (c == '\'') {
+      quoted += "'\\''";  // ends the quotes, gives one quote, begins anew
+    } else {
+      quoted += c;
+    }
+  }
+  return quoted + "'";
+}
+
+int SpawnExternalProgram(const std::vector<std::string>& argv, ChildRecord& child, bool redirect,
+                         bool quoteArgs, const std::vector<std::string>* env) {
+  if (argv.empty()) return EINVAL;
+  std::vector<std::string> localArgv{"/bin/sh", "-c", commandText(argv, quoteArgs)};
+  for (size_t i = 0; i < localArgv.size(); ++i) {
+    TRACE(TR_MAX, "localArgv[%d] = %s\n", static_cast<int>(i), localArgv[i].c_str());
+  }
+  if (redirect && child.stdoutFile.empty()) child.stdoutFile = psGetTempFileName();
+  if (redirect && child.stderrFile.empty()) child.stderrFile = psGetTempFileName();
+
+  // All that the child needs is made here: behind the fork it may only make system calls, for another thread
+  // may have held any lock at that moment. What went wrong there it tells through a pipe that exec closes.
+  const std::vector<char*> arguments = pointersTo(localArgv);
+  std::vector<std::string> environmentTexts = env == nullptr ? std::vector<std::string>{} : *env;
+  const std::vector<char*> environment = pointersTo(environmentTexts);
+  int ends[2];
+  if (::pipe2(ends, O_CLOEXEC) != 0) return errno;
+  FileDescriptor readEnd(ends[0]);
+  FileDescriptor writeEnd(ends[1]);
+  sigset_t all;
+  sigset_t oldMask;
+  sigfillset(&all);
+  ::pthread_sigmask(SIG_SETMASK, &all, &oldMask);
+
+  const pid_t pid = ::fork();
+  if (pid == 0) {
+    if (redirect && !(redirectTo(child.stdoutFile.c_str(), STDOUT_FILENO) &&
+                      redirectTo(child.stderrFile.c_str(), STDERR_FILENO))) {
+      ::_exit(kNotStarted);
+    }
+    restoreSignals(oldMask);
+    if (env == nullptr) {
+      ::execv(arguments[0], arguments.data());
+    } else {
+      ::execve(arguments[0], arguments.data(), environment.data());
+    }
+    const int error = errno;
+    [[maybe_unused]] const ssize_t told = ::write(writeEnd.get(), &error, sizeof error);
+    ::_exit(kNotStarted);
+  }
+  const int forkError = errno;
+  ::pthread_sigmask(SIG_SETMASK, &oldMask, nullptr);
+  if (pid < 0) {
+    TRACE(TR_MIN, "fork() failed, errno: %d\n", forkError);
+    return forkError;
+  }
+  TRACE(TR_MAX, "fork() success, pid: %d\n", static_cast<int>(pid));
+  child.pid = pid;
+  writeEnd.close();
+  int startError = 0;
+  ssize_t count;
+  do {
+    count = ::read(readEnd.get(), &startError, sizeof startError);
+  } while (count < 0 && errno == EINTR);
+  if (count == sizeof startError) traceFailedStart(arguments[0], startError);
+  return 0;
+}
+
+int decodeExitStatus(int status) {
+  return WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status);
+}
+
+int WaitForExternalProgram(const ChildRecord& child, int& exitCode, int seconds) {
+  if (child.pid <= 0) return WAIT_FAILED;  // waitpid would take it for "any child"
+  int status = 0;
+  const Wait wait = seconds > 0 ? waitUntil(child.pid, status, Clock::now() + std::chrono::seconds(seconds))
+                                : waitWithoutLimit(child.pid, status);
+  if (wait == Wait::timeUp) return killChild(child.pid);
+  if (wait == Wait::failed) return WAIT_FAILED;
+  exitCode = decodeExitStatus(status);
+  TRACE(TR_MAX, "exit code:%d\n", exitCode);
+  return 0;
+}
+
+bool psIsProcessRunning(pid_t pid) {
+  if (pid <= 0) return false;  // kill(2) would ask for a whole group
+  if (::kill(pid, 0) != 0 && errno != EPERM) return false;
+  const char state = processState(pid);
+  return state != 'Z' && state != 'X';
 }
 
 }  // namespace agent

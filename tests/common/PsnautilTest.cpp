@@ -1,0 +1,166 @@
+#include "Common/unix/psnautil.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/stat.h>
+
+#include <chrono>
+#include <string>
+
+#include "Common/unix/CmdExecer.h"
+#include "Common/unix/psmsgutil.h"
+#include "Common/unix/pssignal.h"
+#include "common/ChildProcess.h"
+#include "common/TemporaryDirectory.h"
+
+namespace agent::test {
+namespace {
+
+class PsnautilTest : public testing::Test {
+ protected:
+  /// Runs a program and gives what it wrote; its exit code is kept in exitCode_.
+  std::string outputOf(const std::vector<std::string>& argv, bool quoteArgs = true,
+                       const std::vector<std::string>* env = nullptr) {
+    ChildRecord child;
+    child.stdoutFile = directory_ / "out";
+    child.stderrFile = directory_ / "err";
+    EXPECT_EQ(SpawnExternalProgram(argv, child, true, quoteArgs, env), 0);
+    EXPECT_EQ(WaitForExternalProgram(child, exitCode_, 0), 0);
+    return content(child.stdoutFile);
+  }
+
+  std::string script(const std::string& name, const std::string& text) const {
+    const std::string path = directory_.file(name, "#!/bin/sh\n" + text + "\n");
+    ::chmod(path.c_str(), 0755);
+    return path;
+  }
+
+  TemporaryDirectory directory_;
+  int exitCode_ = -1;
+};
+
+TEST_F(PsnautilTest, FileOperationsTakeOffQuotes) {
+  const std::string path = directory_ / "a/b//c/";
+  EXPECT_EQ(psMkdir("\"" + path + "\""), 0);
+  EXPECT_EQ(psMkdir(path), 0);  // exists
+  EXPECT_TRUE(psFileExist("\"" + path + "\""));
+  const std::string file = directory_.file("a/file");
+  EXPECT_EQ(psMkdir(file), -1);
+  EXPECT_EQ(errno, ENOTDIR);
+  EXPECT_EQ(psMkdir(file + "/b"), -1);
+  EXPECT_EQ(getSystemErrorMessage(), "Not a directory");
+  EXPECT_EQ(psRemoveFile("\"" + file + "\""), 0);
+  EXPECT_FALSE(psFileExist(file));
+  EXPECT_EQ(psRemoveFile(file), -1);
+  EXPECT_EQ(getSystemErrorMessage(), "No such file or directory");
+  EXPECT_FALSE(psFileExist("\"\""));
+}
+
+TEST_F(PsnautilTest, ArgumentsReachTheProgramByteForByte) {
+  const std::string program = script("pro gram's", "printf '%s|' \"$@\"");
+  EXPECT_EQ(outputOf({program, "plain", "", "two words", "it's", "''", "$HOME `id` \\ \"q\"", "a\nb",
+                      "caf\xe9", "*;&"}),
+            "plain||two words|it's|''|$HOME `id` \\ \"q\"|a\nb|caf\xe9|*;&|");
+  EXPECT_EQ(exitCode_, 0);
+}
+
+TEST_F(PsnautilTest, AProgramTextWithASemicolonIsShellText) {
+  EXPECT_EQ(outputOf({"printf a; printf", "b"}), "ab");
+  EXPECT_EQ(outputOf({"printf", "$((1+1))", ";printf", "c"}, false), "2c");
+  const std::string quoted = script("semi\";\"colon", "printf d");  // inside double quotes it is none
+  EXPECT_EQ(outputOf({quoted}), "d");
+  const std::vector<std::string> environment{"COLOUR=blue"};
+  EXPECT_EQ(outputOf({"printf \"$COLOUR$HOME\";"}, true, &environment), "blue");
+}
+
+TEST_F(PsnautilTest, TheEndOfAChildIsDecoded) {
+  outputOf({script("seven", "exit 7")});
+  EXPECT_EQ(exitCode_, 7);
+  outputOf({script("killed", "kill -USR1 $$")});
+  EXPECT_EQ(exitCode_, SIGUSR1);
+  outputOf({directory_ / "missing"});
+  EXPECT_EQ(exitCode_, 127);
+  outputOf({directory_.file("plain")});
+  EXPECT_EQ(exitCode_, 126);
+
+  ChildRecord unwritable;
+  unwritable.stdoutFile = directory_ / "no/such/directory";
+  unwritable.stderrFile = directory_ / "err";
+  EXPECT_EQ(SpawnExternalProgram({"true"}, unwritable, true), 0);
+  EXPECT_EQ(WaitForExternalProgram(unwritable, exitCode_, 0), 0);
+  EXPECT_EQ(exitCode_, 127);
+
+  ChildRecord unnamed;
+  EXPECT_EQ(SpawnExternalProgram({"true"}, unnamed, true), 0);
+  EXPECT_EQ(WaitForExternalProgram(unnamed, exitCode_, 5), 0);
+  EXPECT_EQ(exitCode_, 0);
+  EXPECT_EQ(psRemoveFile(unnamed.stdoutFile) + psRemoveFile(unnamed.stderrFile), 0);
+}
+
+TEST_F(PsnautilTest, AChildOverItsTimeIsKilledItself) {
+  ChildRecord child;
+  const auto start = std::chrono::steady_clock::now();
+  ASSERT_EQ(SpawnExternalProgram({"sleep", "100"}, child), 0);
+  EXPECT_EQ(WaitForExternalProgram(child, exitCode_, 1), 68);
+  const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
+  EXPECT_GE(elapsed.count(), 1.0);
+  EXPECT_LT(elapsed.count(), 10.0);
+  EXPECT_EQ(exitCode_, -1);
+  EXPECT_FALSE(psIsProcessRunning(child.pid));  // sleep, not the shell that started it
+  EXPECT_EQ(WaitForExternalProgram(child, exitCode_, 1), 74);
+  EXPECT_EQ(WaitForExternalProgram(ChildRecord{}, exitCode_, 0), 74);
+}
+
+TEST_F(PsnautilTest, AStopDoesNotEndTheWait) {
+  const pid_t job = startChild([] {
+    installSignalHandling();
+    ChildRecord child;
+    if (SpawnExternalProgram({"sleep", "0.3"}, child) != 0) return 1;
+    ::raise(SIGTERM);
+    int exitCode = -1;
+    return WaitForExternalProgram(child, exitCode, 20) == 0 && exitCode == 0 && stopRequested() ? 0 : 2;
+  });
+  EXPECT_EQ(endOf(job), 0);
+}
+
+TEST_F(PsnautilTest, AChildCanBeStoppedThoughTheJobOnlyTakesNote) {
+  const pid_t job = startChild([] {
+    installSignalHandling();
+    ChildRecord child;
+    if (SpawnExternalProgram({"sleep", "20"}, child) != 0) return 1;
+    ::kill(child.pid, SIGTERM);
+    int exitCode = -1;
+    return WaitForExternalProgram(child, exitCode, 0) == 0 && exitCode == SIGTERM ? 0 : 2;
+  });
+  EXPECT_EQ(endOf(job), 0);
+}
+
+TEST_F(PsnautilTest, RunningIsWhoHasNotEnded) {
+  EXPECT_TRUE(psIsProcessRunning(::getpid()));
+  EXPECT_TRUE(psIsProcessRunning(1));
+  EXPECT_FALSE(psIsProcessRunning(0));
+  EXPECT_FALSE(psIsProcessRunning(-1));
+  const pid_t child = startChild([] { return 0; });
+  siginfo_t ended;
+  ASSERT_EQ(::waitid(P_PID, static_cast<id_t>(child), &ended, WEXITED | WNOWAIT), 0);
+  EXPECT_FALSE(psIsProcessRunning(child));  // dead, though nobody has waited for it
+  endOf(child);
+  EXPECT_FALSE(psIsProcessRunning(child));
+}
+
+TEST_F(PsnautilTest, ACommandsOutputIsGathered) {
+  CmdExecer command({"(printf 'one\\ntwo'; echo bad 1>&2; exit 3)"}, directory_ / "it's out",
+                    directory_ / "err");
+  command.removeOut = false;
+  EXPECT_EQ(command.runCommand(), 3);
+  EXPECT_EQ(command.sysOut, "one\ntwo\n");
+  EXPECT_EQ(command.sysErr, "bad\n");
+  EXPECT_EQ(directory_.names(), std::set<std::string>{"it's out"});
+
+  EXPECT_EQ(CmdExecer({"no_such_command_here"}).runCommand(), 127);
+  EXPECT_EQ(CmdExecer({}).runCommand(), -1);
+  EXPECT_EQ(CmdExecer({}).getCommand(), "");
+}
+
+}  // namespace
+}  // namespace agent::test
