@@ -383,11 +383,9 @@ LimitedResult exchangeRequest(unsigned seconds, Fill fill, Take take) {
   fill(request);
 
   facility.answerAwaited = true;
-  int failure =
-      tapWithLimit(facility.exchange->requestWrite.get(), TapDirection::send, seconds, request.path.c_str());
+  int failure = tapWithLimit(facility.exchange->requestWrite.get(), TapDirection::send, seconds);
   if (failure != 0) return {-1, failure};
-  failure =
-      tapWithLimit(facility.exchange->answerRead.get(), TapDirection::receive, seconds, request.path.c_str());
+  failure = tapWithLimit(facility.exchange->answerRead.get(), TapDirection::receive, seconds);
   if (failure != 0) return {-1, failure};
   facility.answerAwaited = false;
 
