@@ -11,11 +11,11 @@ namespace agent {
 
 /// How one log file is kept. The defaults are a plain file that grows and is never wrapped or pruned.
 struct LogFileSettings {
-  std::string path;                // fewer than 1,024 bytes
+  std::string path{};              // fewer than 1,024 bytes
   uint32_t wrapSize = 0;           // bytes at which the file wraps over itself; 0: it never wraps
   uint32_t retentionDays = 10000;  // lines older than this are pruned at open; 10000: never
   char pruneMode = 'D';            // 'D' deletes pruned lines, 'S' appends them to saveFile
-  std::string saveFile;            // name, in the log's directory
+  std::string saveFile{};          // name, in the log's directory
 };
 
 /// The setting of retentionDays that keeps lines for ever.

@@ -1,0 +1,95 @@
+#include "QLMlib/common/nls/DateTimeFormat.h"
+
+#include <clocale>
+#include <cstdlib>
+
+#include "qlmlib/TestFiles.h"
+
+namespace agent::test {
+namespace {
+
+std::tm quarterPastTen() {
+  std::tm time{};
+  time.tm_year = 114;
+  time.tm_mon = 2;
+  time.tm_mday = 25;
+  time.tm_hour = 22;
+  time.tm_min = 15;
+  time.tm_sec = 2;
+  return time;
+}
+
+class DateTimeFormatTest : public FilesTest {
+ protected:
+  ~DateTimeFormatTest() override {
+    std::setlocale(LC_TIME, "C");
+    ::unsetenv("LOCPATH");
+    setFormats(0, 0, 0);
+  }
+
+  /// Builds a locale of the C library and takes its LC_TIME; false where the host lacks the sources.
+  bool useLocale(const std::string& name) {
+    const std::string compile =
+        "localedef --no-archive -i " + name + " -f UTF-8 " + path(name + ".UTF-8") + " >/dev/null 2>&1";
+    if (std::system(compile.c_str()) != 0) return false;
+    ::setenv("LOCPATH", path().c_str(), 1);
+    return std::setlocale(LC_TIME, (name + ".UTF-8").c_str()) != nullptr;
+  }
+};
+
+TEST_F(DateTimeFormatTest, NumbersChooseFormats) {
+  struct Case {
+    int32_t date, time, number;
+    const char *dateShown, *timeShown, *numberShown;
+  };
+  const Case cases[] = {
+      {0, 0, 0, "03/25/2014", "22:15:02", "1,234,567 ."},
+      {1, 1, 1, "03/25/2014", "22:15:02", "1,234,567 ."},
+      {2, 2, 2, "25-03-2014", "22,15,02", "1,234,567 ,"},
+      {3, 3, 3, "2014-03-25", "22.15.02", "1 234 567 ,"},
+      {4, 4, 4, "25.03.2014", "10:15:02PM", "1 234 567 ."},
+      {5, 1, 5, "2014.03.25", "22:15:02", "1.234.567 ,"},
+      {6, 5, 7, "03/25/2014", "22:15:02", "1,234,567 ."},  // outside the tables
+      {-1, -1, -1, "03/25/2014", "22:15:02", "1,234,567 ."},
+  };
+  for (const Case& c : cases) {
+    setFormats(c.date, c.time, c.number);
+    EXPECT_EQ(dateText(quarterPastTen()), c.dateShown);
+    EXPECT_EQ(timeText(quarterPastTen()), c.timeShown);
+    EXPECT_EQ(numberText(1234567) + " " + decimalMark(), c.numberShown);
+  }
+  setFormats(0, 0, 0);
+  EXPECT_EQ(numberText(-999), "-999");
+  EXPECT_EQ(numberText(-1000), "-1,000");
+  EXPECT_EQ(numberText(0), "0");
+}
+
+TEST_F(DateTimeFormatTest, AShortDateIsFilledUpToTenColumns) {
+  date_fmt_str = "%d/%m/%y";
+  EXPECT_EQ(dateText(quarterPastTen()), "25/03/14  ");
+}
+
+TEST_F(DateTimeFormatTest, LocalesWithoutALanguageGiveNoFormat) {
+  for (const char* name : {"C", "POSIX", "C.UTF-8"}) {
+    ASSERT_NE(std::setlocale(LC_TIME, name), nullptr);
+    setFormats(0, 0, 0);
+    EXPECT_EQ(date_fmt_str, "%m/%d/%Y") << name;
+    EXPECT_EQ(time_fmt_str, "%H:%M:%S") << name;
+  }
+}
+
+TEST_F(DateTimeFormatTest, ALocaleGivesItsDateAndATimeThatEndsInSeconds) {
+  if (!useLocale("de_DE")) GTEST_SKIP() << "the host can't build the locale de_DE";
+  setFormats(0, 0, 0);
+  EXPECT_EQ(dateText(quarterPastTen()), "25.03.2014");
+  EXPECT_EQ(time_fmt_str, "%T");
+}
+
+TEST_F(DateTimeFormatTest, ATimeThatEndsInAmOrPmIsNotTaken) {
+  if (!useLocale("en_US")) GTEST_SKIP() << "the host can't build the locale en_US";
+  setFormats(0, 0, 0);
+  EXPECT_EQ(time_fmt_str, "%H:%M:%S");  // milliseconds behind "PM" would mean nothing
+}
+
+}  // namespace
+}  // namespace agent::test

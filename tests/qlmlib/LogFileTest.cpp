@@ -1,0 +1,220 @@
+#include "QLMlib/common/ut/LogFile.h"
+
+#include <cerrno>
+#include <ctime>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+
+#include "QLMlib/common/nls/DateTimeFormat.h"
+#include "QLMlib/common/ut/Product.h"
+#include "qlmlib/TestFiles.h"
+
+namespace agent::test {
+namespace {
+
+class LogFileTest : public FilesTest {
+ protected:
+  std::string file() const { return path("agent.log"); }
+  std::string content() const { return readFile(file()); }
+
+  void log(LogFileSettings settings, const std::vector<std::string>& lines) {
+    settings.path = file();
+    LogFile log(settings);
+    ASSERT_EQ(log.open(), 0) << log.lastErrno();
+    for (const std::string& line : lines) ASSERT_EQ(log.write(line), 0);
+    ASSERT_EQ(log.close(), 0);
+  }
+};
+
+// ---- plain files ----
+
+TEST_F(LogFileTest, LinesAreAppendedAndDirectoriesMade) {
+  LogFile log({.path = path("log/srv/job.log")});
+  for (const char* line : {"one\n", "two\n"}) {
+    ASSERT_EQ(log.open(), 0);
+    EXPECT_EQ(log.write(line), 0);
+    EXPECT_EQ(log.close(), 0);
+  }
+  EXPECT_EQ(readFile(path("log/srv/job.log")), "one\ntwo\n");
+}
+
+TEST_F(LogFileTest, WhatCannotBeALogIsRefused) {
+  writeFile(path("file"), "");
+  ASSERT_EQ(::mkfifo(path("pipe").c_str(), 0600), 0);
+  struct Case {
+    std::string path;
+    int reason;
+  };
+  const Case cases[] = {
+      {"", ENOENT},
+      {"/" + std::string(1023, 'x'), ENAMETOOLONG},
+      {path("file/sub/job.log"), EACCES},  // the directories above can't be made
+      {path(), EISDIR},
+      {path("pipe"), ENXIO},  // nobody reads it, nobody waits
+  };
+  for (const Case& c : cases) {
+    LogFile log({.path = c.path});
+    EXPECT_EQ(log.open(), -1) << c.path;
+    EXPECT_EQ(log.lastErrno(), c.reason) << c.path;
+    EXPECT_EQ(log.write("x\n"), 621);
+  }
+}
+
+TEST_F(LogFileTest, ARefusedWriteIsTold) {
+  LogFile log({.path = file()});
+  ASSERT_EQ(log.open(), 0);
+  const FileSizeLimit full(0);
+  EXPECT_EQ(log.write("one\n"), 621);
+  EXPECT_EQ(log.lastErrno(), EFBIG);
+}
+
+// ---- files that wrap; the marks are the built-in ones, for no catalog is open ----
+
+constexpr char wrapMark[] = "--- Continued at the beginning of the file ---";
+constexpr char endMark[] = "--- End of data ---\n";
+constexpr uint32_t ringBytes = 512;
+
+std::string padded(std::size_t number, std::size_t width) {
+  std::string text = std::to_string(number);
+  return text + std::string(width - text.size(), ' ');
+}
+
+std::string header(std::size_t nextWrite, uint32_t wrapSize = ringBytes) {
+  return "LOGHEADERREC " + padded(nextWrite, 12) + padded(wrapSize, 10) +
+         " ZTA Corvane Storage Vantage Center 5.2.4.1   Build date: " + buildDate() + "\n\n";
+}
+
+const std::size_t dataStart = header(0).size();
+
+std::string line(char letter) {
+  return std::string(49, letter) + "\n";
+}
+
+TEST_F(LogFileTest, AWrappingFileBeginsWithItsHeader) {
+  log({.wrapSize = ringBytes}, {line('a'), line('b')});
+  EXPECT_EQ(content(), header(dataStart + 100) + line('a') + line('b') + endMark);
+}
+
+TEST_F(LogFileTest, AFullFileGoesRoundAndKeepsItsSize) {
+  // 512 - 46 - 1 - 20 bytes may be reached by a line: with lines of 50 bytes, six fit.
+  log({.wrapSize = ringBytes}, {line('a'), line('b'), line('c'), line('d'), line('e'), line('f')});
+  ASSERT_LT(content().size(), ringBytes);
+  log({.wrapSize = ringBytes}, {line('g')});
+
+  const std::string oldest =
+      (line('a') + line('b') + line('c') + line('d') + line('e') + line('f')).substr(70);
+  std::string closing = wrapMark;
+  closing.resize(ringBytes - dataStart - 300 - 2, ' ');
+  EXPECT_EQ(content(), header(dataStart + 50) + line('g') + endMark + oldest + closing + "*\n");
+  EXPECT_EQ(content().size(), ringBytes);
+}
+
+TEST_F(LogFileTest, AFileOfAnotherSizeIsRewrittenWithItsNewestLines) {
+  log({.wrapSize = ringBytes}, {line('a'), line('b'), line('c'), line('d'), line('e'), line('f'), line('g')});
+  // A larger one takes all that is left, the oldest first; of 'b' the end mark has left half.
+  log({.wrapSize = 1024}, {line('h')});
+  const std::string kept = line('c') + line('d') + line('e') + line('f') + line('g');
+  EXPECT_EQ(content(), header(dataStart + 300, 1024) + kept + line('h') + endMark);
+
+  log({.wrapSize = 400}, {});
+  EXPECT_EQ(content(),
+            header(dataStart + 200, 400) + line('e') + line('f') + line('g') + line('h') + endMark);
+}
+
+TEST_F(LogFileTest, WhatWasNoRingBecomesOneAndNothingIsLost) {
+  struct Case {
+    const char* why;
+    std::string before;
+    std::string kept;
+  };
+  const Case cases[] = {
+      {"a plain log", "one\ntwo\n", "one\ntwo\n"},
+      {"a position behind the end", header(9999) + "one\n", "\none\n"},
+      {"numbers that are none", "LOGHEADERREC xyz\none\n", "LOGHEADERREC xyz\none\n"},
+      {"an empty file", "", ""},
+  };
+  for (const Case& c : cases) {
+    writeFile(file(), c.before);
+    log({.wrapSize = ringBytes}, {"new\n"});
+    EXPECT_EQ(content(), header(dataStart + c.kept.size() + 4) + c.kept + "new\n" + endMark) << c.why;
+  }
+}
+
+TEST_F(LogFileTest, ALineLongerThanTheFileIsCut) {
+  log({.wrapSize = ringBytes}, {std::string(5000, 'x')});
+  EXPECT_LE(content().size(), ringBytes);
+  log({.wrapSize = ringBytes}, {"next\n"});
+  EXPECT_EQ(content().substr(0, dataStart + 5), header(dataStart + 5) + "next\n");
+}
+
+TEST_F(LogFileTest, ASizeWithoutRoomForALineIsRefused) {
+  LogFile log({.path = file(), .wrapSize = 200});
+  EXPECT_EQ(log.open(), -1);
+  EXPECT_EQ(log.lastErrno(), EINVAL);
+}
+
+// ---- files that are pruned ----
+
+std::string daysAgo(int days) {
+  const std::time_t then = std::time(nullptr) - days * std::time_t{86400};
+  std::tm local{};
+  localtime_r(&then, &local);
+  return dateText(local);
+}
+
+TEST_F(LogFileTest, LinesOlderThanTheRetentionGo) {
+  const std::string old = daysAgo(40) + " old\nundated\n" + daysAgo(11) + " also old\n";
+  const std::string young = daysAgo(2) + " young\nundated\n" + daysAgo(30) + " old, but behind a young one\n";
+  writeFile(file(), old + young);
+  log({.retentionDays = 10}, {"new\n"});
+  EXPECT_EQ(content(), young + "new\n");
+  EXPECT_FALSE(std::filesystem::exists(path("zemprune.log")));
+
+  writeFile(file(), old + young);
+  writeFile(path("saved.log"), "saved before\n");
+  log({.retentionDays = 10, .pruneMode = 'S', .saveFile = "saved.log"}, {});
+  EXPECT_EQ(content(), young);
+  EXPECT_EQ(readFile(path("saved.log")), "saved before\n" + old);
+}
+
+TEST_F(LogFileTest, PruningKeepsTheFilesModeAndLeavesAYoungLogAlone) {
+  writeFile(file(), daysAgo(2) + " young\n");
+  std::filesystem::permissions(file(), std::filesystem::perms(0640));
+  struct stat before;
+  struct stat after;
+  ASSERT_EQ(::stat(file().c_str(), &before), 0);
+  log({.retentionDays = 10, .pruneMode = 'S', .saveFile = "saved.log"}, {});
+  ASSERT_EQ(::stat(file().c_str(), &after), 0);
+  EXPECT_EQ(after.st_ino, before.st_ino);
+  EXPECT_FALSE(std::filesystem::exists(path("saved.log")));  // nothing was saved
+
+  writeFile(file(), daysAgo(20) + " old\n");
+  log({.retentionDays = 10}, {});
+  ASSERT_EQ(::stat(file().c_str(), &after), 0);
+  EXPECT_EQ(content(), "");
+  EXPECT_EQ(after.st_mode & 0777, 0640u);
+}
+
+TEST_F(LogFileTest, APrunerThatCannotWorkLeavesTheLogAsItWas) {
+  const std::string old = daysAgo(40) + " old\n";
+  writeFile(file(), old);
+  {
+    const FileSizeLimit full(8);  // the save file can't take the line
+    LogFile log({.path = file(), .retentionDays = 10, .pruneMode = 'S', .saveFile = "saved.log"});
+    EXPECT_EQ(log.open(), 0);
+  }
+  EXPECT_EQ(content(), old);
+  EXPECT_FALSE(std::filesystem::exists(path("zemprune.log")));
+
+  // Another program prunes in this directory.
+  const OwnedDescriptor other = openFile(path("zemprune.log").c_str(), O_RDWR | O_CREAT, 0600);
+  ASSERT_EQ(::flock(other.get(), LOCK_EX), 0);
+  log({.retentionDays = 10}, {"new\n"});
+  EXPECT_EQ(content(), old + "new\n");
+  EXPECT_TRUE(std::filesystem::exists(path("zemprune.log")));
+}
+
+}  // namespace
+}  // namespace agent::test

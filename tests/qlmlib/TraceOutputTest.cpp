@@ -1,0 +1,177 @@
+#include "QLMlib/common/ut/TraceOutput.h"
+
+#include "QLMlib/common/ut/Product.h"
+#include "qlmlib/TestFiles.h"
+
+namespace agent::test {
+namespace {
+
+constexpr uint64_t ringBytes = 1024;
+constexpr char endMark[] = "\nEND OF DATA\n\n";
+constexpr char closeMark[] = "\nEND OF DATA - close\n\n";
+constexpr char beginning[] = "BEGINNING NEW TRACE\n\n";
+
+std::string padded(uint64_t number, std::size_t width) {
+  std::string text = std::to_string(number);
+  return text + std::string(width - text.size(), ' ');
+}
+
+std::string header(const std::string& nextWrite, uint64_t maxMB) {
+  return "NRV Trace   " + nextWrite + padded(maxMB, 10) +
+         " ZTA Corvane Storage Vantage Center 5.2.4.1   Build date: " + buildDate() + "\n\n";
+}
+
+const uint64_t wrapStart = header("123456789012", 1).size();
+const uint64_t firstRecord = wrapStart + sizeof beginning - 1;
+
+/// Rings of 1,024 bytes, so that a test can fill them.
+class TraceOutputTest : public FilesTest {
+ protected:
+  TraceLimit small(uint64_t maxMB = 1) const {
+    return {.maxMB = maxMB, .segmentMB = 1000, .bytesPerMB = ringBytes};
+  }
+  std::string file() const { return path("job.trace"); }
+  std::string content() const { return readFile(file()); }
+
+  /// Runs a whole life of an output that writes `records`.
+  void run(const std::vector<std::string>& records, uint64_t maxMB = 1) {
+    TraceOutput output;
+    ASSERT_EQ(output.open(file(), small(maxMB)), 0);
+    for (const std::string& record : records) ASSERT_TRUE(output.write(record));
+    ASSERT_EQ(output.close(), 0);
+  }
+
+  /// Fills the ring so far that `room` bytes are left before the limit.
+  static void fillUpTo(TraceOutput& output, uint64_t room) {
+    ASSERT_TRUE(output.write(std::string(ringBytes - room - firstRecord, 'f')));
+  }
+};
+
+TEST_F(TraceOutputTest, ANewFileHoldsHeaderRecordsAndEndMark) {
+  TraceOutput output;
+  ASSERT_EQ(output.open(file(), small()), 0);
+  ASSERT_TRUE(output.write("one\n"));
+  ASSERT_TRUE(output.write("two\n"));
+  EXPECT_EQ(content(), header(padded(firstRecord + 8, 12), 1) + beginning + "one\ntwo\n" + endMark);
+
+  ASSERT_EQ(output.close(), 0);
+  EXPECT_EQ(content(), header(padded(firstRecord + 8, 12), 1) + beginning + "one\ntwo\n" + closeMark);
+}
+
+TEST_F(TraceOutputTest, ASecondRunGoesOnBehindTheFirst) {
+  run({"one\n"});
+  run({"two\n"});
+  const uint64_t next = firstRecord + 4 + sizeof beginning - 1 + 4;
+  EXPECT_EQ(content(), header(padded(next, 12), 1) + beginning + "one\n" + beginning + "two\n" + closeMark);
+}
+
+TEST_F(TraceOutputTest, WhatIsNoSoundRingIsReplaced) {
+  const std::string fresh = header(padded(firstRecord + 4, 12), 1) + beginning + "new\n" + closeMark;
+  const auto ring = [](const std::string& next, uint64_t maxMB, std::size_t dataBytes) {
+    return header(next, maxMB) + std::string(dataBytes, 'x');
+  };
+  struct Case {
+    const char* why;
+    std::string before;
+  };
+  const Case cases[] = {
+      {"a limit larger than ours", ring(padded(300, 12), 2, 500)},
+      {"a file longer than the limit allows", ring(padded(300, 12), 1, 1024)},
+      {"a position inside the header", ring(padded(wrapStart - 1, 12), 1, 500)},
+      {"a position behind the end", ring(padded(wrapStart + 501, 12), 1, 500)},
+      {"a file that was never written to", ring("123456789012", 1, 500)},
+      {"a number that overflows", "NRV Trace   99999999999999999999999999" + std::string(500, 'x')},
+      {"a header of another build's length",
+       "NRV Trace   300         1          other\n" + std::string(500, 'x')},
+      {"a text of somebody else", "Dear diary,\n" + std::string(500, 'x')},
+      {"a header that is cut off", "NRV Tr"},
+      {"NUL bytes", std::string(600, '\0')},
+      {"an empty file", ""},
+  };
+  for (const Case& c : cases) {
+    writeFile(file(), c.before);
+    run({"new\n"});
+    EXPECT_EQ(content(), fresh) << c.why;
+  }
+}
+
+TEST_F(TraceOutputTest, ARecordThatJustFitsStaysAndOneByteMoreGoesRound) {
+  TraceOutput output;
+  ASSERT_EQ(output.open(file(), small()), 0);
+  fillUpTo(output, 17 + 10);
+  ASSERT_TRUE(output.write("123456789\n"));
+  EXPECT_EQ(content().substr(ringBytes - 27), std::string("123456789\n") + endMark);
+
+  // No room is left now: the shortest record goes to the start, over what stood there.
+  ASSERT_TRUE(output.write("\n"));
+  const std::string ring = content();
+  EXPECT_EQ(ring.substr(0, wrapStart + 15), header(padded(wrapStart + 1, 12), 1) + "\n" + endMark);
+  EXPECT_EQ(ring.substr(wrapStart + 15, 7), std::string(beginning).substr(15) + "f");
+  EXPECT_EQ(ring.substr(ringBytes - 27), "123456789\n\nContinued at beginning of file\n\n");
+}
+
+TEST_F(TraceOutputTest, ARingThatHasWrappedIsKeptAtTheNextStart) {
+  const std::string record(399, 'a');
+  run({record + "\n", std::string(399, 'b') + "\n", std::string(399, 'c') + "\n"});
+  run({"new\n"});
+  const std::string ring = content();
+  EXPECT_EQ(ring.substr(wrapStart, 425), std::string(399, 'c') + "\n" + beginning + "new\n");
+  EXPECT_NE(ring.find("bbb\n\nContinued at beginning of file\n\n"), std::string::npos);
+}
+
+TEST_F(TraceOutputTest, ARecordLongerThanTheRingIsCut) {
+  run({std::string(5000, 'l')});
+  const std::string ring = content();
+  EXPECT_EQ(ring.substr(wrapStart, ringBytes - wrapStart - 17), std::string(ringBytes - wrapStart - 17, 'l'));
+  EXPECT_EQ(ring.substr(ringBytes - 17), closeMark);
+}
+
+TEST_F(TraceOutputTest, ALargeLimitIsSpreadOverSegments) {
+  const TraceLimit limit{.maxMB = 3, .segmentMB = 2, .bytesPerMB = 512};  // 1,024 and 512 bytes
+  writeFile(path("job.2.trace"), "left by an earlier run");
+  writeFile(path("job.3.trace"), "left by an earlier run with a larger limit");
+  TraceOutput output;
+  ASSERT_EQ(output.open(file(), limit), 0);
+  EXPECT_FALSE(std::filesystem::exists(path("job.2.trace")));
+  EXPECT_FALSE(std::filesystem::exists(path("job.3.trace")));
+
+  const std::string first(800, '1');
+  const std::string second(300, '2');
+  ASSERT_TRUE(output.write(first));
+  ASSERT_TRUE(output.write(second));
+  EXPECT_EQ(content(), header(padded(firstRecord + 800, 12), 3) + beginning + first +
+                           "\nContinued at beginning of segment 2\n\n");
+  const std::string continued = "Continued from end of segment 1\n\n";
+  EXPECT_EQ(readFile(path("job.2.trace")),
+            header(padded(wrapStart + continued.size() + 300, 12), 3) + continued + second + endMark);
+
+  ASSERT_TRUE(output.write(second));
+  const std::string round = "Continued from end of segment 2\n\n";
+  EXPECT_EQ(content(), header(padded(wrapStart + round.size() + 300, 12), 3) + round + second + endMark);
+  ASSERT_EQ(output.close(), 0);
+}
+
+TEST_F(TraceOutputTest, WithoutALimitTheFileOnlyGrows) {
+  writeFile(file(), "before\n");
+  run({"one\n"}, 0);
+  EXPECT_EQ(content(),
+            std::string("before\nNRV Trace   ZTA Corvane Storage Vantage Center 5.2.4.1  \nBuild Date: ") +
+                buildDate() + "\n" + beginning + "one\n" + closeMark);
+}
+
+TEST_F(TraceOutputTest, ARefusedWriteEndsTheOutputAndLeavesAWholeRing) {
+  TraceOutput output;
+  ASSERT_EQ(output.open(file(), small()), 0);
+  ASSERT_TRUE(output.write("one\n"));
+  {
+    const FileSizeLimit full(firstRecord + 20);
+    EXPECT_FALSE(output.write("this does not fit\n"));
+    EXPECT_FALSE(output.isOpen());
+    EXPECT_TRUE(output.write("nobody writes this\n"));
+  }
+  EXPECT_EQ(content().substr(0, firstRecord + 4),
+            header(padded(firstRecord + 4, 12), 1) + beginning + "one\n");
+}
+
+}  // namespace
+}  // namespace agent::test
