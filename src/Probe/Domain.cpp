@@ -35,8 +35,8 @@ void Domain::printHeader(GenericPrint& print) {
 void Domain::printData(GenericPrint& print) const {
   print.beginNode(ScanVOXTags::DOM);
   // No tree is known on this side: the server keeps the relation in the third column.
-  print.printData({std::to_string(id), name.empty() ? ScanVOXTags::VOX_NULL : name,
-                   ScanVOXTags::VOX_NUM_VAL_NULL});
+  print.printData(
+      {std::to_string(id), name.empty() ? ScanVOXTags::VOX_NULL : name, ScanVOXTags::VOX_NUM_VAL_NULL});
   print.endNode(ScanVOXTags::DOM);
 }
 

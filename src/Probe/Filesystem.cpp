@@ -20,7 +20,9 @@ std::vector<std::string> splitAtCommas(std::string_view cell) {
   return parts;
 }
 
-std::string orNull(const std::string& text) { return text.empty() ? ScanVOXTags::VOX_NULL : text; }
+std::string orNull(const std::string& text) {
+  return text.empty() ? ScanVOXTags::VOX_NULL : text;
+}
 
 std::string joinOrNull(const std::vector<std::string>& parts) {
   if (parts.empty()) return ScanVOXTags::VOX_NULL;
@@ -32,9 +34,9 @@ std::string joinOrNull(const std::vector<std::string>& parts) {
 }  // namespace
 
 const std::array<const char*, 27> Filesystem::TYPES = {
-    "UNKNOWN", "FAT", "FAT32", "NTFS4", "NTFS5",   "EXT2", "EXT3",     "ZIX_JFS", "HP_HFS",
-    "VXFS",    "UFS", "TMPFS", "ZIX_OLD", "NW_FAT", "NW_NSS", "NFS",    "WAFL",    "FAKE",
-    "ZIX_JFS2", "CLFS", "CLFS", "REISERFS", "KKFS", "VMFS", "EXT4",     "LVM2",    "CIFS"};
+    "UNKNOWN",  "FAT",  "FAT32", "NTFS4",    "NTFS5",  "EXT2",   "EXT3", "ZIX_JFS", "HP_HFS",
+    "VXFS",     "UFS",  "TMPFS", "ZIX_OLD",  "NW_FAT", "NW_NSS", "NFS",  "WAFL",    "FAKE",
+    "ZIX_JFS2", "CLFS", "CLFS",  "REISERFS", "KKFS",   "VMFS",   "EXT4", "LVM2",    "CIFS"};
 
 bool Filesystem::printedHeaders = false;
 
@@ -44,11 +46,13 @@ Filesystem::Filesystem() : AnalysisSource("Filesystem"), EntityToObjectMapper("F
 
 Filesystem::~Filesystem() = default;
 
-bool Filesystem::isCLFSFileset(int fsType) { return fsType == CLFS || fsType == CLFS_FILESET; }
+bool Filesystem::isCLFSFileset(int fsType) {
+  return fsType == CLFS || fsType == CLFS_FILESET;
+}
 
 void Filesystem::inititializeObject(const Row& refHeaderArray, const Rows& refDataArray) {
-  const Row& row = theRow(refHeaderArray, refDataArray,
-                          "ERROR: VoxObjectCreationException exception. Leaving method.");
+  const Row& row =
+      theRow(refHeaderArray, refDataArray, "ERROR: VoxObjectCreationException exception. Leaving method.");
   for (size_t column = 0; column < row.size(); ++column) {
     const std::string_view attribute = refHeaderArray[column];
     const std::string& cell = row[column];
@@ -110,29 +114,14 @@ void Filesystem::inititializeObject(const Row& refHeaderArray, const Rows& refDa
 void Filesystem::printHeader(GenericPrint& print) {
   if (printedHeaders) return;
   print.beginNode(FILESYSTEM);
-  print.printHeader({FILESYSTEM_ID,
-                     FILESYSTEM_COMPUTERID,
-                     "fsGroupID",
-                     "fsLogDiskID",
-                     "fsLogicalDiskID",
-                     FILESYSTEM_MAXFILES,
-                     FILESYSTEM_USEDINODES,
-                     FILESYSTEM_FREEINODES,
-                     FILESYSTEM_SIZE,
-                     FILESYSTEM_CAPACITY,
-                     FILESYSTEM_USEDSPACE,
-                     FILESYSTEM_FREESPACE,
-                     "fsFileCount",
-                     "fsDirectoryCount",
-                     "fsScanTime",
-                     FILESYSTEM_TYPE,
-                     "fsUseCount",
-                     FILESYSTEM_MNTPT,
-                     FILESYSTEM_HOSTNASMNTPT,
-                     FILESYSTEM_DISCTIME,
-                     FILESYSTEM_SCANNING_COMPUTERID,
-                     FILESYSTEM_EXPORTNAME,
-                     FILESYSTEM_SCANNED});
+  print.printHeader({FILESYSTEM_ID,           FILESYSTEM_COMPUTERID, "fsGroupID",
+                     "fsLogDiskID",           "fsLogicalDiskID",     FILESYSTEM_MAXFILES,
+                     FILESYSTEM_USEDINODES,   FILESYSTEM_FREEINODES, FILESYSTEM_SIZE,
+                     FILESYSTEM_CAPACITY,     FILESYSTEM_USEDSPACE,  FILESYSTEM_FREESPACE,
+                     "fsFileCount",           "fsDirectoryCount",    "fsScanTime",
+                     FILESYSTEM_TYPE,         "fsUseCount",          FILESYSTEM_MNTPT,
+                     FILESYSTEM_HOSTNASMNTPT, FILESYSTEM_DISCTIME,   FILESYSTEM_SCANNING_COMPUTERID,
+                     FILESYSTEM_EXPORTNAME,   FILESYSTEM_SCANNED});
   printedHeaders = true;
 }
 

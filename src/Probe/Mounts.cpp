@@ -28,9 +28,9 @@ namespace {
 // Kinds that a scan must never touch: pseudo file systems, media, and mounts that appear when looked at.
 // In the order that the binary search needs. Any type that isn't here is kept.
 constexpr std::array<std::string_view, 19> EXCLUDED_TYPES = {
-    "auto",    "autofs", "binfmt_misc", "debugfs", "devpts",     "dmpfs",      "fuse.gvfs-fuse-daemon",
-    "fusectl", "iso9660", "mvfs",       "nfsd",    "proc",       "rpc_pipefs", "securityfs",
-    "smbfs",   "subfs",  "swap",        "usbdevfs", "vxodmfs"};
+    "auto",    "autofs",  "binfmt_misc", "debugfs",  "devpts", "dmpfs",      "fuse.gvfs-fuse-daemon",
+    "fusectl", "iso9660", "mvfs",        "nfsd",     "proc",   "rpc_pipefs", "securityfs",
+    "smbfs",   "subfs",   "swap",        "usbdevfs", "vxodmfs"};
 static_assert(std::is_sorted(EXCLUDED_TYPES.begin(), EXCLUDED_TYPES.end()));
 
 constexpr size_t MOUNT_LINE_BYTES = 1025;
@@ -140,7 +140,9 @@ Mounts::Mounts(Mounts&& other) noexcept
       tablePath_(std::move(other.tablePath_)),
       mountFile_(std::exchange(other.mountFile_, nullptr)) {}
 
-Mounts::~Mounts() { closeTable(); }
+Mounts::~Mounts() {
+  closeTable();
+}
 
 bool Mounts::openMnttab() {
   closeTable();

@@ -8,8 +8,8 @@ namespace agent {
 
 class Filesystem;
 
-/// The host's mount table, and one entry of it. The object that iterates holds the open table; the copies kept
-/// in a MountsMap hold the three strings and answer statFS. Used on the main thread, before the walks.
+/// The host's mount table, and one entry of it. The object that iterates holds the open table; the copies
+/// kept in a MountsMap hold the three strings and answer statFS. Used on the main thread, before the walks.
 class Mounts {
  public:
   /// @param tablePath the mount table to read, in the format of getmntent(3)

@@ -3,8 +3,8 @@
 namespace agent {
 
 void NasFiler::initializeObject(const Row& refHeaderArray, const Rows& refDataArray) {
-  const Row& row = theRow(refHeaderArray, refDataArray,
-                          "ERROR: VoxObjectCreationException exception. Leaving method.");
+  const Row& row =
+      theRow(refHeaderArray, refDataArray, "ERROR: VoxObjectCreationException exception. Leaving method.");
   for (size_t column = 0; column < row.size(); ++column) {
     const std::string& attribute = refHeaderArray[column];
     const std::string& cell = row[column];

@@ -22,8 +22,8 @@ class AgentScan : public EntityToObjectMapper {
  public:
   AgentScan() : EntityToObjectMapper("AgentScan") {}
 
-  /// Goes by position: the first column is taken when it is the job's name, the second when it is the scanning
-  /// computer's id.
+  /// Goes by position: the first column is taken when it is the job's name, the second when it is the
+  /// scanning computer's id.
   void inititializeObject(const Row& refHeaderArray, const Rows& refDataArray) override;
 
   FilesystemList& getFilesystems() { return filesystems_; }
@@ -32,7 +32,8 @@ class AgentScan : public EntityToObjectMapper {
   StatisticList& getStatistics() { return statistics_; }
   int32_t getScanningCompId() const { return scanningCompId_; }
 
-  /// Writes the whole header block of a result file: every record class, whether a row of it will follow or not.
+  /// Writes the whole header block of a result file: every record class, whether a row of it will follow or
+  /// not.
   void printHeader(GenericPrint& print) const;
   /// Writes the row and all lists, as the record itself would stand in a file.
   void printData(GenericPrint& print) const;
@@ -43,9 +44,9 @@ class AgentScan : public EntityToObjectMapper {
  private:
   std::string jobName_;
   int32_t scanningCompId_ = 0;
-  FilesystemList filesystems_;   // the last one of the definition first
-  MonDirSpecList directories_;   // the last one of the definition first
-  StatisticList statistics_;     // in the definition's order; go first, since results point at file systems
+  FilesystemList filesystems_;  // the last one of the definition first
+  MonDirSpecList directories_;  // the last one of the definition first
+  StatisticList statistics_;    // in the definition's order; go first, since results point at file systems
 };
 
 }  // namespace agent

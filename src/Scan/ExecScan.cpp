@@ -34,7 +34,9 @@ constexpr int OBJECT_CREATION_FAILED = 12;
 // Names in a log text of several lines stand below the text of the first.
 const std::string INDENT(25, ' ');
 
-std::string now() { return std::to_string(time(nullptr)); }
+std::string now() {
+  return std::to_string(time(nullptr));
+}
 
 std::string padded(int32_t number, size_t width) {
   std::string digits = std::to_string(number);
@@ -46,7 +48,9 @@ std::string padded(int32_t number, size_t width) {
 
 ExecScan::ExecScan() : Object("ExecScan") {}
 
-ExecScan::~ExecScan() { cleanup(); }
+ExecScan::~ExecScan() {
+  cleanup();
+}
 
 int ExecScan::startScan(int argc, char** argv) {
   cmdArgs_ = std::make_unique<CmdArgs>(argc, argv, CmdArgs::SCAN_PROGRAM);
@@ -234,8 +238,8 @@ void ExecScan::finish(const std::string& definitionFile, const std::string& jobF
   if (!TR_MAX && !definitionFile.empty() && psFileExist(definitionFile)) psRemoveFile(definitionFile);
 }
 
-/// Only the file that this run has opened: a job refused by a lock leaves the running job's result alone, even
-/// one of the same name.
+/// Only the file that this run has opened: a job refused by a lock leaves the running job's result alone,
+/// even one of the same name.
 void ExecScan::removeResult() {
   if (genericPrint_ && genericPrint_->hasOpenedFile()) psRemoveFile(cmdArgs_->resultFile);
 }

@@ -20,10 +20,10 @@ class ExecScan : public Object {
  public:
   // Return codes that the driver gives; those of the command line stand in CmdArgs.
   static constexpr int CLEAN = 0;
-  static constexpr int ABORTED = 8;       ///< and above: no usable result
+  static constexpr int ABORTED = 8;  ///< and above: no usable result
   static constexpr int WRITE_FAILED = 9;
   static constexpr int NO_TRACE = 30;
-  static constexpr int NO_CATALOG = 72;   ///< or no install location to look for it
+  static constexpr int NO_CATALOG = 72;  ///< or no install location to look for it
 
   ExecScan();
   ~ExecScan() override;
@@ -53,13 +53,13 @@ class ExecScan : public Object {
   std::unique_ptr<FilesystemScan> filesystemScan_;  // null until the definition has been read
   std::unique_ptr<GenericPrint> genericPrint_;      // likewise
   std::unique_ptr<AgentScan> agentScan_;
-  std::unique_ptr<LogManager> log_;                 // what naLog points at
+  std::unique_ptr<LogManager> log_;  // what naLog points at
   std::string logFile_;
   std::string msgDir_;
   int32_t returnCode_ = CLEAN;
   bool messagesOpen_ = false;
   bool traceOpen_ = false;
-  bool scanEnded_ = false;  // doScan came to its end and the file is whole
+  bool scanEnded_ = false;    // doScan came to its end and the file is whole
   std::string jobStartTime_;  // decimal seconds since the epoch
   std::string jobEndTime_;
   std::unique_ptr<CmdArgs> cmdArgs_;

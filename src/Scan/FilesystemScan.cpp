@@ -32,9 +32,13 @@ const std::string INDENT(25, ' ');
 // follows up to a NUL.
 constexpr std::string_view preamble("&=T\0\0\0\3=F", 9);
 
-bool isWindowsAgent() { return CommonAgentFactory::getCommonAgent().isWindows; }
+bool isWindowsAgent() {
+  return CommonAgentFactory::getCommonAgent().isWindows;
+}
 
-void appendLine(std::string& text, const std::string& name) { text += "\n" + INDENT + name; }
+void appendLine(std::string& text, const std::string& name) {
+  text += "\n" + INDENT + name;
+}
 
 bool regionMatches(const std::string& a, const std::string& b, size_t length) {
   return a.size() >= length && b.size() >= length && a.compare(0, length, b, 0, length) == 0;
@@ -54,7 +58,8 @@ std::string replaceDelimiter(const std::string& path) {
   return result;
 }
 
-/// A file system that the server made up for a directory tree is walked like any other and reports no figures.
+/// A file system that the server made up for a directory tree is walked like any other and reports no
+/// figures.
 void zeroFigures(Filesystem& filesystem) {
   filesystem.fsType = Filesystem::FAKE;
   filesystem.fsPhysicalSize = 0;
@@ -365,7 +370,8 @@ bool FilesystemScan::attachDirectoryStatistic(CuStatDef& definition) {
       std::unique_ptr<Tree>& tree = byLevel[directory->level];
       if (!tree) {
         selection_.setExpression(definition.getWhereClause());
-        if (!selection_.compile(definition.sdCreator + "." + definition.sdName, directory->level)) return false;
+        if (!selection_.compile(definition.sdCreator + "." + definition.sdName, directory->level))
+          return false;
         tree = std::make_unique<Tree>(Tree{selection_.takeRoot(), &definition});
       }
       assocs.emplace_back(directory.get(), tree.get());
@@ -433,9 +439,9 @@ void FilesystemScan::addDirectoryActions(FSRef& fsRef, MonDirTable& monDirs, Wal
       auto newChain = std::make_unique<MonDirChain>(monDirs, *fsRef.filesystem);
       const std::vector<Assoc>& assocs = (*directory)->first->assocs;
       for (auto assoc = assocs.rbegin(); assoc != assocs.rend(); ++assoc) {
-        newChain->append(shared.add(
-            std::make_unique<MonDirAccum>(*assoc->tree->definition, *fsRef.filesystem),
-            assoc->tree->root.get()));
+        newChain->append(
+            shared.add(std::make_unique<MonDirAccum>(*assoc->tree->definition, *fsRef.filesystem),
+                       assoc->tree->root.get()));
       }
       chain = &shared.add(std::move(newChain), nullptr);
     }
@@ -446,8 +452,8 @@ void FilesystemScan::addDirectoryActions(FSRef& fsRef, MonDirTable& monDirs, Wal
   }
 }
 
-/// The file system's own summary shows its space. Without one the server can't keep the file system's history:
-/// something was given up.
+/// The file system's own summary shows its space. Without one the server can't keep the file system's
+/// history: something was given up.
 void FilesystemScan::updateOwnSummary(FSRef& fsRef) {
   const ResultsByFS* own = fsRef.ownResults;
   if (own == nullptr || !own->rfResults || !own->rfResults->srSummary) {

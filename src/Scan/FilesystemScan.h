@@ -75,8 +75,8 @@ class FilesystemScan : public Object {
   struct MonDirSelection {
     int32_t level;  // how much deeper than the mount point
     const MonDirSpec* spec;
-    const selectNode* root;      // matches the directory's own entry; null when its path doesn't compile
-    std::vector<Assoc> assocs;   // of the first selection of a level only: all of the level share them
+    const selectNode* root;     // matches the directory's own entry; null when its path doesn't compile
+    std::vector<Assoc> assocs;  // of the first selection of a level only: all of the level share them
     MonDirSelection* first;
   };
   /// One file system that is to be walked.
@@ -112,8 +112,9 @@ class FilesystemScan : public Object {
   Selection selection_;  // the one compiler, used for all expressions
   std::vector<std::unique_ptr<FSRef>> fsRefs_;
   std::vector<std::unique_ptr<Tree>> trees_;
-  std::map<const MonDirSpec*, SelectTree> directoryRoots_;  // one for each spec, whatever file systems it is on
-  std::vector<const CuStatDef*> directoryStatistics_;       // those whose selection compiled
+  std::map<const MonDirSpec*, SelectTree>
+      directoryRoots_;                                 // one for each spec, whatever file systems it is on
+  std::vector<const CuStatDef*> directoryStatistics_;  // those whose selection compiled
 };
 
 }  // namespace agent

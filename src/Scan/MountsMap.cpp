@@ -19,9 +19,8 @@ namespace {
 constexpr std::string_view BLANKS = " \t\n\r\f\v";
 
 std::string lowerCase(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(), [](char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
-  });
+  std::transform(text.begin(), text.end(), text.begin(),
+                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; });
   return text;
 }
 

@@ -2,9 +2,7 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
-#include <sys/socket.h>
-#include <sys/sysmacros.h>
-#include <sys/un.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -38,7 +36,6 @@ using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
 using ::testing::SizeIs;
-using ::testing::UnorderedElementsAre;
 
 /// Users 0 ("root") and 7 ("seven"); everybody else has gone.
 class FewUsers : public UserDatabase {
@@ -159,9 +156,9 @@ TEST_F(ScannerTest, OffersEveryEntryOnceAndBalancesEnteringAndLeaving) {
   EXPECT_EQ(walk(), 0);
 
   EXPECT_THAT(visited(), ElementsAre("a", "a/b", "a/b/c", "d", "empty"));
-  EXPECT_EQ(action->events.front(), "");   // the root is offered like any entry,
-  EXPECT_EQ(action->events[1], "+");       // then entered,
-  EXPECT_EQ(action->events.back(), "-");   // and left last
+  EXPECT_EQ(action->events.front(), "");  // the root is offered like any entry,
+  EXPECT_EQ(action->events[1], "+");      // then entered,
+  EXPECT_EQ(action->events.back(), "-");  // and left last
   EXPECT_EQ(std::count(action->events.begin(), action->events.end(), "-"), 4);
   const auto empty = std::find(action->events.begin(), action->events.end(), "+empty");
   ASSERT_NE(empty, action->events.end());
@@ -204,7 +201,8 @@ TEST_F(ScannerTest, PassesOverAnEntryThatVanishedAndCountsIt) {
   EXPECT_EQ(walk(), 0);
 
   EXPECT_THAT(visited(), ElementsAre("here"));
-  EXPECT_THAT(log.lines(), ElementsAre(AllOf(HasSubstr("STA0063E"), HasSubstr(tree / "gone")), HasSubstr("3")));
+  EXPECT_THAT(log.lines(),
+              ElementsAre(AllOf(HasSubstr("STA0063E"), HasSubstr(tree / "gone")), HasSubstr("3")));
 }
 
 // Whoever may rename in the tree must not be able to lead a scan that runs as root out of it.
@@ -244,7 +242,8 @@ TEST_F(ScannerTest, DropsSnapshotDirectoriesDirectlyBelowTheRootOnly) {
 
   EXPECT_EQ(walk(), 0);
 
-  EXPECT_THAT(visited(), ElementsAre("a.snapshot.txt", "deeper", "deeper/.snapshot", "deeper/.snapshot/kept"));
+  EXPECT_THAT(visited(),
+              ElementsAre("a.snapshot.txt", "deeper", "deeper/.snapshot", "deeper/.snapshot/kept"));
   EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("5")));  // dropped without a count
 }
 
@@ -317,7 +316,9 @@ TEST_F(ScannerTest, FillsTheRecordOfEachKindOfEntry) {
   const timespec times[] = {accessed, modified};
   ASSERT_EQ(::utimensat(AT_FDCWD, (tree / "tool").c_str(), times, 0), 0);
   const bool isRoot = ::geteuid() == 0;
-  if (isRoot) ASSERT_EQ(::chown((tree / "pipe").c_str(), 4711, 4712), 0);
+  if (isRoot) {
+    ASSERT_EQ(::chown((tree / "pipe").c_str(), 4711, 4712), 0);
+  }
 
   EXPECT_EQ(walk(), 0);
 

@@ -13,8 +13,8 @@ namespace agent {
 template <typename Counter, typename Amount>
 void addTo(Counter& counter, Amount amount) {
   using Unsigned = std::make_unsigned_t<Counter>;
-  counter = static_cast<Counter>(static_cast<Unsigned>(static_cast<Unsigned>(counter) +
-                                                       static_cast<Unsigned>(amount)));
+  counter = static_cast<Counter>(
+      static_cast<Unsigned>(static_cast<Unsigned>(counter) + static_cast<Unsigned>(amount)));
 }
 
 /// A histogram as one cell: its numbers in bucket order, joined by ",".

@@ -7,7 +7,9 @@
 
 namespace agent {
 
-void CuStatResults::printHeader(GenericPrint& print) { print.printHeader({ScanVOXTags::SR_ID}); }
+void CuStatResults::printHeader(GenericPrint& print) {
+  print.printHeader({ScanVOXTags::SR_ID});
+}
 
 void CuStatResults::printData(GenericPrint& print) const {
   print.beginNode(ScanVOXTags::SR);

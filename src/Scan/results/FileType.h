@@ -19,9 +19,9 @@ class FileType : public Object {
   static void printHeader(GenericPrint& print);
   void printData(GenericPrint& print) const;
 
-  int32_t fptID = 0;              ///< stays 0 on this platform; the letters of the name are the format's
-  std::string ftpFileExtension;   ///< with its leading dot, lower case
-  std::string ftpDescription;     ///< stays empty on this platform
+  int32_t fptID = 0;             ///< stays 0 on this platform; the letters of the name are the format's
+  std::string ftpFileExtension;  ///< with its leading dot, lower case
+  std::string ftpDescription;    ///< stays empty on this platform
 };
 
 /// The extensions of one scan. Owns the records; lives until the results have been written.

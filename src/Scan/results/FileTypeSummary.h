@@ -23,10 +23,10 @@ class FileTypeSummary : public History {
   static void printHeader(GenericPrint& print);
   void printData(GenericPrint& print) const;
 
-  int32_t profileID = 0;     ///< the statistic's id
+  int32_t profileID = 0;  ///< the statistic's id
   int32_t filesystemID = 0;
   int64_t fileCount = 0;
-  int64_t spaceUsed = 0;     ///< units of 512 bytes
+  int64_t spaceUsed = 0;               ///< units of 512 bytes
   const FileType* fileType = nullptr;  ///< borrowed from the scan's FileTypeTable
 };
 

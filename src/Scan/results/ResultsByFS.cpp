@@ -38,7 +38,9 @@ void ResultsByFS::printData(GenericPrint& print) const {
   print.endNode(ScanVOXTags::RESULTS_BY_FS);
 }
 
-Filesystem* ResultsByFS::sourceFilesystem() const { return dynamic_cast<Filesystem*>(rfDirOrFS); }
+Filesystem* ResultsByFS::sourceFilesystem() const {
+  return dynamic_cast<Filesystem*>(rfDirOrFS);
+}
 
 bool ResultsByFS::concerns(int32_t filesystemID) const {
   if (const auto* directory = dynamic_cast<const SMonDir*>(rfDirOrFS)) {

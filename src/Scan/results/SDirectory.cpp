@@ -23,19 +23,18 @@ void SDirectory::startWith(const FileAttributes& entry, int32_t filesystemID) {
 
 void SDirectory::printHeader(GenericPrint& print) {
   Row row = headerRow();
-  row.insert(row.end(),
-             {ScanVOXTags::DIR_FS_ID, ScanVOXTags::DIR_STAT_ID, ScanVOXTags::DIR_FILE_CNT,
-              ScanVOXTags::DIR_DIR_CNT, ScanVOXTags::DIR_TOTAL_SIZE, ScanVOXTags::DIR_LARGEST_SIZE,
-              ScanVOXTags::DIR_2ND_LARGEST_SIZE, ScanVOXTags::DIR_SIZES, ScanVOXTags::DIR_CNTS});
+  row.insert(row.end(), {ScanVOXTags::DIR_FS_ID, ScanVOXTags::DIR_STAT_ID, ScanVOXTags::DIR_FILE_CNT,
+                         ScanVOXTags::DIR_DIR_CNT, ScanVOXTags::DIR_TOTAL_SIZE, ScanVOXTags::DIR_LARGEST_SIZE,
+                         ScanVOXTags::DIR_2ND_LARGEST_SIZE, ScanVOXTags::DIR_SIZES, ScanVOXTags::DIR_CNTS});
   print.printHeader(row);
 }
 
 void SDirectory::printData(GenericPrint& print, bool nested) const {
   Row row = dataRow();
-  row.insert(row.end(), {std::to_string(dirFilesystemID), std::to_string(dirStatisticID),
-                         std::to_string(dirFileCount), std::to_string(dirDirectoryCount),
-                         std::to_string(dirTotalSize), std::to_string(dirLargestSize),
-                         std::to_string(dir2ndLargestSize), joinNumbers(dirSizes), joinNumbers(dirCounts)});
+  row.insert(row.end(),
+             {std::to_string(dirFilesystemID), std::to_string(dirStatisticID), std::to_string(dirFileCount),
+              std::to_string(dirDirectoryCount), std::to_string(dirTotalSize), std::to_string(dirLargestSize),
+              std::to_string(dir2ndLargestSize), joinNumbers(dirSizes), joinNumbers(dirCounts)});
   if (nested) print.beginNode(ScanVOXTags::DIR);
   print.printData(row);
   printOwnerAndGroup(print);

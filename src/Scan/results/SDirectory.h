@@ -26,7 +26,7 @@ class SDirectory : public FileAttributes {
 
   int32_t dirFilesystemID = 0;
   int32_t dirStatisticID = 0;
-  int32_t dirFileCount = 0;       ///< regular files and symbolic links
+  int32_t dirFileCount = 0;  ///< regular files and symbolic links
   int32_t dirDirectoryCount = 0;
   int64_t dirTotalSize = 0;
   int64_t dirLargestSize = 0;

@@ -9,8 +9,7 @@ namespace agent {
 
 Row SFile::headerRow() {
   Row row = FileAttributes::headerRow();
-  row.insert(row.end(),
-             {ScanVOXTags::SFILE_FS_ID, ScanVOXTags::SFILE_STAT_ID, ScanVOXTags::SFILE_STAT_TYPE});
+  row.insert(row.end(), {ScanVOXTags::SFILE_FS_ID, ScanVOXTags::SFILE_STAT_ID, ScanVOXTags::SFILE_STAT_TYPE});
   return row;
 }
 
@@ -21,7 +20,9 @@ Row SFile::dataRow() const {
   return row;
 }
 
-void SFile::printHeader(GenericPrint& print) { print.printHeader(headerRow()); }
+void SFile::printHeader(GenericPrint& print) {
+  print.printHeader(headerRow());
+}
 
 void SFile::printData(GenericPrint& print, bool nested) const {
   if (nested) print.beginNode(ScanVOXTags::SFILE);

@@ -36,8 +36,8 @@ class SFile : public FileAttributes {
   Row dataRow() const;
 };
 
-/// A file with a score, as a migration policy would want it. The format has room for it: its header row stands
-/// in every result file. This job never makes one.
+/// A file with a score, as a migration policy would want it. The format has room for it: its header row
+/// stands in every result file. This job never makes one.
 class SFileCandidate : public SFile {
  public:
   SFileCandidate() = default;

@@ -24,7 +24,7 @@ class SSizeDist : public EntityToObjectMapper {
 
   int32_t szdFilesystemID = 0;
   int32_t szdStatisticID = 0;
-  std::array<int64_t, SizeRanges::BUCKETS> szdSizes = {};   ///< units of 512 bytes
+  std::array<int64_t, SizeRanges::BUCKETS> szdSizes = {};  ///< units of 512 bytes
   std::array<int64_t, SizeRanges::BUCKETS> szdCounts = {};
 };
 

@@ -8,8 +8,8 @@ namespace agent {
 
 class GenericPrint;
 
-/// Totals of one statistic on one source, as the history keeps them. Sizes are in units of 512 bytes, times in
-/// milliseconds since the epoch.
+/// Totals of one statistic on one source, as the history keeps them. Sizes are in units of 512 bytes, times
+/// in milliseconds since the epoch.
 class SSummaryHist : public Object {
  public:
   SSummaryHist() : Object("SSummaryHist") {}
@@ -19,8 +19,8 @@ class SSummaryHist : public Object {
   int64_t sumCapacity = 0;
   int64_t sumFreeSpace = 0;
   int64_t sumUsedSpace = 0;
-  int64_t sumTotalSize = 0;   ///< all entries, directories' own blocks among them
-  int64_t sumFileCount = 0;   ///< regular files and symbolic links
+  int64_t sumTotalSize = 0;  ///< all entries, directories' own blocks among them
+  int64_t sumFileCount = 0;  ///< regular files and symbolic links
   int64_t sumScanTime = 0;
   int16_t sumAccumCount = 0;  ///< the server's; stays 0 here
   int16_t sumType = 0;        ///< the server's; stays 0 here

@@ -29,10 +29,10 @@ class STimeDist : public Object {
   int32_t tdFilesystemID = 0;
   int32_t tdStatisticID = 0;
   int16_t tdType = 0;
-  int64_t tdScanTime = 0;    ///< milliseconds since the epoch
-  int64_t tdAverageAge = 0;  ///< seconds
-  int64_t tdAccumCount = 0;  ///< the server's; stays 0 here
-  int16_t tdHistType = 0;    ///< the server's; stays 0 here
+  int64_t tdScanTime = 0;                     ///< milliseconds since the epoch
+  int64_t tdAverageAge = 0;                   ///< seconds
+  int64_t tdAccumCount = 0;                   ///< the server's; stays 0 here
+  int16_t tdHistType = 0;                     ///< the server's; stays 0 here
   std::array<int64_t, BUCKETS> tdSizes = {};  ///< units of 512 bytes
   std::array<int64_t, BUCKETS> tdCounts = {};
 };

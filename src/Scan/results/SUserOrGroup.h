@@ -42,9 +42,9 @@ class SUserOrGroup : public SUGHist {
   void printData(GenericPrint& print, bool nested) const;
 
   int32_t sugDirectoryCount = 0;
-  int32_t sugOtherCount = 0;    ///< stays 0
-  int64_t sugUnusedSpace = 0;   ///< stays 0
-  int64_t sugLargestSize = 0;   ///< among regular files and links
+  int32_t sugOtherCount = 0;   ///< stays 0
+  int64_t sugUnusedSpace = 0;  ///< stays 0
+  int64_t sugLargestSize = 0;  ///< among regular files and links
   int64_t sug2ndLargestSize = 0;
   std::array<int64_t, SizeRanges::BUCKETS> sugSizes = {};
   std::array<int64_t, SizeRanges::BUCKETS> sugCounts = {};

@@ -10,8 +10,8 @@ namespace agent {
 
 class GenericPrint;
 
-/// An order to back up what a statistic found. The format has room for it on a CuStatDef; this job never makes
-/// one.
+/// An order to back up what a statistic found. The format has room for it on a CuStatDef; this job never
+/// makes one.
 class BackupAction : public EntityToObjectMapper {
  public:
   BackupAction() : EntityToObjectMapper("BackupAction") {}

@@ -21,10 +21,11 @@ namespace agent {
 
 namespace {
 
-bool isWindowsAgent() { return CommonAgentFactory::getCommonAgent().isWindows; }
+bool isWindowsAgent() {
+  return CommonAgentFactory::getCommonAgent().isWindows;
+}
 
-std::unique_ptr<SSummary> newSummary(const CuStatDef& definition, const Filesystem& filesystem,
-                                     int64_t now) {
+std::unique_ptr<SSummary> newSummary(const CuStatDef& definition, const Filesystem& filesystem, int64_t now) {
   auto summary = std::make_unique<SSummary>();
   summary->sumFilesystemID = filesystem.fsID;
   summary->sumStatisticID = definition.sdID;
@@ -59,7 +60,9 @@ CuStatAccum::CuStatAccum(const char* className) : FileAction(className) {}
 
 CuStatAccum::~CuStatAccum() = default;
 
-void CuStatAccum::releaseInodeTableMap() { inodeTable_.clear(); }
+void CuStatAccum::releaseInodeTableMap() {
+  inodeTable_.clear();
+}
 
 void CuStatAccum::releaseAccumulators() {
   accumulators_.clear();
@@ -134,7 +137,9 @@ void CuStatAccum::buildAccum(CuStatDef& definition, Filesystem& filesystem) {
   }
 }
 
-std::unique_ptr<CuStatResults> CuStatAccum::takeResults() { return std::move(ownResults_); }
+std::unique_ptr<CuStatResults> CuStatAccum::takeResults() {
+  return std::move(ownResults_);
+}
 
 void CuStatAccum::actUpon(Scanner& scanner, FileAttributes& attributes) {
   if (largeDirectories_) largeDirectories_->accumulate(scanner, attributes);

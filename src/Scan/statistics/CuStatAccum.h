@@ -52,7 +52,7 @@ class CuStatAccum : public FileAction {
 
   // Inodes with more than one link seen so far. One file system or monitored directory, so no device.
   std::unordered_set<int64_t> inodeTable_;
-  int32_t level_ = OUTSIDE;  // depth inside the subtree
+  int32_t level_ = OUTSIDE;                                 // depth inside the subtree
   std::vector<std::unique_ptr<Accumulator>> accumulators_;  // in the order of building; called in reverse
   std::unique_ptr<LargeDirAccum> largeDirectories_;         // apart: it also hears of directories
   CuStatResults* results_ = nullptr;

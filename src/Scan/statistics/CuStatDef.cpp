@@ -16,8 +16,8 @@ namespace agent {
 namespace {
 
 /// Where a column's value goes.
-using Field = std::variant<int32_t CuStatDef::*, int16_t CuStatDef::*, bool CuStatDef::*,
-                           std::string CuStatDef::*>;
+using Field =
+    std::variant<int32_t CuStatDef::*, int16_t CuStatDef::*, bool CuStatDef::*, std::string CuStatDef::*>;
 
 struct Column {
   const char* tag;
@@ -25,35 +25,34 @@ struct Column {
 };
 
 // Order of the result file's columns. The where clause, its last one, has a form of its own in definitions.
-const Column COLUMNS[] = {
-    {ScanVOXTags::SD_ID, &CuStatDef::sdID},
-    {ScanVOXTags::SD_ALERT_ID, &CuStatDef::sdAlertID},
-    {ScanVOXTags::SD_CREATOR, &CuStatDef::sdCreator},
-    {ScanVOXTags::SD_NAME, &CuStatDef::sdName},
-    {ScanVOXTags::SD_DESC, &CuStatDef::sdDescription},
-    {ScanVOXTags::SD_TYPE, &CuStatDef::sdType},
-    {ScanVOXTags::SD_SHARE, &CuStatDef::sdShare},
-    {ScanVOXTags::SD_LARGEST_DIRS, &CuStatDef::sdLargestDirectories},
-    {ScanVOXTags::SD_LARGEST_FILES, &CuStatDef::sdLargestFiles},
-    {ScanVOXTags::SD_LEAST_ACCESS, &CuStatDef::sdLeastAccessed},
-    {ScanVOXTags::SD_OLDEST_NO_BACKUP, &CuStatDef::sdOldestNotBackedUp},
-    {ScanVOXTags::SD_LARGEST_ORPHANS, &CuStatDef::sdLargestOrphans},
-    {ScanVOXTags::SD_OLDEST_ORPHANS, &CuStatDef::sdOldestOrphans},
-    {ScanVOXTags::SD_SUMMARY, &CuStatDef::sdSummary},
-    {ScanVOXTags::SD_SIZE_DIST, &CuStatDef::sdSizeDistribution},
-    {ScanVOXTags::SD_GRP_BY_OWNER, &CuStatDef::sdGroupByOwner},
-    {ScanVOXTags::SD_GRP_BY_GRP, &CuStatDef::sdGroupByGroup},
-    {ScanVOXTags::SD_GRP_BY_ACCESS, &CuStatDef::sdGroupByAccess},
-    {ScanVOXTags::SD_GRP_BY_MOD, &CuStatDef::sdGroupByMod},
-    {ScanVOXTags::SD_GRP_BY_CREATION, &CuStatDef::sdGroupByCreation},
-    {ScanVOXTags::SD_GRP_BY_BACKUP, &CuStatDef::sdGroupByBackup},
-    {ScanVOXTags::SD_WIN_FILE_TYPE, &CuStatDef::sdWinOnlyFileType},
-    {ScanVOXTags::SD_LARGEST_FTYPES, &CuStatDef::sdLargestFileTypes},
-    {ScanVOXTags::SD_DAILY_RETENTION, &CuStatDef::sdDailyRetention},
-    {ScanVOXTags::SD_WEEKLY_RETENTION, &CuStatDef::sdWeeklyRetention},
-    {ScanVOXTags::SD_MONTHLY_RETENTION, &CuStatDef::sdMonthlyRetention},
-    {ScanVOXTags::SD_HAS_BACKUP_ACTION, &CuStatDef::sdHasBackupAction},
-    {ScanVOXTags::SD_WHERE_CLAUSE, &CuStatDef::sdWhereClause}};
+const Column COLUMNS[] = {{ScanVOXTags::SD_ID, &CuStatDef::sdID},
+                          {ScanVOXTags::SD_ALERT_ID, &CuStatDef::sdAlertID},
+                          {ScanVOXTags::SD_CREATOR, &CuStatDef::sdCreator},
+                          {ScanVOXTags::SD_NAME, &CuStatDef::sdName},
+                          {ScanVOXTags::SD_DESC, &CuStatDef::sdDescription},
+                          {ScanVOXTags::SD_TYPE, &CuStatDef::sdType},
+                          {ScanVOXTags::SD_SHARE, &CuStatDef::sdShare},
+                          {ScanVOXTags::SD_LARGEST_DIRS, &CuStatDef::sdLargestDirectories},
+                          {ScanVOXTags::SD_LARGEST_FILES, &CuStatDef::sdLargestFiles},
+                          {ScanVOXTags::SD_LEAST_ACCESS, &CuStatDef::sdLeastAccessed},
+                          {ScanVOXTags::SD_OLDEST_NO_BACKUP, &CuStatDef::sdOldestNotBackedUp},
+                          {ScanVOXTags::SD_LARGEST_ORPHANS, &CuStatDef::sdLargestOrphans},
+                          {ScanVOXTags::SD_OLDEST_ORPHANS, &CuStatDef::sdOldestOrphans},
+                          {ScanVOXTags::SD_SUMMARY, &CuStatDef::sdSummary},
+                          {ScanVOXTags::SD_SIZE_DIST, &CuStatDef::sdSizeDistribution},
+                          {ScanVOXTags::SD_GRP_BY_OWNER, &CuStatDef::sdGroupByOwner},
+                          {ScanVOXTags::SD_GRP_BY_GRP, &CuStatDef::sdGroupByGroup},
+                          {ScanVOXTags::SD_GRP_BY_ACCESS, &CuStatDef::sdGroupByAccess},
+                          {ScanVOXTags::SD_GRP_BY_MOD, &CuStatDef::sdGroupByMod},
+                          {ScanVOXTags::SD_GRP_BY_CREATION, &CuStatDef::sdGroupByCreation},
+                          {ScanVOXTags::SD_GRP_BY_BACKUP, &CuStatDef::sdGroupByBackup},
+                          {ScanVOXTags::SD_WIN_FILE_TYPE, &CuStatDef::sdWinOnlyFileType},
+                          {ScanVOXTags::SD_LARGEST_FTYPES, &CuStatDef::sdLargestFileTypes},
+                          {ScanVOXTags::SD_DAILY_RETENTION, &CuStatDef::sdDailyRetention},
+                          {ScanVOXTags::SD_WEEKLY_RETENTION, &CuStatDef::sdWeeklyRetention},
+                          {ScanVOXTags::SD_MONTHLY_RETENTION, &CuStatDef::sdMonthlyRetention},
+                          {ScanVOXTags::SD_HAS_BACKUP_ACTION, &CuStatDef::sdHasBackupAction},
+                          {ScanVOXTags::SD_WHERE_CLAUSE, &CuStatDef::sdWhereClause}};
 
 /// The bytes of a where clause, which a definition carries as signed decimal numbers.
 std::string decodeWhereClause(std::string_view cell) {
@@ -77,14 +76,14 @@ void store(CuStatDef& definition, const Column& column, const std::string& cell)
   if (std::string_view(column.tag) == ScanVOXTags::SD_WHERE_CLAUSE) {
     definition.sdWhereClause = decodeWhereClause(cell);
   } else if (const auto* number = std::get_if<int32_t CuStatDef::*>(&column.field)) {
-    definition.**number = toInt32(cell);
+    definition.** number = toInt32(cell);
   } else if (const auto* shortNumber = std::get_if<int16_t CuStatDef::*>(&column.field)) {
-    definition.**shortNumber = toInt16(cell);
+    definition.** shortNumber = toInt16(cell);
   } else if (const auto* text = std::get_if<std::string CuStatDef::*>(&column.field)) {
-    definition.**text = cell;
+    definition.** text = cell;
   } else if (const auto* flag = std::get_if<bool CuStatDef::*>(&column.field)) {
-    if (cell == "Y" || cell == "y" || cell == "true") definition.**flag = true;
-    if (cell == "N" || cell == "n" || cell == "false") definition.**flag = false;
+    if (cell == "Y" || cell == "y" || cell == "true") definition.** flag = true;
+    if (cell == "N" || cell == "n" || cell == "false") definition.** flag = false;
   }
 }
 
@@ -152,6 +151,8 @@ std::string CuStatDef::getSdName() const {
   return name;
 }
 
-std::string CuStatDef::displayName() const { return sdCreator + "." + getSdName(); }
+std::string CuStatDef::displayName() const {
+  return sdCreator + "." + getSdName();
+}
 
 }  // namespace agent

@@ -11,7 +11,9 @@ namespace agent {
 
 namespace {
 
-bool isOrphan(const FileAttributes& attributes) { return (attributes.faAttributes & ATTRIBUTE_ORPHAN) != 0; }
+bool isOrphan(const FileAttributes& attributes) {
+  return (attributes.faAttributes & ATTRIBUTE_ORPHAN) != 0;
+}
 
 }  // namespace
 

@@ -29,8 +29,9 @@ void LargeDirAccum::accumulate(Scanner& /*scanner*/, FileAttributes& attributes)
   const int64_t size = attributes.faBlocks;
   addTo(directory.dirTotalSize, size);
 
-  // Lopsided on purpose, as servers know it: an entry of any type pushes the largest down to second place, but
-  // only a regular file takes a place. A link or subdirectory larger than all files makes both places equal.
+  // Lopsided on purpose, as servers know it: an entry of any type pushes the largest down to second place,
+  // but only a regular file takes a place. A link or subdirectory larger than all files makes both places
+  // equal.
   const bool isFile = attributes.faType == FileAttributes::REGULAR_FILE;
   if (size > directory.dir2ndLargestSize) {
     if (size > directory.dirLargestSize) {

@@ -15,7 +15,9 @@ SMonDir& MonDirTable::add(Filesystem& filesystem) {
   return *directories_.back();
 }
 
-void MonDirTable::complete(SMonDir& directory) { completed_.push_back(&directory); }
+void MonDirTable::complete(SMonDir& directory) {
+  completed_.push_back(&directory);
+}
 
 void MonDirTable::drop(SMonDir& directory) {
   // Almost always the last one: nothing is added between the firing and the giving up.
@@ -42,9 +44,10 @@ void MonDirAccum::actUpon(Scanner& scanner, FileAttributes& attributes) {
 
 void MonDirAccum::directoryEntered(FileAttributes& attributes) {
   if (directory_ == nullptr) {
-    TRACE(TR_MAX,
-          "MonDirAccum::directoryEntered() : WARNING: No method invoked since member attribute <directory> or "
-          "<pDirInfo> is NULL.\n");
+    TRACE(
+        TR_MAX,
+        "MonDirAccum::directoryEntered() : WARNING: No method invoked since member attribute <directory> or "
+        "<pDirInfo> is NULL.\n");
     return;
   }
   CuStatAccum::directoryEntered(attributes);
@@ -78,13 +81,16 @@ void MonDirAccum::directoryPassedOver() {
 MonDirChain::MonDirChain(MonDirTable& table, Filesystem& filesystem)
     : FileAction("MonDirChain"), table_(table), filesystem_(filesystem) {}
 
-bool MonDirChain::isActive() const { return directory_ != nullptr; }
+bool MonDirChain::isActive() const {
+  return directory_ != nullptr;
+}
 
 void MonDirChain::fire(const MonDirSpec& spec) {
   if (targets_.empty()) {
-    TRACE(TR_MAX,
-          "Activator::actUpon() : ERROR: The class reference <targets> of type <MonDirAccum*> is NULL. Leaving "
-          "method.\n");
+    TRACE(
+        TR_MAX,
+        "Activator::actUpon() : ERROR: The class reference <targets> of type <MonDirAccum*> is NULL. Leaving "
+        "method.\n");
     return;
   }
   if (!isActive()) {
@@ -106,6 +112,8 @@ void MonDirChain::directoryPassedOver() {
   directory_ = nullptr;
 }
 
-void Activator::actUpon(Scanner& /*scanner*/, FileAttributes& /*attributes*/) { targets_.fire(spec_); }
+void Activator::actUpon(Scanner& /*scanner*/, FileAttributes& /*attributes*/) {
+  targets_.fire(spec_);
+}
 
 }  // namespace agent

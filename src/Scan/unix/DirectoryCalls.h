@@ -24,7 +24,8 @@ class DirectoryCalls {
   /// @return bytes read, 0 at the end of the directory, or -1
   virtual ssize_t readEntries(int directory, void* buffer, size_t size);
 
-  /// Stats `name` below the open directory without following a link; an empty name means the directory itself.
+  /// Stats `name` below the open directory without following a link; an empty name means the directory
+  /// itself.
   virtual int statEntry(int directory, const char* name, struct stat& status);
 
   virtual void closeDirectory(int directory);
@@ -33,9 +34,9 @@ class DirectoryCalls {
   static constexpr int OPEN_FLAGS = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
   static int statFlags(const char* name) { return AT_SYMLINK_NOFOLLOW | (*name == '\0' ? AT_EMPTY_PATH : 0); }
 
-  /// Opens without touching the access time where the system lets us: a scan changes nothing, and the next one
-  /// would report the reading as use. open(2): for the owner and the superuser only; the first refusal settles
-  /// it for the rest of the walk.
+  /// Opens without touching the access time where the system lets us: a scan changes nothing, and the next
+  /// one would report the reading as use. open(2): for the owner and the superuser only; the first refusal
+  /// settles it for the rest of the walk.
   /// @param open takes the flags and gives 0 or the error number
   template <typename Open>
   int openKeepingAccessTime(Open open) {

@@ -23,9 +23,8 @@ SharedDirectory LimitedDirectoryCalls::shared(int directory) const {
 
 int LimitedDirectoryCalls::openDirectory(int parent, const char* name) {
   SharedDirectory opened;
-  const int error = openKeepingAccessTime([&](int flags) {
-    return limitedOpenDirectory(shared(parent), name, flags, seconds_, opened);
-  });
+  const int error = openKeepingAccessTime(
+      [&](int flags) { return limitedOpenDirectory(shared(parent), name, flags, seconds_, opened); });
   if (error != 0) return resultOf(error);
   const int descriptor = opened->get();
   open_[descriptor] = std::move(opened);
@@ -34,7 +33,8 @@ int LimitedDirectoryCalls::openDirectory(int parent, const char* name) {
 
 ssize_t LimitedDirectoryCalls::readEntries(int directory, void* buffer, size_t size) {
   size_t bytes = 0;
-  const int error = limitedReadDirectory(shared(directory), static_cast<char*>(buffer), size, seconds_, bytes);
+  const int error =
+      limitedReadDirectory(shared(directory), static_cast<char*>(buffer), size, seconds_, bytes);
   return error == 0 ? static_cast<ssize_t>(bytes) : resultOf(error);
 }
 
@@ -42,6 +42,8 @@ int LimitedDirectoryCalls::statEntry(int directory, const char* name, struct sta
   return resultOf(limitedStatAt(shared(directory), name, statFlags(name), seconds_, status));
 }
 
-void LimitedDirectoryCalls::closeDirectory(int directory) { open_.erase(directory); }
+void LimitedDirectoryCalls::closeDirectory(int directory) {
+  open_.erase(directory);
+}
 
 }  // namespace agent

@@ -12,8 +12,8 @@ namespace {
 constexpr std::array<int16_t, 16> TYPE_BY_MODE = {0, 4, 6, 0, 3, 0, 6, 0, 1, 0, 2, 0, 5, 0, 0, 0};
 constexpr mode_t BLOCK_DEVICE_BITS = 6;
 constexpr mode_t EXECUTE_BITS = 0x49;
-constexpr mode_t SPECIAL_BITS = 0xE00;      // set-user-ID, set-group-ID, sticky
-constexpr int SPECIAL_BITS_SHIFT = 11;      // to their places in the portable attribute word
+constexpr mode_t SPECIAL_BITS = 0xE00;  // set-user-ID, set-group-ID, sticky
+constexpr int SPECIAL_BITS_SHIFT = 11;  // to their places in the portable attribute word
 
 uint32_t attributeWord(mode_t mode, int32_t type) {
   uint32_t word = (mode & SPECIAL_BITS) << SPECIAL_BITS_SHIFT;
@@ -28,7 +28,9 @@ ScannerUnix::ScannerUnix(const Setup& setup, DirectoryCalls& calls) : Scanner(se
   if (!setup.localPath.empty()) setLocalPath(setup.localPath);
 }
 
-void ScannerUnix::setLocalPath(const std::string& localPath) { localPath_.emplace(path(), localPath); }
+void ScannerUnix::setLocalPath(const std::string& localPath) {
+  localPath_.emplace(path(), localPath);
+}
 
 bool ScannerUnix::Stat(fileInfo& file, bool /*remote*/) {
   const DirectoryReader& directory = *readerAt(currentLevel());

@@ -20,16 +20,11 @@ Row FileAttributes::headerRow() {
 }
 
 Row FileAttributes::dataRow() const {
-  return {std::to_string(faType),
-          faName.empty() ? ScanVOXTags::VOX_NULL : faName,
-          std::to_string(faCreated),
-          std::to_string(faModified),
-          std::to_string(faAccessed),
-          std::to_string(faBlocks),
-          std::to_string(faLength),
-          std::to_string(faAttributes),
-          std::to_string(faLinkCount),
-          std::to_string(faInodeNumber)};
+  return {std::to_string(faType),      faName.empty() ? ScanVOXTags::VOX_NULL : faName,
+          std::to_string(faCreated),   std::to_string(faModified),
+          std::to_string(faAccessed),  std::to_string(faBlocks),
+          std::to_string(faLength),    std::to_string(faAttributes),
+          std::to_string(faLinkCount), std::to_string(faInodeNumber)};
 }
 
 void FileAttributes::printOwnerAndGroup(GenericPrint& print) const {

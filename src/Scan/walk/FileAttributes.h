@@ -41,14 +41,14 @@ class FileAttributes : public Object {
   /// Writes the nodes of owner and group, as far as they are known.
   void printOwnerAndGroup(GenericPrint& print) const;
 
-  int64_t faCreated = 0;   ///< never known on this platform; the inode's change time is no creation time
-  int64_t faModified = 0;  ///< milliseconds since the epoch
-  int64_t faAccessed = 0;  ///< milliseconds since the epoch, never before faModified
-  int64_t faBlocks = 0;    ///< allocated size in units of 512 bytes; 0 for types above 3
-  int64_t faLength = 0;    ///< bytes
+  int64_t faCreated = 0;      ///< never known on this platform; the inode's change time is no creation time
+  int64_t faModified = 0;     ///< milliseconds since the epoch
+  int64_t faAccessed = 0;     ///< milliseconds since the epoch, never before faModified
+  int64_t faBlocks = 0;       ///< allocated size in units of 512 bytes; 0 for types above 3
+  int64_t faLength = 0;       ///< bytes
   uint32_t faAttributes = 0;  ///< the portable attribute word (Scan/selection/fileInfo.h)
   int32_t faType = 0;
-  std::string faName;  ///< logical full path, no trailing slash but for the root
+  std::string faName;                    ///< logical full path, no trailing slash but for the root
   const UserOrGroup* faOwner = nullptr;  ///< borrowed from the scan's user table
   const UserOrGroup* faGroup = nullptr;  ///< borrowed from the scan's user table
   int32_t faLinkCount = 0;               ///< 1 for a directory

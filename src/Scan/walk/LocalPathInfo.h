@@ -27,7 +27,7 @@ class LocalPathInfo {
   size_t trueLength() const { return trueLength_; }
 
  private:
-  size_t trueLength_;      // length of the logical prefix, without its trailing slash
+  size_t trueLength_;  // length of the logical prefix, without its trailing slash
   std::string localPath_;
 };
 

@@ -74,10 +74,11 @@ bool Scanner::enterRoot(int& result) {
     result = ROOT_LOST;
     return false;
   } catch (const GenericException& exception) {
-    TRACE(TR_MIN,
-          "Caught GenericException accessing filesystem %s - skipping this filesystem and trying to scan next "
-          "filesystem\n",
-          exception.getMessage().c_str());
+    TRACE(
+        TR_MIN,
+        "Caught GenericException accessing filesystem %s - skipping this filesystem and trying to scan next "
+        "filesystem\n",
+        exception.getMessage().c_str());
     result = 4;
     return false;
   }
@@ -165,10 +166,11 @@ void Scanner::advance() {
       arrayReader_.push_back(std::move(reader));
     }
   } catch (const LocalizableException& exception) {
-    TRACE(TR_MIN,
-          "Scanner::advance() : ERROR: Caught LocalizableException in factory.newDirectoryReader()... Setting "
-          "rc to 4\n%s\n",
-          exception.what());
+    TRACE(
+        TR_MIN,
+        "Scanner::advance() : ERROR: Caught LocalizableException in factory.newDirectoryReader()... Setting "
+        "rc to 4\n%s\n",
+        exception.what());
     decrementLevel(savedPathLength);
     return;
   } catch (const GenericException&) {
@@ -198,10 +200,11 @@ bool Scanner::nextGood() {
     try {
       return reader->next(filesystem_.fsType);
     } catch (const LocalizableException& exception) {
-      TRACE(TR_MIN,
-            "Scanner::nextGood() : ERROR: Caught LocalizableException in array[%d].next(%i) ... Setting rc to "
-            "4\n%s\n",
-            level_, filesystem_.fsType, exception.what());
+      TRACE(
+          TR_MIN,
+          "Scanner::nextGood() : ERROR: Caught LocalizableException in array[%d].next(%i) ... Setting rc to "
+          "4\n%s\n",
+          level_, filesystem_.fsType, exception.what());
       rc_ = 4;
     }
   }
@@ -227,7 +230,8 @@ bool Scanner::ScannerInitOpen(std::string_view path) const {
   }
   if (path.size() <= MAX_OPEN_PATH) return true;
   const std::string cut(path.substr(0, MAX_OPEN_PATH));
-  TRACE(TR_MIN, "Scanner::ScannerInitOpen() : ERROR: Logging problem with STA0139W ... Path %s is too long.\n",
+  TRACE(TR_MIN,
+        "Scanner::ScannerInitOpen() : ERROR: Logging problem with STA0139W ... Path %s is too long.\n",
         cut.c_str());
   logJobMessage(440, "STA0139W", {cut});
   return false;

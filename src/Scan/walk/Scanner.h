@@ -75,7 +75,8 @@ class Scanner : public WalkPosition {
   fileInfo& currentFile() { return file_; }
   /// The name under which this host has the entry, for messages.
   std::string localName(std::string_view path) const;
-  /// False for a path too long to be opened. A long logical path is logged (STA0139W), a long local one traced.
+  /// False for a path too long to be opened. A long logical path is logged (STA0139W), a long local one
+  /// traced.
   bool ScannerInitOpen(std::string_view path) const;
   /// False for a path whose names don't fit the space of stat.
   bool ScannerInitStat(std::string_view path, fileInfo& file) const;
@@ -116,8 +117,8 @@ class Scanner : public WalkPosition {
   std::vector<const selectNode*> selections_;
   std::vector<uint32_t> matchedActions_;
   Filesystem& filesystem_;
-  std::string snapshotPath_;   // of the cluster file system that keeps its own; else empty
-  int64_t total_ = 1;          // entries; the root is the first
+  std::string snapshotPath_;  // of the cluster file system that keeps its own; else empty
+  int64_t total_ = 1;         // entries; the root is the first
   int64_t sinceReport_ = 1;
 };
 

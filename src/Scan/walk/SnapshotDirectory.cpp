@@ -22,8 +22,8 @@ std::string nameInToolOutput(const std::string& output) {
 std::string getSnapshotDirMXFS(std::string mountPoint) {
   if (mountPoint.size() > 1 && mountPoint.ends_with('/')) mountPoint.pop_back();
   std::string directory = mountPoint + "/.snapshots";
-  // The mount point goes to a shell as text. Whoever may mount may choose its name: what a shell would read as
-  // more than a name isn't handed to it.
+  // The mount point goes to a shell as text. Whoever may mount may choose its name: what a shell would read
+  // as more than a name isn't handed to it.
   if (mountPoint.find_first_of("\"'`$\\;&|<>(){}*?[]~#!\n\t ") != std::string::npos) return directory;
   CmdExecer tool({"/bin/sh", "-c",
                   "\"/usr/mxfs/bin/mxsnapdir `mount | grep [[:space:]]" + mountPoint +

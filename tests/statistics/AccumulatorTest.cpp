@@ -1,0 +1,333 @@
+#include <gmock/gmock.h>
+
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "Scan/results/CuStatResults.h"
+#include "Scan/selection/fileInfo.h"
+#include "Scan/statistics/FileAccum.h"
+#include "Scan/statistics/FileTypeAccum.h"
+#include "Scan/statistics/LargeDirAccum.h"
+#include "Scan/statistics/SizeDistAccum.h"
+#include "Scan/statistics/SummaryAccum.h"
+#include "Scan/statistics/TimeDistAccum.h"
+#include "Scan/statistics/UserOrGroupAccum.h"
+#include "statistics/WalkStandIn.h"
+
+namespace agent::test {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+class AccumulatorTest : public ::testing::Test {
+ protected:
+  AccumulatorTest() { results.srID = 77; }
+
+  void feed(Accumulator& accumulator, std::vector<FileAttributes> entries) {
+    for (FileAttributes& entry : entries) accumulator.accumulate(walk.scanner, entry);
+  }
+  static std::vector<std::string> names(const std::vector<SFile>& files) {
+    std::vector<std::string> found;
+    for (const SFile& file : files) found.push_back(file.faName);
+    return found;
+  }
+
+  WalkStandIn walk;
+  CuStatResults results;
+};
+
+TEST_F(AccumulatorTest, SummaryCountsFilesLinksAndDirectoriesAndTheSizeOfAll) {
+  SSummary summary;
+  SummaryAccum accumulator(summary);
+  feed(accumulator, {WalkStandIn::file("f", 10), WalkStandIn::ofType(FileAttributes::SYMBOLIC_LINK, "l", 1),
+                     WalkStandIn::directory("d", 8), WalkStandIn::ofType(FileAttributes::FIFO, "p", 0),
+                     WalkStandIn::ofType(FileAttributes::OTHER, "o", 4)});
+  EXPECT_EQ(summary.sumFileCount, 2);
+  EXPECT_EQ(summary.sumDirectoryCount, 1);
+  EXPECT_EQ(summary.sumTotalSize, 23);
+}
+
+// Whoever writes a file system can give any number as a size: totals wrap, as the counters of the format do.
+TEST_F(AccumulatorTest, SummaryTakesAnySize) {
+  SSummary summary;
+  SummaryAccum accumulator(summary);
+  feed(accumulator, {WalkStandIn::file("f", std::numeric_limits<int64_t>::max()), WalkStandIn::file("g", 1)});
+  EXPECT_EQ(summary.sumTotalSize, std::numeric_limits<int64_t>::min());
+}
+
+TEST_F(AccumulatorTest, OwnersStandByDescendingIdWithTheirTotals) {
+  UserOrGroup seven = UserOrGroup::ofKey(7, false);
+  UserOrGroup many = UserOrGroup::ofKey(501, false);
+  UserOrGroup negative = UserOrGroup::ofKey(-1, false);
+  UserOrGroupAccum accumulator(UserOrGroupAccum::Kind::Owners, walk.filesystem);
+  const auto of = [](const UserOrGroup& owner, FileAttributes entry) {
+    entry.faOwner = &owner;
+    return entry;
+  };
+  feed(accumulator,
+       {of(seven, WalkStandIn::file("a", 5)), of(seven, WalkStandIn::file("b", 5)),
+        of(many, WalkStandIn::file("c", 3)), of(seven, WalkStandIn::file("d", 3)),
+        of(many, WalkStandIn::file("e", 2049)), of(negative, WalkStandIn::directory("f", 8)),
+        of(many, WalkStandIn::ofType(FileAttributes::SOCKET, "s", 0)), WalkStandIn::file("nobody's", 1000)});
+  accumulator.finish(results);
+
+  ASSERT_EQ(results.srOwners.size(), 3u);
+  const SUserOrGroup& first = results.srOwners[0];
+  EXPECT_EQ(first.sugIdentity, &many);
+  EXPECT_EQ(first.sugFileCount, 2);
+  EXPECT_EQ(first.sugTotalSize, 2052);
+  EXPECT_EQ(first.sugLargestSize, 2049);
+  EXPECT_EQ(first.sug2ndLargestSize, 3);
+  EXPECT_THAT(first.sugCounts, ElementsAre(0, 1, 0, 0, 1, 0, 0, 0));
+  EXPECT_EQ(first.sugTimestamp, 5000);
+  EXPECT_EQ(first.sugStatisticID, 77);
+  const SUserOrGroup& second = results.srOwners[1];
+  EXPECT_EQ(second.sugIdentity, &seven);
+  EXPECT_EQ(second.sugLargestSize, 5);
+  EXPECT_EQ(second.sug2ndLargestSize, 5);
+  const SUserOrGroup& third = results.srOwners[2];
+  EXPECT_EQ(third.sugDirectoryCount, 1);
+  EXPECT_EQ(third.sugTotalSize, 8);
+  EXPECT_EQ(third.sugLargestSize, 0);  // a directory takes no place among files
+  EXPECT_THAT(results.srGroups, IsEmpty());
+}
+
+TEST_F(AccumulatorTest, SizeBucketsHaveInclusiveLimits) {
+  struct Case {
+    int64_t blocks;
+    size_t bucket;
+  };
+  const Case cases[] = {{0, 0},      {2, 0},       {3, 1},       {20, 1},    {21, 2},    {200, 2},
+                        {201, 3},    {2048, 3},    {2049, 4},    {20480, 4}, {20481, 5}, {204800, 5},
+                        {204801, 6}, {1024000, 6}, {1024001, 7}, {-1, 0}};
+  for (const Case& c : cases) EXPECT_EQ(SizeRanges::bucket(c.blocks), c.bucket) << c.blocks;
+
+  SSizeDist distribution;
+  SizeDistAccum accumulator(distribution);
+  feed(accumulator, {WalkStandIn::file("a", 3), WalkStandIn::directory("d", 8),
+                     WalkStandIn::ofType(FileAttributes::DEVICE, "dev", 0)});
+  EXPECT_THAT(distribution.szdSizes, ElementsAre(0, 11, 0, 0, 0, 0, 0, 0));
+  EXPECT_THAT(distribution.szdCounts, ElementsAre(1, 2, 0, 0, 0, 0, 0, 0));
+}
+
+TEST_F(AccumulatorTest, AgesFallIntoBucketsWithADayOfGrace) {
+  struct Case {
+    int64_t age;  // seconds
+    size_t bucket;
+    bool averaged;
+  };
+  const Case cases[] = {{0, 0, true},        {86400, 0, true},    {86401, 1, true},    {604800, 1, true},
+                        {604801, 2, true},   {2592000, 2, true},  {5184000, 3, true},  {7776000, 4, true},
+                        {15552000, 5, true}, {23328000, 6, true}, {31557600, 7, true}, {31557601, 8, true},
+                        {-86400, 0, true},    // within the grace of clocks that differ
+                        {-86401, 9, false}};  // in the future
+  for (const Case& c : cases) {
+    STimeDist distribution;
+    ModifiedDistAccum accumulator(distribution);
+    FileAttributes entry = WalkStandIn::file("f", 4);
+    entry.faModified = -c.age * 1000;
+    accumulator.accumulate(walk.scanner, entry);
+    accumulator.finish(results);
+    EXPECT_EQ(distribution.tdCounts[c.bucket], 1) << c.age;
+    EXPECT_EQ(distribution.tdSizes[c.bucket], 4) << c.age;
+    EXPECT_EQ(distribution.tdAverageAge, c.averaged ? c.age : 0);
+  }
+}
+
+TEST_F(AccumulatorTest, TheAverageAgeTruncates) {
+  STimeDist distribution;
+  AccessedDistAccum accumulator(distribution);
+  std::vector<FileAttributes> entries;
+  for (const int64_t age : {10, 11, -2}) {
+    entries.push_back(WalkStandIn::file("f", 0));
+    entries.back().faAccessed = -age * 1000;
+  }
+  feed(accumulator, entries);
+  accumulator.finish(results);
+  EXPECT_EQ(distribution.tdAverageAge, 6);  // 19 / 3
+  EXPECT_EQ(distribution.tdType, STimeDist::ACCESSED);
+}
+
+TEST_F(AccumulatorTest, BackupAgesCountOnlyFilesThatWantOne) {
+  STimeDist distribution;
+  BackupDistAccum accumulator(distribution);
+  FileAttributes wants = WalkStandIn::file("w", 1);
+  wants.faAttributes = ATTRIBUTE_ARCHIVE;
+  feed(accumulator, {wants, WalkStandIn::file("n", 1)});
+  EXPECT_EQ(distribution.tdCounts[0], 1);
+}
+
+TEST_F(AccumulatorTest, TheLargestFilesRankByTheLowThirtyTwoBits) {
+  const int64_t wrapped = (int64_t{1} << 32) + 1;  // ranks as 1
+  const int64_t negative = int64_t{1} << 31;       // ranks below everything
+  LargeFileAccum largest(3);
+  feed(largest, {WalkStandIn::file("wrapped", wrapped), WalkStandIn::file("two", 2),
+                 WalkStandIn::file("negative", negative), WalkStandIn::directory("d", 99),
+                 WalkStandIn::ofType(FileAttributes::SYMBOLIC_LINK, "link", 3)});
+  largest.finish(results);
+  EXPECT_THAT(names(results.srLargestFiles), ElementsAre("link", "two", "wrapped"));
+  EXPECT_EQ(results.srLargestFiles[0].sfFilesystemID, 11);
+  EXPECT_EQ(results.srLargestFiles[0].sfStatisticID, 77);
+
+  LargestOrphansAccum orphans(3);
+  FileAttributes orphan = WalkStandIn::file("wrapped", wrapped);
+  orphan.faAttributes = ATTRIBUTE_ORPHAN;
+  FileAttributes smaller = WalkStandIn::file("two", 2);
+  smaller.faAttributes = ATTRIBUTE_ORPHAN;
+  feed(orphans, {smaller, orphan, WalkStandIn::file("owned", 1 << 20)});
+  orphans.finish(results);
+  EXPECT_THAT(names(results.srLargestOrphans), ElementsAre("wrapped", "two"));
+}
+
+TEST_F(AccumulatorTest, OnFatTheLargestFilesRankByLength) {
+  walk.filesystem.fsType = Filesystem::FAT32;
+  FileAttributes longest = WalkStandIn::file("longest", 1);
+  longest.faLength = 1000;
+  LargeFileAccum largest(1);
+  feed(largest, {WalkStandIn::file("blocks", 50), longest});
+  largest.finish(results);
+  EXPECT_THAT(names(results.srLargestFiles), ElementsAre("longest"));
+}
+
+TEST_F(AccumulatorTest, TheOldestFilesKeepFirstArrivalsAndListTheLastOfThemFirst) {
+  const auto accessed = [](const std::string& name, int64_t time, uint32_t attributes = 0) {
+    FileAttributes entry = WalkStandIn::file(name, 1);
+    entry.faAccessed = time;
+    entry.faAttributes = attributes;
+    return entry;
+  };
+  OldFileAccum oldest(2);
+  feed(oldest, {accessed("a", 5), accessed("b", 5), accessed("c", 5)});
+  oldest.finish(results);
+  EXPECT_THAT(names(results.srLeastAccessed), ElementsAre("b", "a"));
+
+  OldestOrphansAccum orphans(2);
+  feed(orphans,
+       {accessed("new", 9, ATTRIBUTE_ORPHAN), accessed("owned", 1), accessed("old", 2, ATTRIBUTE_ORPHAN)});
+  orphans.finish(results);
+  EXPECT_THAT(names(results.srOldestOrphans), ElementsAre("old", "new"));
+
+  VulnerableFileAccum vulnerable(2);
+  feed(vulnerable, {accessed("a", 1)});
+  vulnerable.finish(results);
+  EXPECT_THAT(results.srOldestNotBackedUp, IsEmpty());
+}
+
+TEST_F(AccumulatorTest, ADirectoryCountsWhatLiesDirectlyInItAtEachSighting) {
+  LargeDirAccum accumulator(5, 11);
+  FileAttributes root = WalkStandIn::directory("/m/", 8);
+  accumulator.accumulate(walk.scanner, root);  // its own entry belongs to nothing
+  accumulator.newDirectory(root);
+  FileAttributes linked = WalkStandIn::file("l", 4);
+  linked.faLinkCount = 2;
+  linked.faInodeNumber = 9;
+  FileAttributes below = WalkStandIn::directory("/m/d", 100);
+  feed(accumulator, {linked, linked, below});
+  accumulator.newDirectory(below);
+  feed(accumulator, {WalkStandIn::file("x", 30)});
+  accumulator.closeDirectory();
+  accumulator.closeDirectory();
+  accumulator.finish(results);
+
+  ASSERT_EQ(results.srLargestDirectories.size(), 2u);
+  const SDirectory& first = results.srLargestDirectories[0];
+  EXPECT_EQ(first.faName, "/m/");
+  EXPECT_EQ(first.dirTotalSize, 108);
+  EXPECT_EQ(first.dirFileCount, 2);
+  EXPECT_EQ(first.dirDirectoryCount, 1);
+  EXPECT_EQ(first.dirStatisticID, 77);
+  EXPECT_THAT(first.dirCounts, ElementsAre(0, 2, 1, 0, 0, 0, 0, 0));
+  EXPECT_EQ(results.srLargestDirectories[1].dirTotalSize, 30);  // nothing rolled up
+}
+
+TEST_F(AccumulatorTest, PlacesInADirectoryAreLopsided) {
+  struct Case {
+    const char* why;
+    std::vector<FileAttributes> entries;
+    int64_t largest, second;
+  };
+  const auto f = [](int64_t blocks) { return WalkStandIn::file("f", blocks); };
+  const auto l = [](int64_t blocks) {
+    return WalkStandIn::ofType(FileAttributes::SYMBOLIC_LINK, "l", blocks);
+  };
+  const auto d = [](int64_t blocks) { return WalkStandIn::directory("d", blocks); };
+  const Case cases[] = {
+      {"files alone", {f(3), f(5), f(4)}, 5, 4},
+      {"a larger subdirectory shifts the largest down and takes no place", {f(5), d(9)}, 5, 5},
+      {"a larger link does the same", {f(5), f(2), l(7)}, 5, 5},
+      {"one between the places does nothing", {f(5), f(2), d(4)}, 5, 2},
+      {"an empty subdirectory alone", {d(8)}, 0, 0},
+  };
+  for (const Case& c : cases) {
+    LargeDirAccum accumulator(1, 11);
+    accumulator.newDirectory(WalkStandIn::directory("/m/"));
+    feed(accumulator, c.entries);
+    accumulator.closeDirectory();
+    accumulator.finish(results);
+    EXPECT_EQ(results.srLargestDirectories[0].dirLargestSize, c.largest) << c.why;
+    EXPECT_EQ(results.srLargestDirectories[0].dir2ndLargestSize, c.second) << c.why;
+  }
+}
+
+TEST_F(AccumulatorTest, FindsTheExtensionFromTheEnd) {
+  struct Case {
+    const char *path, *extension;
+  };
+  const Case cases[] = {
+      {"/d/README", ""},
+      {"/d/archive.tar.GZ", ".GZ"},   // the last dot decides
+      {"/d/x.123456", ".123456"},     // six characters
+      {"/d/x.1234567", ""},           // seven are too many
+      {"/d/x.", ""},                  // ends in the dot
+      {"/dir.d/file", ""},            // a slash comes first
+      {"/d/a b.txt", ".txt"},         // the blank lies ahead of the dot
+      {"/d/a.b c", ""},               // the blank comes first
+      {"/d/a.b\\c", ""},              // so does a backslash
+      {"/d/.bashrc", ".bashrc"},      // the dot is not the first character of the path
+      {".bashrc", ""},                // here it is, and that one is never looked at
+      {"/d/\xc3\xa4.\xff", ".\xff"},  // bytes of any value
+      {"", ""},
+      {".", ""},
+  };
+  for (const Case& c : cases) EXPECT_EQ(extractExtensionName(c.path), c.extension) << c.path;
+}
+
+TEST_F(AccumulatorTest, FileTypesRankBySpaceAndShareTheirRecord) {
+  FileTypeAccum two(77, 2), other(78, 5);
+  const std::vector<FileAttributes> entries = {
+      WalkStandIn::file("/x.A", 60),       WalkStandIn::file("/x.b", 50),
+      WalkStandIn::file("/x.c", 75),       WalkStandIn::file("/y.a", 40),
+      WalkStandIn::directory("/d.b", 900), WalkStandIn::ofType(FileAttributes::SYMBOLIC_LINK, "/l.b", 900)};
+  feed(two, entries);
+  feed(other, entries);
+  CuStatResults otherResults;
+  two.finish(results);
+  other.finish(otherResults);
+
+  ASSERT_EQ(results.srFileTypes.size(), 2u);
+  EXPECT_EQ(results.srFileTypes[0].fileType->ftpFileExtension, ".a");
+  EXPECT_EQ(results.srFileTypes[0].fileCount, 2);
+  EXPECT_EQ(results.srFileTypes[0].spaceUsed, 100);
+  EXPECT_EQ(results.srFileTypes[0].profileID, 77);
+  EXPECT_EQ(results.srFileTypes[1].fileType->ftpFileExtension, ".c");
+  EXPECT_EQ(otherResults.srFileTypes.size(), 3u);
+  EXPECT_EQ(otherResults.srFileTypes[0].fileType, results.srFileTypes[0].fileType);
+  EXPECT_EQ(walk.fileTypes.size(), 3u);
+}
+
+// Extensions arrive in the order of their bytes and follow the list's own rule: ".\xff" doesn't beat the
+// others, and when ".big" comes, the first arrival of the smallest goes.
+TEST_F(AccumulatorTest, FileTypesThatTieFollowTheRuleOfTheList) {
+  FileTypeAccum accumulator(77, 2);
+  feed(accumulator, {WalkStandIn::file("/x.\xff", 5), WalkStandIn::file("/x.b", 5),
+                     WalkStandIn::file("/x.ab", 5), WalkStandIn::file("/x.big", 9)});
+  accumulator.finish(results);
+  ASSERT_EQ(results.srFileTypes.size(), 2u);
+  EXPECT_EQ(results.srFileTypes[0].fileType->ftpFileExtension, ".big");
+  EXPECT_EQ(results.srFileTypes[1].fileType->ftpFileExtension, ".b");
+}
+
+}  // namespace
+}  // namespace agent::test

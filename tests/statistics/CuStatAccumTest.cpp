@@ -1,0 +1,111 @@
+#include "Scan/statistics/CuStatAccum.h"
+
+#include <gmock/gmock.h>
+
+#include "Common/ComputerID.h"
+#include "Scan/results/CuStatResults.h"
+#include "Scan/statistics/CuStatDef.h"
+#include "statistics/WalkStandIn.h"
+
+namespace agent::test {
+namespace {
+
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+
+class CuStatAccumTest : public ::testing::Test {
+ protected:
+  void act(FileAttributes entry) { accumulator.actUpon(walk.scanner, entry); }
+  void enter(FileAttributes entry) { accumulator.directoryEntered(entry); }
+
+  WalkStandIn walk;
+  CuStatDef definition;
+  CuStatAccum accumulator;
+};
+
+TEST_F(CuStatAccumTest, CountsAnInodeOnceLessThanItHasNamesInTheTree) {
+  definition.sdSummary = true;
+  struct Case {
+    int32_t names, inTree;
+    int64_t counted;
+  };
+  for (const Case& c : {Case{1, 1, 1}, Case{2, 2, 1}, Case{3, 3, 2}, Case{4, 4, 3}, Case{2, 1, 0}}) {
+    accumulator.buildAccum(definition, walk.filesystem);
+    const auto results = accumulator.takeResults();
+    FileAttributes entry = WalkStandIn::file("f", 8);
+    entry.faLinkCount = c.names;
+    entry.faInodeNumber = -5;  // inode numbers are 64 bits of any value
+    for (int32_t i = 0; i < c.inTree; ++i) act(entry);
+    EXPECT_EQ(results->srSummary->sumFileCount, c.counted)
+        << c.names << " names, " << c.inTree << " in the tree";
+    EXPECT_EQ(results->srSummary->sumTotalSize, 8 * c.counted);
+  }
+}
+
+TEST_F(CuStatAccumTest, FinishesWhenTheDirectoryEnteredFirstIsLeft) {
+  definition.sdID = 5;
+  definition.sdLargestFiles = 3;
+  definition.sdLargestDirectories = 3;
+  definition.sdLargestFileTypes = 3;
+  accumulator.buildAccum(definition, walk.filesystem);
+  const auto results = accumulator.takeResults();
+  act(WalkStandIn::directory("/m/"));
+  enter(WalkStandIn::directory("/m/"));
+  act(WalkStandIn::directory("/m/d"));
+  enter(WalkStandIn::directory("/m/d"));
+  act(WalkStandIn::file("/m/d/x.txt", 2));
+  accumulator.directoryLeft();
+  EXPECT_THAT(results->srLargestFiles, IsEmpty());
+
+  accumulator.directoryLeft();
+
+  EXPECT_EQ(results->srID, 5);
+  EXPECT_THAT(results->srLargestFiles, SizeIs(1));
+  EXPECT_THAT(results->srLargestDirectories, SizeIs(2));
+  EXPECT_THAT(results->srFileTypes, SizeIs(1));
+}
+
+TEST_F(CuStatAccumTest, BuildsNothingForCountsBelowOneAndForWindowsAlone) {
+  definition.sdID = 5;
+  definition.sdLargestDirectories = -1;
+  definition.sdLargestFiles = -32768;
+  definition.sdLargestFileTypes = 10;
+  definition.sdWinOnlyFileType = true;
+  definition.sdGroupByCreation = true;
+  accumulator.buildAccum(definition, walk.filesystem);
+  const auto results = accumulator.takeResults();
+  enter(WalkStandIn::directory("/m/"));
+  act(WalkStandIn::file("/m/x.txt", 2));
+  accumulator.directoryLeft();
+
+  EXPECT_EQ(results->srID, 5);
+  EXPECT_THAT(results->srLargestDirectories, IsEmpty());
+  EXPECT_THAT(results->srLargestFiles, IsEmpty());
+  EXPECT_THAT(results->srFileTypes, IsEmpty());
+  EXPECT_EQ(results->srSummary, nullptr);
+  EXPECT_EQ(results->srCreated, nullptr);
+  EXPECT_FALSE(definition.sdGroupByCreation);  // the result shows "N"
+}
+
+TEST_F(CuStatAccumTest, StampsTheFileSystemWithTheScanningComputer) {
+  definition.sdSummary = true;
+  walk.filesystem.fsCapacity = 100;
+  walk.filesystem.fsUsedSpace = 70;
+  walk.filesystem.fsFreeSpace = 30;
+  accumulator.buildAccum(definition, walk.filesystem);
+  EXPECT_EQ(walk.filesystem.fsScanningCompID, -1);
+
+  ComputerID::cachedCID = std::make_unique<ComputerID>(17);
+  accumulator.buildAccum(definition, walk.filesystem);
+  ComputerID::cachedCID.reset();
+
+  EXPECT_EQ(walk.filesystem.fsScanningCompID, 17);
+  const auto results = accumulator.takeResults();
+  EXPECT_EQ(results->srSummary->sumFilesystemID, 11);
+  EXPECT_EQ(results->srSummary->sumCapacity, 100);
+  EXPECT_EQ(results->srSummary->sumUsedSpace, 70);
+  EXPECT_EQ(results->srSummary->sumFreeSpace, 30);
+}
+
+}  // namespace
+}  // namespace agent::test

@@ -1,0 +1,122 @@
+#include "Scan/statistics/CuStatDef.h"
+
+#include <gmock/gmock.h>
+
+#include <string>
+#include <string_view>
+
+#include "Common/GenericPrint.h"
+#include "Common/VoxObjectCreationException.h"
+#include "Probe/Filesystem.h"
+#include "Scan/results/SMonDir.h"
+#include "common/TemporaryDirectory.h"
+
+namespace agent::test {
+namespace {
+
+std::string printed(const CuStatDef& definition, int32_t filter = 0) {
+  const TemporaryDirectory directory;
+  GenericPrint print(GenericPrint::VOX_FORMAT, directory / "out");
+  definition.printData(print, filter);
+  print.closeFile();
+  return content(directory / "out");
+}
+
+TEST(CuStatDef, ReadsColumnsInAnyOrderAndDropsWhatItDoesNotKnow) {
+  CuStatDef definition;
+  definition.inititializeObject(
+      {"sdName", "sdHSMScoring", "sdID", "sdNoSuchColumn", "sdLargestFiles", "sdSummary", "sdGroupByOwner",
+       "sdSizeDistribution", "sdHasBackupAction", "sdDailyRetention"},
+      {{"name", "Y", "7", "x", "65537", "true", "y", "X", "Y", "-1"}});
+  EXPECT_EQ(definition.sdID, 7);
+  EXPECT_EQ(definition.sdAlertID, -1);  // absent
+  EXPECT_EQ(definition.sdName, "name");
+  EXPECT_EQ(definition.sdLargestFiles, 1);  // cut to sixteen bits
+  EXPECT_TRUE(definition.sdSummary);
+  EXPECT_TRUE(definition.sdGroupByOwner);
+  EXPECT_FALSE(definition.sdSizeDistribution);  // any other text leaves the flag
+  EXPECT_FALSE(definition.sdHasBackupAction);
+  EXPECT_EQ(definition.sdDailyRetention, -1);
+}
+
+TEST(CuStatDef, EachRowOverwritesTheLast) {
+  CuStatDef definition;
+  definition.inititializeObject({"sdID", "sdSummary", "sdWhereClause"}, {{"1", "Y", "1,2"}, {"2", "X", "3"}});
+  EXPECT_EQ(definition.sdID, 2);
+  EXPECT_TRUE(definition.sdSummary);
+  EXPECT_EQ(definition.sdWhereClause, "\3");  // started anew
+  CuStatDef untouched;
+  untouched.inititializeObject({"sdID"}, {});
+  EXPECT_EQ(untouched.sdID, 0);
+}
+
+TEST(CuStatDef, RefusesARowOfTheWrongLength) {
+  for (const Rows& rows : {Rows{{"1"}}, Rows{{"1", "n"}, {"2", "n", "more"}}, Rows{{}}}) {
+    try {
+      CuStatDef().inititializeObject({"sdID", "sdName"}, rows);
+      FAIL() << "no exception";
+    } catch (const VoxObjectCreationException& exception) {
+      EXPECT_EQ(exception.getCode(), 325);
+    }
+  }
+}
+
+TEST(CuStatDef, DecodesTheWhereClauseFromSignedDecimals) {
+  using namespace std::string_view_literals;
+  struct Case {
+    const char* cell;
+    std::string_view bytes;
+  };
+  const Case cases[] = {{"-1,0,127", "\xff\0\x7f"sv},
+                        {"255, 0  127", "\xff\0\x7f"sv},  // the same bytes
+                        {"null", ""},
+                        {"", ""},
+                        {",,38,", "&"},
+                        {"38x,abc", "&\0"sv},
+                        {"65574", "&"}};  // sixteen bits
+  for (const Case& c : cases) {
+    CuStatDef definition;
+    definition.inititializeObject({"sdWhereClause"}, {{c.cell}});
+    EXPECT_EQ(definition.sdWhereClause, c.bytes) << c.cell;
+  }
+}
+
+TEST(CuStatDef, PrintsItsRowWithNullsAndFlags) {
+  CuStatDef definition;
+  definition.sdID = 5;
+  definition.sdCreator = "Someone";
+  definition.sdLargestFiles = 10;
+  definition.sdSummary = true;
+  EXPECT_EQ(
+      printed(definition),
+      "[CuStatDef]\n"
+      "\"5\",\"-1\",\"Someone\",\"null\",\"null\",\"0\",\"0\",\"0\",\"10\",\"0\",\"0\",\"0\",\"0\",\"Y\","
+      "\"N\",\"N\",\"N\",\"N\",\"N\",\"N\",\"N\",\"N\",\"0\",\"0\",\"0\",\"0\",\"N\",\"null\"\n"
+      "[/CuStatDef]\n");
+}
+
+TEST(CuStatDef, FiltersItsResultsByFileSystem) {
+  Filesystem one, two;
+  one.fsID = 1;
+  two.fsID = 2;
+  SMonDir below(two);
+  below.smFilesystemID = 2;
+  CuStatDef definition;
+  definition.sdResults.push_back(std::make_unique<ResultsByFS>(&one));
+  definition.sdResults.push_back(std::make_unique<ResultsByFS>(&below));
+  definition.sdResults.push_back(std::make_unique<ResultsByFS>(static_cast<AnalysisSource*>(nullptr)));
+  const auto nodes = [&](int32_t filter) {
+    const std::string text = printed(definition, filter);
+    int count = 0;
+    for (size_t at = 0; (at = text.find("[ResultsByFS]", at)) != std::string::npos; ++at) ++count;
+    return count;
+  };
+  EXPECT_EQ(nodes(0), 3);
+  EXPECT_EQ(nodes(-4), 3);
+  EXPECT_EQ(nodes(1), 2);  // its own and the one without a source
+  EXPECT_EQ(nodes(2), 2);
+  EXPECT_EQ(nodes(9), 1);
+}
+
+}  // namespace
+}  // namespace agent::test

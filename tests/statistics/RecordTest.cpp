@@ -1,0 +1,80 @@
+#include <gmock/gmock.h>
+
+#include <string>
+
+#include "Common/GenericPrint.h"
+#include "Common/VoxObjectCreationException.h"
+#include "Scan/results/SFile.h"
+#include "Scan/results/SMonDir.h"
+#include "Scan/results/SSizeDist.h"
+#include "Scan/statistics/BackupAction.h"
+#include "Scan/statistics/FileScoreRule.h"
+#include "Scan/statistics/MonDirSpec.h"
+#include "common/TemporaryDirectory.h"
+#include "statistics/WalkStandIn.h"
+
+namespace agent::test {
+namespace {
+
+template <typename Record>
+std::string printed(const Record& record) {
+  const TemporaryDirectory directory;
+  GenericPrint print(GenericPrint::VOX_FORMAT, directory / "out");
+  record.printData(print);
+  print.closeFile();
+  return content(directory / "out");
+}
+
+// No scan makes these records; a server that sends or expects one finds the format kept.
+TEST(ReservedRecords, PrintAsTheFormatReservesThem) {
+  BackupAction action;
+  action.baID = 3;
+  action.baDeleteFile = true;
+  action.baOptions = "fast";
+  action.baFile = {"/a"};
+  EXPECT_EQ(printed(action),
+            "[BackupAction]\n\"3\",\"0\",\"Y\",\"fast\",\"baFile not serialized!\",\"baFilesystem not "
+            "serialized!\",\"0\"\n[/BackupAction]\n");
+
+  EXPECT_EQ(printed(FileScoreRule()), "[FileScoreRule]\n\"0\",\"0\",\"null\",\"0\"\n[/FileScoreRule]\n");
+
+  SFileCandidate candidate(WalkStandIn::file("/m/f", 4));
+  candidate.sfHSMScore = 1.5F;
+  EXPECT_EQ(printed(candidate),
+            "[SFileCandidate]\n\"1\",\"/m/f\",\"0\",\"0\",\"0\",\"4\",\"0\",\"0\",\"1\",\"0\",\"0\",\"0\","
+            "\"0\",\"1.500000\"\n[/SFileCandidate]\n");
+}
+
+TEST(SSizeDist, ReadsTheFirstNumberOfAHistogramOnly) {
+  SSizeDist distribution;
+  distribution.szdSizes[3] = 9;
+  distribution.inititializeObject({"szdCounts", "szdFilesystemID", "szdSizes"}, {{"4,5", "2", "7,8,9"}});
+  EXPECT_EQ(printed(distribution),
+            "[SSizeDist]\n\"2\",\"0\",\"7,0,0,0,0,0,0,0\",\"4,0,0,0,0,0,0,0\"\n[/SSizeDist]\n");
+}
+
+TEST(MonDirSpec, ReadsItsColumnsAndRefusesARowOfTheWrongLength) {
+  MonDirSpec spec;
+  spec.inititializeObject({"mdsPath", "mdsID", "mdsMaskedPath", "mdsComputerID", "mdsGroupID"},
+                          {{"/m/*", "4", "y", "17", "2"}, {"/m/d", "5", "true", "17", "2"}});
+  EXPECT_EQ(printed(spec), "[MonDirSpec]\n\"5\",\"2\",\"17\",\"/m/d\",\"Y\"\n[/MonDirSpec]\n");
+  EXPECT_THROW(spec.inititializeObject({"mdsPath"}, {{"/m", "1"}}), VoxObjectCreationException);
+}
+
+TEST(SMonDir, PrintsItsSpecsAsRowsOfOneNode) {
+  Filesystem filesystem;
+  MonDirSpec first, second;
+  first.setMdsPath("/m/d");
+  second.setMdsPath("/m/*");
+  second.setMdsMaskedPath(true);
+  SMonDir directory(filesystem);
+  directory.enterWith(WalkStandIn::directory("/m/d", 8), 11);
+  directory.smDirSpecs = {&first, &second};
+  EXPECT_EQ(printed(directory),
+            "[SMonDir]\n\"3\",\"/m/d\",\"0\",\"0\",\"0\",\"8\",\"0\",\"0\",\"1\",\"0\",\"11\",\"0\",\"Y\","
+            "\"0\",\"0\"\n[MonDirSpec]\n\"0\",\"0\",\"0\",\"/m/d\",\"N\"\n\"0\",\"0\",\"0\",\"/m/*\",\"Y\"\n"
+            "[/MonDirSpec]\n[/SMonDir]\n");
+}
+
+}  // namespace
+}  // namespace agent::test
