@@ -1,0 +1,160 @@
+#include "JsonReport.h"
+
+#include <array>
+#include <cstdlib>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <string_view>
+
+#include "Common/ScanVOXTags.h"
+#include "Probe/Filesystem.h"
+
+namespace agent::tools {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr std::array<std::string_view, 13> TEXT_COLUMNS = {
+    "sdCreator",         "sdName",           "sdDescription", "sdWhereClause", "fsMountPoint",
+    "hostNasMountPoint", "fsExportName",     "faName",        "ugName",        "ugDescription",
+    "mdsPath",           "ftpFileExtension", "ftpDescription"};
+constexpr std::array<std::string_view, 9> ARRAY_COLUMNS = {"szdSizes", "szdCounts", "tdSizes",
+                                                           "tdCounts", "sugSizes",  "sugCounts",
+                                                           "dirSizes", "dirCounts", "ugNameBytes"};
+
+template <size_t N>
+bool contains(const std::array<std::string_view, N>& names, std::string_view name) {
+  for (const std::string_view candidate : names) {
+    if (candidate == name) return true;
+  }
+  return false;
+}
+
+/// What the records of a place have in common.
+struct Context {
+  Json filesystem;
+  Json statistic;
+  Json directory;
+};
+
+bool isUtf8(const std::string& text) {
+  try {
+    (void)Json(text).dump();
+    return true;
+  } catch (const Json::type_error&) {
+    return false;
+  }
+}
+
+std::string hexadecimal(const std::string& bytes) {
+  static constexpr char DIGITS[] = "0123456789abcdef";
+  std::string text;
+  for (const char byte : bytes) {
+    const auto value = static_cast<unsigned char>(byte);
+    text += DIGITS[value >> 4];
+    text += DIGITS[value & 0xF];
+  }
+  return text;
+}
+
+Json array(const std::string& cell) {
+  Json values = Json::array();
+  for (std::string_view rest = cell; !rest.empty();) {
+    values.push_back(toInt64(rest));
+    const size_t comma = rest.find(',');
+    rest.remove_prefix(comma == std::string_view::npos ? rest.size() : comma + 1);
+  }
+  return values;
+}
+
+void addField(Json& fields, const std::string& column, const std::string& cell) {
+  if (cell == ScanVOXTags::VOX_NULL) {
+    fields[column] = nullptr;
+  } else if (contains(TEXT_COLUMNS, column)) {
+    fields[column] = cell;
+    if (!isUtf8(cell)) fields[column + "Bytes"] = hexadecimal(cell);
+  } else if (contains(ARRAY_COLUMNS, column)) {
+    fields[column] = array(cell);
+  } else if (cell == ScanVOXTags::VOX_TRUE || cell == ScanVOXTags::VOX_FALSE) {
+    fields[column] = cell == ScanVOXTags::VOX_TRUE;
+  } else if (cell.find('.') != std::string::npos) {
+    fields[column] = std::strtod(cell.c_str(), nullptr);
+  } else {
+    fields[column] = toInt64(cell);
+  }
+}
+
+Json fieldsOf(const ResultNode& node, const Row& row) {
+  Json fields = Json::object();
+  for (size_t index = 0; index < node.columns.size() && index < row.size(); ++index) {
+    addField(fields, node.columns[index], row[index]);
+  }
+  return fields;
+}
+
+/// Owners, groups and file types belong to the record around them, not on a line of their own.
+bool isPartOfRecord(const std::string& tag) {
+  return tag == ScanVOXTags::UG_USER || tag == ScanVOXTags::UG_GROUP || tag == ScanVOXTags::UG_USER_GROUP ||
+         tag == ScanVOXTags::FTP || tag == ScanVOXTags::MDS;
+}
+
+void printRecord(std::ostream& out, const ResultNode& node, const Context& context) {
+  if (!node.rows.empty()) {
+    Json line;
+    line["class"] = node.tag;
+    if (!context.filesystem.is_null()) line["filesystem"] = context.filesystem;
+    if (!context.statistic.is_null()) line["statistic"] = context.statistic;
+    if (!context.directory.is_null()) line["directory"] = context.directory;
+    line["fields"] = fieldsOf(node, node.rows[0]);
+    for (const ResultNode& part : node.children) {
+      if (!isPartOfRecord(part.tag)) continue;
+      if (part.tag == ScanVOXTags::MDS) {
+        Json specs = Json::array();
+        for (const Row& row : part.rows) specs.push_back(fieldsOf(part, row));
+        line[part.tag] = specs;
+      } else if (!part.rows.empty()) {
+        line[part.tag] = fieldsOf(part, part.rows[0]);
+      }
+    }
+    out << line.dump(-1, ' ', false, Json::error_handler_t::replace) << '\n';
+  }
+  for (const ResultNode& child : node.children) {
+    if (!isPartOfRecord(child.tag)) printRecord(out, child, context);
+  }
+}
+
+Json nameOf(const ResultNode& node, const char* id, const char* name) {
+  return {{"id", node.number(id)}, {"name", node.text(name)}};
+}
+
+}  // namespace
+
+void printJson(std::ostream& out, const std::vector<ResultNode>& nodes) {
+  Context context;
+  for (const ResultNode& node : nodes) {
+    if (node.tag == ScanVOXTags::FILESYSTEM) {
+      context = {};
+      context.filesystem = {{"id", node.number(Filesystem::FILESYSTEM_ID)},
+                            {"mountPoint", node.text(Filesystem::FILESYSTEM_MNTPT)}};
+    }
+    if (node.tag != ScanVOXTags::SD) {
+      printRecord(out, node, context);
+      continue;
+    }
+    Context ofStatistic = context;
+    ofStatistic.statistic = nameOf(node, ScanVOXTags::SD_ID, ScanVOXTags::SD_NAME);
+    ResultNode definitionAlone = node;
+    definitionAlone.children.clear();
+    printRecord(out, definitionAlone, ofStatistic);
+    for (const ResultNode* byFS : node.childrenOf(ScanVOXTags::RESULTS_BY_FS)) {
+      const ResultNode* directory = byFS->child(ScanVOXTags::SM);
+      ofStatistic.directory =
+          directory != nullptr ? Json(directory->text(ScanVOXTags::FA_NAME)) : Json(nullptr);
+      // The source closes the node; it has stood on a line of its own already.
+      if (const ResultNode* results = byFS->child(ScanVOXTags::SR)) printRecord(out, *results, ofStatistic);
+    }
+  }
+}
+
+}  // namespace agent::tools

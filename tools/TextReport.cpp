@@ -1,0 +1,263 @@
+#include "TextReport.h"
+
+#include <algorithm>
+#include <string>
+
+#include "Common/ScanVOXTags.h"
+#include "Probe/Filesystem.h"
+#include "Scan/results/SFile.h"
+#include "Scan/results/STimeDist.h"
+#include "TextLayout.h"
+
+namespace agent::tools {
+
+namespace {
+
+constexpr size_t WIDTH = 80;
+constexpr size_t LABEL = 22;
+constexpr size_t BAR = 24;
+constexpr size_t SIZE = 10;
+constexpr size_t COUNT = 13;
+
+constexpr const char* BOLD = "\033[1m";
+constexpr const char* BLUE = "\033[34m";
+constexpr const char* PLAIN = "\033[0m";
+
+constexpr const char* SIZE_LABELS[] = {"up to 1 KiB",        "1 KiB to 10 KiB",  "10 KiB to 100 KiB",
+                                       "100 KiB to 1 MiB",   "1 MiB to 10 MiB",  "10 MiB to 100 MiB",
+                                       "100 MiB to 500 MiB", "more than 500 MiB"};
+constexpr const char* AGE_LABELS[] = {
+    "up to 1 day",    "1 to 7 days",     "7 to 30 days",       "30 to 60 days",    "60 to 90 days",
+    "90 to 180 days", "180 to 270 days", "270 days to 1 year", "more than a year", "in the future"};
+
+std::string kindOf(int64_t fsType) {
+  const auto index = static_cast<size_t>(fsType + 1);
+  return index < Filesystem::TYPES.size() ? Filesystem::TYPES[index] : "type " + std::to_string(fsType);
+}
+
+std::string displayName(const ResultNode& definition) {
+  const std::string creator = definition.text(ScanVOXTags::SD_CREATOR);
+  const std::string name = definition.text(ScanVOXTags::SD_NAME);
+  if (creator.empty() && name.empty()) return "statistic " + definition.text(ScanVOXTags::SD_ID);
+  return safeText(creator.empty() ? name : creator + "." + name);
+}
+
+int64_t sum(const std::vector<int64_t>& numbers) {
+  uint64_t total = 0;
+  for (const int64_t number : numbers) total += static_cast<uint64_t>(number);
+  return static_cast<int64_t>(total);
+}
+
+}  // namespace
+
+void TextReport::title(const std::string& text) {
+  if (color_) out_ << BOLD << BLUE;
+  out_ << text;
+  if (color_) out_ << PLAIN;
+  out_ << '\n';
+}
+
+void TextReport::section(const std::string& text) {
+  out_ << '\n';
+  if (color_) out_ << BOLD;
+  out_ << text;
+  if (color_) out_ << PLAIN;
+  out_ << '\n';
+}
+
+void TextReport::more(size_t total) {
+  if (total > rows_) out_ << "  .. and " << grouped(static_cast<int64_t>(total - rows_)) << " more\n";
+}
+
+void TextReport::print(const std::vector<ResultNode>& nodes) {
+  bool first = true;
+  for (const ResultNode& node : nodes) {
+    if (node.tag == ScanVOXTags::FILESYSTEM) {
+      if (!first) out_ << '\n';
+      first = false;
+      filesystem(node);
+    } else if (node.tag == ScanVOXTags::SD) {
+      statistic(node);
+    } else if (node.tag == ScanVOXTags::SM) {
+      out_ << "  monitored     " << fit(safeText(node.text(ScanVOXTags::FA_NAME)), WIDTH - 16) << '\n';
+    }
+  }
+  if (nodes.empty()) out_ << "The result is empty: no file system was scanned.\n";
+}
+
+void TextReport::filesystem(const ResultNode& node) {
+  scanTime_ = node.number("fsScanTime");
+  const int64_t capacity = node.number(Filesystem::FILESYSTEM_CAPACITY);
+  const int64_t used = node.number(Filesystem::FILESYSTEM_USEDSPACE);
+  const int64_t inodes = node.number(Filesystem::FILESYSTEM_MAXFILES);
+  const int64_t usedInodes = node.number(Filesystem::FILESYSTEM_USEDINODES);
+  title(fit(safeText(node.text(Filesystem::FILESYSTEM_MNTPT)), WIDTH));
+  out_ << "  " << kindOf(node.number(Filesystem::FILESYSTEM_TYPE)) << ", id "
+       << node.number(Filesystem::FILESYSTEM_ID)
+       << (node.flag(Filesystem::FILESYSTEM_SCANNED) ? ", scanned " : ", NOT scanned, ")
+       << humanTime(scanTime_) << '\n';
+  out_ << "  space         " << padLeft(humanBlocks(capacity), SIZE) << " capacity  "
+       << padLeft(humanBlocks(used), SIZE) << " used  "
+       << padLeft(humanBlocks(node.number(Filesystem::FILESYSTEM_FREESPACE)), SIZE) << " free\n";
+  out_ << "  in use        [" << bar(used, capacity, 50) << "] " << percent(used, capacity) << '\n';
+  if (inodes > 0) {
+    out_ << "  inodes        [" << bar(usedInodes, inodes, 50) << "] " << percent(usedInodes, inodes)
+         << " of " << grouped(inodes) << '\n';
+  }
+}
+
+void TextReport::statistic(const ResultNode& definition) {
+  for (const ResultNode* byFS : definition.childrenOf(ScanVOXTags::RESULTS_BY_FS)) {
+    const ResultNode* found = byFS->child(ScanVOXTags::SR);
+    if (found == nullptr) continue;
+    const ResultNode* directory = byFS->child(ScanVOXTags::SM);
+    std::string heading = displayName(definition);
+    if (directory != nullptr) heading += "  in " + safeText(directory->text(ScanVOXTags::FA_NAME));
+    out_ << '\n';
+    title("-- " + fit(heading, WIDTH - 3));
+    results(*found);
+  }
+}
+
+void TextReport::results(const ResultNode& node) {
+  if (const ResultNode* found = node.child(ScanVOXTags::SUM)) summary(*found);
+  owners(node);
+  if (const ResultNode* found = node.child(ScanVOXTags::SZD)) sizes(*found);
+  for (const ResultNode* times : node.childrenOf(ScanVOXTags::TD)) ages(*times);
+  directories(node.childrenOf(ScanVOXTags::DIR));
+
+  struct List {
+    int16_t type;
+    const char* title;
+    bool byAge;
+  };
+  constexpr List LISTS[] = {{SFile::LARGEST, "Largest files", false},
+                            {SFile::LEAST_ACCESSED, "Files least recently used", true},
+                            {SFile::OLDEST_NOT_BACKED_UP, "Oldest files that want a backup", true},
+                            {SFile::LARGEST_ORPHAN, "Largest files whose owner is gone", false},
+                            {SFile::OLDEST_ORPHAN, "Least recently used files whose owner is gone", true}};
+  for (const List& list : LISTS) {
+    std::vector<const ResultNode*> ofList;
+    for (const ResultNode* file : node.childrenOf(ScanVOXTags::SFILE)) {
+      if (file->number(ScanVOXTags::SFILE_STAT_TYPE) == list.type) ofList.push_back(file);
+    }
+    files(list.title, ofList, list.byAge);
+  }
+  fileTypes(node.childrenOf(ScanVOXTags::FTP_SUMM));
+}
+
+void TextReport::summary(const ResultNode& node) {
+  out_ << "  counted       " << grouped(node.number(ScanVOXTags::SUM_FILE_CNT)) << " files, "
+       << grouped(node.number(ScanVOXTags::SUM_DIR_CNT)) << " directories, "
+       << humanBlocks(node.number(ScanVOXTags::SUM_TOTAL_SIZE)) << " allocated\n";
+}
+
+void TextReport::owners(const ResultNode& results) {
+  // Owners and groups stand in one row; the identity's type tells them apart.
+  std::vector<const ResultNode*> users, groups;
+  for (const ResultNode* node : results.childrenOf(ScanVOXTags::SUG)) {
+    const ResultNode* identity = node->child(ScanVOXTags::UG_USER_GROUP);
+    if (identity != nullptr && identity->number(ScanVOXTags::UG_TYPE) == 2) {
+      groups.push_back(node);
+    } else {
+      users.push_back(node);
+    }
+  }
+  totals("Owners", users);
+  totals("Groups", groups);
+}
+
+void TextReport::totals(const char* heading, const std::vector<const ResultNode*>& nodes) {
+  if (nodes.empty()) return;
+  std::vector<std::pair<int64_t, const ResultNode*>> bySize;
+  for (const ResultNode* node : nodes) bySize.emplace_back(node->number(ScanVOXTags::SUG_TOTAL_SIZE), node);
+  std::stable_sort(bySize.begin(), bySize.end(),
+                   [](const auto& a, const auto& b) { return a.first > b.first; });
+  section(std::string(heading) + " with the most space");
+  for (size_t i = 0; i < bySize.size() && i < rows_; ++i) {
+    const ResultNode* identity = bySize[i].second->child(ScanVOXTags::UG_USER_GROUP);
+    std::string name = identity != nullptr ? safeText(identity->text(ScanVOXTags::UG_NAME)) : "?";
+    if (identity != nullptr && identity->flag(ScanVOXTags::UG_REMOVED)) name += " (gone)";
+    out_ << "  " << padRight(fit(name, LABEL), LABEL) << padLeft(humanBlocks(bySize[i].first), SIZE)
+         << padLeft(grouped(bySize[i].second->number(ScanVOXTags::SUG_FILE_CNT)), COUNT) << " files  "
+         << bar(bySize[i].first, bySize.front().first, BAR) << '\n';
+  }
+  more(bySize.size());
+}
+
+void TextReport::histogram(const char* const* labels, const std::vector<int64_t>& bySize,
+                           const std::vector<int64_t>& counts) {
+  const int64_t largest = bySize.empty() ? 0 : *std::max_element(bySize.begin(), bySize.end());
+  for (size_t i = 0; i < bySize.size() && i < counts.size(); ++i) {
+    out_ << "  " << padRight(labels[i], LABEL) << padLeft(humanBlocks(bySize[i]), SIZE)
+         << padLeft(grouped(counts[i]), COUNT) << "        " << bar(bySize[i], largest, BAR) << '\n';
+  }
+}
+
+void TextReport::sizes(const ResultNode& node) {
+  section("By size");
+  std::vector<int64_t> bySize = node.numbers(ScanVOXTags::SZD_SIZES);
+  bySize.resize(std::size(SIZE_LABELS));
+  histogram(SIZE_LABELS, bySize, node.numbers(ScanVOXTags::SZD_COUNTS));
+}
+
+void TextReport::ages(const ResultNode& node) {
+  const int64_t type = node.number(ScanVOXTags::TD_TYPE);
+  const char* what = type == STimeDist::ACCESSED   ? "last use"
+                     : type == STimeDist::MODIFIED ? "last change"
+                     : type == STimeDist::CREATED  ? "creation"
+                                                   : "last change, of what wants a backup";
+  std::vector<int64_t> bySize = node.numbers(ScanVOXTags::TD_SIZES);
+  bySize.resize(std::size(AGE_LABELS));
+  section(std::string("By time since ") + what + ", on average " +
+          humanAge(node.number(ScanVOXTags::TD_AVG_AGE)) + ", " +
+          grouped(sum(node.numbers(ScanVOXTags::TD_CNTS))) + " entries");
+  histogram(AGE_LABELS, bySize, node.numbers(ScanVOXTags::TD_CNTS));
+}
+
+void TextReport::directories(const std::vector<const ResultNode*>& nodes) {
+  if (nodes.empty()) return;
+  section("Directories with the most space directly in them");
+  for (size_t i = 0; i < nodes.size() && i < rows_; ++i) {
+    const ResultNode& node = *nodes[i];
+    out_ << padLeft(humanBlocks(node.number(ScanVOXTags::DIR_TOTAL_SIZE)), SIZE + 2)
+         << padLeft(grouped(node.number(ScanVOXTags::DIR_FILE_CNT)), COUNT) << " files  "
+         << fit(safeText(node.text(ScanVOXTags::FA_NAME)), WIDTH - SIZE - COUNT - 10) << '\n';
+  }
+  more(nodes.size());
+}
+
+void TextReport::files(const char* heading, const std::vector<const ResultNode*>& nodes, bool byAge) {
+  if (nodes.empty()) return;
+  section(heading);
+  for (size_t i = 0; i < nodes.size() && i < rows_; ++i) {
+    const ResultNode& node = *nodes[i];
+    const ResultNode* owner = node.child(ScanVOXTags::UG_USER);
+    const std::string ownerName = owner != nullptr ? safeText(owner->text(ScanVOXTags::UG_NAME)) : "?";
+    const int64_t age = (scanTime_ - node.number(ScanVOXTags::FA_ACCESSED)) / 1000;
+    out_ << padLeft(humanBlocks(node.number(ScanVOXTags::FA_BLOCKS)), SIZE + 2) << "  "
+         << (byAge ? padLeft(humanAge(age), COUNT) : padRight(fit(ownerName, COUNT), COUNT)) << "  "
+         << fit(safeText(node.text(ScanVOXTags::FA_NAME)), WIDTH - SIZE - COUNT - 6) << '\n';
+  }
+  more(nodes.size());
+}
+
+void TextReport::fileTypes(const std::vector<const ResultNode*>& nodes) {
+  if (nodes.empty()) return;
+  section("File types with the most space");
+  const int64_t largest = nodes.front()->number(ScanVOXTags::FTP_SUMM_SPACE_USED);
+  for (size_t i = 0; i < nodes.size() && i < rows_; ++i) {
+    const ResultNode& node = *nodes[i];
+    const ResultNode* type = node.child(ScanVOXTags::FTP);
+    const int64_t space = node.number(ScanVOXTags::FTP_SUMM_SPACE_USED);
+    out_ << "  "
+         << padRight(type != nullptr ? fit(safeText(type->text(ScanVOXTags::FTP_FILE_EXT)), LABEL) : "?",
+                     LABEL)
+         << padLeft(humanBlocks(space), SIZE)
+         << padLeft(grouped(node.number(ScanVOXTags::FTP_SUMM_FILE_CNT)), COUNT) << " files  "
+         << bar(space, largest, BAR) << '\n';
+  }
+  more(nodes.size());
+}
+
+}  // namespace agent::tools

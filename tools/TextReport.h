@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstddef>
+#include <ostream>
+#include <vector>
+
+#include "ResultFile.h"
+
+namespace agent::tools {
+
+/// Prints a result for a person to look at: eighty columns, one part for each file system.
+class TextReport {
+ public:
+  /// @param color use terminal colours
+  /// @param rows how many lines of each list are shown
+  TextReport(std::ostream& out, bool color, size_t rows = 10) : out_(out), color_(color), rows_(rows) {}
+
+  void print(const std::vector<ResultNode>& nodes);
+
+ private:
+  void filesystem(const ResultNode& node);
+  void statistic(const ResultNode& definition);
+  void results(const ResultNode& node);
+  void summary(const ResultNode& node);
+  void owners(const ResultNode& results);
+  void totals(const char* title, const std::vector<const ResultNode*>& totals);
+  void sizes(const ResultNode& node);
+  void ages(const ResultNode& node);
+  void histogram(const char* const* labels, const std::vector<int64_t>& sizes,
+                 const std::vector<int64_t>& counts);
+  void directories(const std::vector<const ResultNode*>& nodes);
+  void files(const char* title, const std::vector<const ResultNode*>& nodes, bool byAge);
+  void fileTypes(const std::vector<const ResultNode*>& nodes);
+  void title(const std::string& text);
+  void section(const std::string& text);
+  void more(size_t total);
+
+  std::ostream& out_;
+  bool color_;
+  size_t rows_;
+  int64_t scanTime_ = 0;  // of the file system being shown, milliseconds since the epoch
+};
+
+}  // namespace agent::tools
