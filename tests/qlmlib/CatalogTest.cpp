@@ -267,6 +267,10 @@ TEST_F(CatalogTest, ShippedCatalogsHoldEveryMessageUnderItsIdentifier) {
     EXPECT_EQ(messageText(c.number, c.identifier).substr(0, 9), std::string(c.identifier) + " ");
   for (uint32_t number = 201; number <= 267; ++number) EXPECT_NE(messageSeverity(number), 255) << number;
   EXPECT_EQ(messageText(1111, "ZNS1111M"), "");
+  EXPECT_EQ(
+      formatMessage(714, "STA0430E", {std::string("/in/a.dat"), std::string("line 3 is cut off")}),
+      "STA0430E The scan definition \"/in/a.dat\" can't be used: line 3 is cut off. The job ends without a "
+      "result.");
   EXPECT_EQ(messageText(2387, "STA0547T"), "Largest Files");
   for (uint32_t number = 2380; number <= 2396; ++number)
     EXPECT_NE(messageText(number, "STA0540T"), "") << number;

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <ctime>
 
+#include "QLMlib/common/nls/Catalog.h"
 #include "QLMlib/common/nls/DateTimeFormat.h"
 #include "QLMlib/common/nls/MessageCatalogs.h"
 #include "QLMlib/common/ut/LogFile.h"
@@ -31,8 +32,11 @@ void writeErrorLog(const std::string& text) {
   if (errorLogFile != nullptr && errorLogFile->isOpen()) errorLogFile->write(text);
 }
 
-bool countsAsFailure(uint8_t severity) {
-  return severity >= severityWarning && severity != 255;
+bool goesToErrorLog(const MessageDescriptor& message) {
+  if ((message.flags & logPrintErrorLog) != 0) return true;
+  if ((message.flags & logPrintBySeverity) == 0) return false;
+  const uint8_t severity = messageSeverity(message.number);
+  return severity >= severityWarning && severity != severityNotFound;
 }
 
 }  // namespace
@@ -53,11 +57,7 @@ int nlLogPrintf(const MessageDescriptor& message, std::span<char> buffer) {
   std::memcpy(buffer.data(), text.c_str(), text.size() + 1);
 
   if ((message.flags & logPrintStandardOut) != 0) printText(text);
-  if ((message.flags & logPrintErrorLog) != 0) {
-    writeErrorLog(text);
-  } else if ((message.flags & logPrintBySeverity) != 0 && countsAsFailure(messageSeverity(message.number))) {
-    writeErrorLog(text);
-  }
+  if (goesToErrorLog(message)) writeErrorLog(text);
   return static_cast<int>(text.size());
 }
 

@@ -4,163 +4,24 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
-#include <string>
 #include <utility>
-#include <vector>
 
 #include <fcntl.h>
 #include <pthread.h>
-#include <sys/statfs.h>
 #include <unistd.h>
 
 #include "QLMlib/common/thrd/Mutex.h"
 #include "QLMlib/common/thrd/Thread.h"
 #include "QLMlib/common/unx/FileSystemCalls.h"
+#include "QLMlib/common/unx/StatRequest.h"
 #include "QLMlib/common/unx/Tap.h"
 #include "QLMlib/common/ut/Trace.h"
 
 namespace agent {
 namespace {
 
-// The operations that the thread knows: those of zemNFSsyscalls and three on directories.
-constexpr int opOpenDirectory = 4;
-constexpr int opReadDirectory = 5;
-constexpr int opStatAt = 6;
-
-// The calls need little; a thousand hanging threads are not to reserve gigabytes. Sanitizers need more.
-constexpr std::size_t threadStackSize = 512 * 1024;
-
-const char* operationName(int flag) {
-  switch (flag) {
-    case nfsStatfs:
-      return "statfs";
-    case nfsStatvfs:
-      return "statvfs";
-    case nfsStat:
-      return "stat";
-    case nfsLstat:
-      return "lstat";
-    case opOpenDirectory:
-      return "openat";
-    case opReadDirectory:
-      return "getdents64";
-    case opStatAt:
-      return "fstatat";
-    default:
-      return "unknown";
-  }
-}
-
-/// One request and its answer. It belongs to the thread that does it: nothing in it points to the caller.
-struct StatRequest {
-  int32_t flag = 0;
-  int32_t arg = 0;
-  int32_t errCode = 0;
-  int32_t rc = 0;
-  std::string path;
-  SharedDirectory directory;
-  struct statfs fileSystemStatus {};
-  struct stat status {};
-  OwnedDescriptor opened;
-  std::vector<char> entries;  // as large as the caller's buffer
-  std::size_t entryBytes = 0;
-
-  int directoryDescriptor() const { return directory ? directory->get() : AT_FDCWD; }
-};
-
-// ---- Doing a request ----
-
-/// The bare arguments of one call, taken out of the request before it may be cancelled.
-struct CallArguments {
-  const FileSystemCalls* calls;
-  int descriptor;
-  const char* path;
-  void* result;
-  std::size_t size;
-  int arg;
-};
-using Call = ssize_t (*)(const CallArguments&);
-
-/// Makes the call so that the thread can be cancelled inside it, asynchronously, for the kernel knows no
-/// cancellation point there. Nothing in this function or in a Call may need unwinding, and no call that makes
-/// a descriptor comes through here: it would be lost between the kernel and the request.
-[[gnu::noinline]] ssize_t callCancellably(Call call, const CallArguments& arguments) {
-  int before;
-  pthread_setcancelstate(PTHREAD_CANCEL_ENABLE, &before);
-  const ssize_t rc = call(arguments);
-  const int error = errno;
-  pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before);
-  errno = error;
-  return rc;
-}
-
-ssize_t callStatfs(const CallArguments& a) {
-  return a.calls->statfs(a.path, static_cast<struct statfs*>(a.result));
-}
-ssize_t callStat(const CallArguments& a) {
-  return a.calls->stat(a.path, static_cast<struct stat*>(a.result));
-}
-ssize_t callLstat(const CallArguments& a) {
-  return a.calls->lstat(a.path, static_cast<struct stat*>(a.result));
-}
-ssize_t callReadDirectory(const CallArguments& a) {
-  return a.calls->getdents64(a.descriptor, a.result, a.size);
-}
-ssize_t callStatAt(const CallArguments& a) {
-  return a.calls->fstatat(a.descriptor, a.path, static_cast<struct stat*>(a.result), a.arg);
-}
-
-ssize_t openDirectory(StatRequest& request) {
-  request.opened = OwnedDescriptor(
-      fileSystemCalls().openat(request.directoryDescriptor(), request.path.c_str(), request.arg));
-  return request.opened ? 0 : -1;
-}
-
-/// Does a request and notes its result and error. `cancellably` on the thread of its own only.
-void performRequest(StatRequest& request, bool cancellably) {
-  CallArguments arguments{.calls = &fileSystemCalls(),
-                          .descriptor = request.directoryDescriptor(),
-                          .path = request.path.c_str(),
-                          .result = &request.status,
-                          .size = 0,
-                          .arg = request.arg};
-  Call call = nullptr;
-  switch (request.flag) {
-    case nfsStatfs:
-      call = callStatfs;
-      arguments.result = &request.fileSystemStatus;
-      break;
-    case nfsStat:
-      call = callStat;
-      break;
-    case nfsLstat:
-      call = callLstat;
-      break;
-    case opReadDirectory:
-      call = callReadDirectory;
-      arguments.result = request.entries.data();
-      arguments.size = request.entries.size();
-      break;
-    case opStatAt:
-      call = callStatAt;
-      break;
-    default:
-      break;
-  }
-
-  errno = 0;
-  ssize_t rc = -1;
-  if (request.flag == opOpenDirectory) {
-    rc = openDirectory(request);
-  } else if (call == nullptr) {
-    errno = EINVAL;
-  } else {
-    rc = cancellably ? callCancellably(call, arguments) : call(arguments);
-  }
-  request.errCode = rc < 0 ? errno : 0;
-  request.rc = rc < 0 ? -1 : 0;
-  request.entryBytes = request.flag == opReadDirectory && rc > 0 ? static_cast<std::size_t>(rc) : 0;
-}
+// The calls need little; a thousand hanging threads are not to reserve gigabytes.
+constexpr std::size_t threadStackSize = std::size_t{512} * 1024;
 
 // ---- The thread ----
 
@@ -211,7 +72,7 @@ void StatFsThread(void* argument) {
       return;
     }
     TRACE(TR_MAX, "StatFsThread: just got a tap for (%s)\n", request.path.c_str());
-    performRequest(request, true);
+    performRequest(request, Cancellation::duringCall);
     TRACE(TR_MAX, "StatFsThread: ready to send a tap back for (%s), rc(%d), errno(%d)\n",
           request.path.c_str(), request.rc, request.errCode);
     if (tryOnTap(exchange.answerWrite.get(), TapDirection::send, 0) != tapDone) {
@@ -458,7 +319,7 @@ int zemNFSsyscalls(const char* path, int arg, void* result, int flag, int second
   if (seconds <= 0) {
     StatRequest request;
     fill(request);
-    performRequest(request, false);
+    performRequest(request, Cancellation::disabled);
     outcome = request.rc == 0 ? takeStatus(request, result) : LimitedResult{request.rc, request.errCode};
   } else {
     outcome = callWithLimit(seconds, fill, [result](const StatRequest& r) { takeStatus(r, result); });

@@ -1,0 +1,126 @@
+#include "QLMlib/common/unx/StatRequest.h"
+
+#include <cerrno>
+
+#include <pthread.h>
+
+#include "QLMlib/common/unx/FileSystemCalls.h"
+
+namespace agent {
+namespace {
+
+/// The bare arguments of one call, taken out of the request before it may be cancelled.
+struct CallArguments {
+  const FileSystemCalls* calls;
+  int descriptor;
+  const char* path;
+  void* result;
+  std::size_t size;
+  int arg;
+};
+using Call = ssize_t (*)(const CallArguments&);
+
+/// Makes the call so that the thread can be cancelled inside it, asynchronously, for the kernel knows no
+/// cancellation point there. Nothing in this function or in a Call may need unwinding, and no call that makes
+/// a descriptor comes through here: it would be lost between the kernel and the request.
+[[gnu::noinline]] ssize_t callCancellably(Call call, const CallArguments& arguments) {
+  int before;
+  pthread_setcancelstate(PTHREAD_CANCEL_ENABLE, &before);
+  const ssize_t rc = call(arguments);
+  const int error = errno;
+  pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before);
+  errno = error;
+  return rc;
+}
+
+ssize_t callStatfs(const CallArguments& a) {
+  return a.calls->statfs(a.path, static_cast<struct statfs*>(a.result));
+}
+ssize_t callStat(const CallArguments& a) {
+  return a.calls->stat(a.path, static_cast<struct stat*>(a.result));
+}
+ssize_t callLstat(const CallArguments& a) {
+  return a.calls->lstat(a.path, static_cast<struct stat*>(a.result));
+}
+ssize_t callReadDirectory(const CallArguments& a) {
+  return a.calls->getdents64(a.descriptor, a.result, a.size);
+}
+ssize_t callStatAt(const CallArguments& a) {
+  return a.calls->fstatat(a.descriptor, a.path, static_cast<struct stat*>(a.result), a.arg);
+}
+
+ssize_t openDirectory(StatRequest& request) {
+  request.opened = OwnedDescriptor(
+      fileSystemCalls().openat(request.directoryDescriptor(), request.path.c_str(), request.arg));
+  return request.opened ? 0 : -1;
+}
+
+}  // namespace
+
+const char* operationName(int flag) {
+  switch (flag) {
+    case nfsStatfs:
+      return "statfs";
+    case nfsStatvfs:
+      return "statvfs";
+    case nfsStat:
+      return "stat";
+    case nfsLstat:
+      return "lstat";
+    case opOpenDirectory:
+      return "openat";
+    case opReadDirectory:
+      return "getdents64";
+    case opStatAt:
+      return "fstatat";
+    default:
+      return "unknown";
+  }
+}
+
+void performRequest(StatRequest& request, Cancellation cancellation) {
+  CallArguments arguments{.calls = &fileSystemCalls(),
+                          .descriptor = request.directoryDescriptor(),
+                          .path = request.path.c_str(),
+                          .result = &request.status,
+                          .size = 0,
+                          .arg = request.arg};
+  Call call = nullptr;
+  switch (request.flag) {
+    case nfsStatfs:
+      call = callStatfs;
+      arguments.result = &request.fileSystemStatus;
+      break;
+    case nfsStat:
+      call = callStat;
+      break;
+    case nfsLstat:
+      call = callLstat;
+      break;
+    case opReadDirectory:
+      call = callReadDirectory;
+      arguments.result = request.entries.data();
+      arguments.size = request.entries.size();
+      break;
+    case opStatAt:
+      call = callStatAt;
+      break;
+    default:
+      break;
+  }
+
+  errno = 0;
+  ssize_t rc = -1;
+  if (request.flag == opOpenDirectory) {
+    rc = openDirectory(request);
+  } else if (call == nullptr) {
+    errno = EINVAL;
+  } else {
+    rc = cancellation == Cancellation::duringCall ? callCancellably(call, arguments) : call(arguments);
+  }
+  request.errCode = rc < 0 ? errno : 0;
+  request.rc = rc < 0 ? -1 : 0;
+  request.entryBytes = request.flag == opReadDirectory && rc > 0 ? static_cast<std::size_t>(rc) : 0;
+}
+
+}  // namespace agent
