@@ -1,0 +1,254 @@
+#include "scandef_definition.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+#include "Common/ParserAPI.h"
+#include "Common/ScanVOXTags.h"
+#include "scandef_options.h"
+
+namespace agent::scandef {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+constexpr const char* HEADER =
+    "[Header]\n"
+    "[AgentScan]\n"
+    "asJobName,asScanningCompID\n"
+    "[Filesystem]\n"
+    "fsID,fsComputerID,fsGroupID,fsLogDiskID,fsLogicalDiskID,fsMaxFiles,fsUsedInodes,fsFreeInodes,"
+    "fsPhysicalSize,"
+    "fsCapacity,fsUsedSpace,fsFreeSpace,fsFileCount,fsDirectoryCount,fsScanTime,fsType,fsUseCount,"
+    "fsMountPoint,"
+    "hostNasMountPoint,fsDiscoveredTime,fsScanningCompID,fsExportName,fsScanned\n"
+    "[MonDirSpec]\n"
+    "mdsID,mdsGroupID,mdsComputerID,mdsPath,mdsMaskedPath\n"
+    "[CuStatDef]\n"
+    "sdID,sdAlertID,sdCreator,sdName,sdDescription,sdType,sdShare,sdLargestDirectories,sdLargestFiles,"
+    "sdLeastAccessed,sdOldestNotBackedUp,sdLargestOrphans,sdOldestOrphans,sdSummary,sdSizeDistribution,"
+    "sdGroupByOwner,sdGroupByGroup,sdGroupByAccess,sdGroupByMod,sdGroupByCreation,sdGroupByBackup,"
+    "sdWinOnlyFileType,sdLargestFileTypes,sdDailyRetention,sdWeeklyRetention,sdMonthlyRetention,"
+    "sdHasBackupAction,sdWhereClause\n"
+    "[ResultsByFS]\n"
+    "[/Header]\n";
+
+std::string filesystemRow(int id, const std::string& path, int computer) {
+  const std::string computerCell = "\"" + std::to_string(computer) + "\"";
+  return "[Filesystem]\n\"" + std::to_string(id) + "\"," + computerCell +
+         ",\"0\",\"0\",\"0\",\"0\",\"0\",\"0\",\"0\",\"0\",\"0\",\"0\",\"0\",\"0\",\"0\",\"-1\",\"0\",\"" +
+         path + "\",null,\"0\"," + computerCell + ",null,\"N\"\n[/Filesystem]\n";
+}
+
+std::string definitionOf(const std::vector<std::string>& arguments) {
+  return definitionText(parseOptions(arguments).definition);
+}
+
+TEST(ScandefDefinitionTest, AFileSystemAloneGetsItsSummary) {
+  EXPECT_EQ(definitionOf({"--filesystem", "/home"}),
+            std::string(HEADER) +
+                "[AgentScan]\n"
+                "\"scan\",\"1\"\n" +
+                filesystemRow(1, "/home", 1) +
+                "[CuStatDef]\n"
+                "\"1\",\"-1\",\"scandef\",\"File "
+                "systems\",null,\"3\",\"0\",\"0\",\"0\",\"0\",\"0\",\"0\",\"0\",\"Y\","
+                "\"N\",\"N\",\"N\",\"N\",\"N\",\"N\",\"N\",\"N\",\"0\",\"0\",\"0\",\"0\",\"N\",null\n"
+                "[/CuStatDef]\n"
+                "[/AgentScan]\n");
+}
+
+TEST(ScandefDefinitionTest, EverythingThatCanBeAskedFor) {
+  EXPECT_EQ(definitionOf({"--job=nightly",
+                          "--computer",
+                          "17",
+                          "--filesystem",
+                          "5=/srv/a\"b",
+                          "--filesystem",
+                          "/var",
+                          "--monitor",
+                          "/srv/pro*",
+                          "--monitor=3=/srv/x",
+                          "--statistic",
+                          "all, of it",
+                          "--id",
+                          "1",
+                          "--alert",
+                          "9",
+                          "--creator",
+                          "anna",
+                          "--description",
+                          "for \"me\"",
+                          "--share",
+                          "2",
+                          "--largest-directories",
+                          "1",
+                          "--largest-files",
+                          "2",
+                          "--least-accessed",
+                          "3",
+                          "--oldest-not-backed-up",
+                          "4",
+                          "--largest-orphans",
+                          "5",
+                          "--oldest-orphans",
+                          "6",
+                          "--summary",
+                          "--size-distribution",
+                          "--by-owner",
+                          "--by-group",
+                          "--by-access",
+                          "--by-modification",
+                          "--largest-file-types",
+                          "32767",
+                          "--daily-retention",
+                          "7",
+                          "--weekly-retention",
+                          "8",
+                          "--monthly-retention",
+                          "9",
+                          "--where=type != file",
+                          "--only",
+                          "/var",
+                          "--statistic",
+                          "dirs",
+                          "--directories",
+                          "--where",
+                          "everything"}),
+            std::string(HEADER) +
+                "[AgentScan]\n"
+                "\"nightly\",\"17\"\n" +
+                filesystemRow(5, "/srv/a\"\"b", 17) + filesystemRow(6, "/var", 17) +
+                "[MonDirSpec]\n"
+                "\"1\",\"1\",\"0\",\"/srv/pro*\",\"N\"\n"
+                "[/MonDirSpec]\n"
+                "[MonDirSpec]\n"
+                "\"3\",\"1\",\"0\",\"/srv/x\",\"N\"\n"
+                "[/MonDirSpec]\n"
+                "[CuStatDef]\n"
+                "\"2\",\"-1\",\"scandef\",\"File "
+                "systems\",null,\"3\",\"0\",\"0\",\"0\",\"0\",\"0\",\"0\",\"0\",\"Y\",\"N\","
+                "\"N\",\"N\",\"N\",\"N\",\"N\",\"N\",\"N\",\"0\",\"0\",\"0\",\"0\",\"N\",null\n"
+                "[/CuStatDef]\n"
+                "[CuStatDef]\n"
+                "\"1\",\"9\",\"anna\",\"all, of it\",\"for "
+                "\"\"me\"\"\",\"4\",\"2\",\"1\",\"2\",\"3\",\"4\",\"5\",\"6\","
+                "\"Y\",\"Y\",\"Y\",\"Y\",\"Y\",\"Y\",\"N\",\"N\",\"N\",\"32767\",\"7\",\"8\",\"9\",\"N\","
+                "\"33,61,84,0,0,0,1\"\n"
+                "[ResultsByFS]\n" +
+                filesystemRow(6, "/var", 17) +
+                "[/ResultsByFS]\n"
+                "[/CuStatDef]\n"
+                "[CuStatDef]\n"
+                "\"3\",\"-1\",\"scandef\",\"dirs\",null,\"0\",\"0\",\"0\",\"0\",\"0\",\"0\",\"0\",\"0\","
+                "\"N\",\"N\",\"N\","
+                "\"N\",\"N\",\"N\",\"N\",\"N\",\"N\",\"0\",\"0\",\"0\",\"0\",\"N\",null\n"
+                "[/CuStatDef]\n"
+                "[/AgentScan]\n");
+}
+
+TEST(ScandefDefinitionTest, TheJobsOwnReaderFindsEveryCellInItsColumn) {
+  const std::string path = ::testing::TempDir() + "ScandefDefinitionTest.dat";
+  std::ofstream(path) << definitionOf({"--filesystem", "7=/a,b", "--monitor", "/m", "--statistic", "x",
+                                       "--only", "/a,b", "--where", "orphan"});
+  ParserAPI parser(path);
+  auto job = parser.findNextEntity({});
+  ASSERT_TRUE(job);
+  EXPECT_THAT(parser.getEntityData(*job), ElementsAre(ElementsAre("scan", "1")));
+  std::vector<std::string> classes;
+  std::vector<ParserAPI::Entity> children = parser.getEntityChildren(*job);
+  for (ParserAPI::Entity& child : children) {
+    classes.push_back(child.name);
+    const Rows rows = parser.getEntityData(child);
+    ASSERT_EQ(rows.size(), 1U);
+    const Row& header = parser.getEntityHeader(child);
+    ASSERT_EQ(rows[0].size(), header.size()) << child.name;
+    if (child.name == "Filesystem") {
+      EXPECT_EQ(rows[0][17], "/a,b");
+    }
+  }
+  EXPECT_THAT(classes, ElementsAre("Filesystem", "MonDirSpec", "CuStatDef", "CuStatDef"));
+  const auto sources = parser.getEntityChildren(children.back());
+  ASSERT_EQ(sources.size(), 1U);
+  EXPECT_EQ(sources[0].name, "ResultsByFS");
+}
+
+TEST(ScandefDefinitionTest, WhatTheFormatCannotHoldIsRefused) {
+  for (const auto& [arguments, reason] : std::vector<std::pair<std::vector<std::string>, std::string>>{
+           {{"--filesystem", "/a\nb"}, "the format can't hold a text with a line end in it: '/a\nb'"},
+           {{"--filesystem", "1=/a", "--filesystem", "1=/b"}, "two file systems have the id 1"},
+           {{"--filesystem", "/a", "--monitor", "2=/b", "--monitor", "2=/c"},
+            "two monitored directories have the id 2"},
+           {{"--filesystem", "/a", "--statistic", "a", "--id", "4", "--statistic", "b", "--id=4"},
+            "two statistics have the id 4"},
+       }) {
+    try {
+      ADD_FAILURE() << definitionOf(arguments);
+    } catch (const std::invalid_argument& error) {
+      EXPECT_EQ(error.what(), reason);
+    }
+  }
+}
+
+TEST(ScandefOptionsTest, AnUnusableCommandLineIsRefusedWithTheReason) {
+  for (const auto& [arguments, reason] : std::vector<std::pair<std::vector<std::string>, std::string>>{
+           {{}, "nothing to scan: name a --filesystem"},
+           {{"--files", "/"}, "there is no option --files"},
+           {{"/home"}, "there is no option /home"},
+           {{"--filesystem"}, "--filesystem needs a value"},
+           {{"--filesystem="}, "--filesystem: the path is missing"},
+           {{"--filesystem", "7="}, "--filesystem: the path is missing"},
+           {{"--filesystem", "0=/"}, "--filesystem: '0' is no number from 1 to 2147483647"},
+           {{"--summary"}, "--summary belongs behind a --statistic"},
+           {{"--statistic", ""}, "--statistic: the name is missing"},
+           {{"--statistic", "x", "--summary=Y"}, "--summary takes no value"},
+           {{"--statistic", "x", "--largest-files", "32768"},
+            "--largest-files: '32768' is no number from 0 to 32767"},
+           {{"--statistic", "x", "--largest-files", "ten"},
+            "--largest-files: 'ten' is no number from 0 to 32767"},
+           {{"--statistic", "x", "--only", "/"}, "--only: no --filesystem '/' in front of it"},
+           {{"--statistic", "x", "--where", "type=\tflie"},
+            "--where: column 7: expected a type: file, link, directory, fifo, socket, device or other\n"
+            "  type= flie\n"
+            "        ^"},
+           {{"--filesystem", "/", "--statistic", "x", "--directories"},
+            "--directories: there is none to --monitor"},
+           {{"--filesystem", "/", "--monitor", "/m", "--statistic", "x", "--directories", "--only", "/"},
+            "--directories and --only exclude each other"},
+           {{"--filesystem", "/", "--job", "a/b"}, "--job: 'a/b' can't be part of a file's name"},
+           {{"--filesystem", "/", "--server", "../x"}, "--server: '../x' can't be the name of a directory"},
+           {{"--filesystem", "/", "--install", "/opt", "-o", "x"},
+            "--install names the file itself: leave --output out"},
+       }) {
+    try {
+      parseOptions(arguments);
+      ADD_FAILURE() << reason;
+    } catch (const UsageError& error) {
+      EXPECT_EQ(error.what(), reason);
+    }
+  }
+}
+
+TEST(ScandefOptionsTest, NamesTheFileThatTheJobLooksFor) {
+  EXPECT_EQ(definitionPath("/opt/agent", "", "daily", 1, 23),
+            "/opt/agent/input/daily.0001_scan.00000023.dat");
+  EXPECT_EQ(definitionPath("/opt/agent", "srv", "daily", 12'345, 1),
+            "/opt/agent/input/srv/daily.12345_scan.00000001.dat");
+}
+
+TEST(ScandefOptionsTest, TheHelpNamesEveryOption) {
+  const std::string help = helpText();
+  EXPECT_THAT(help, StartsWith("Usage: scandef "));
+  for (const StatisticColumn& column : STATISTIC_COLUMNS) {
+    if (column.option != nullptr) {
+      EXPECT_THAT(help, HasSubstr("\n  --" + std::string(column.option)));
+    }
+  }
+}
+
+}  // namespace
+}  // namespace agent::scandef

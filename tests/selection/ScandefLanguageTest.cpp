@@ -1,0 +1,257 @@
+#include "scandef_language.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "Scan/selection/PatternMatcher.h"
+#include "SelectionTestSupport.h"
+
+namespace agent::scandef {
+namespace {
+
+struct Words {
+  std::string text;
+  std::string expression;
+};
+
+std::string time(char sign, int64_t seconds) {
+  return sign + be32(static_cast<uint32_t>(seconds));
+}
+
+TEST(ScandefLanguageTest, EverySpellingThatIsTheOnlyOneGoesThereAndBack) {
+  for (const auto& [text, expression] : std::vector<Words>{
+           {"everything", ""},
+           {"nothing", "&P" + be32(0)},
+           // Types.
+           {"type = file", "=T" + be32(1)},
+           {"type != link", "!=T" + be32(2)},
+           {"type = other", "=T" + be32(0)},
+           {"type = 77", "=T" + be32(77)},
+           {"type = (file, directory, device)", "(T" + be32(1) + "," + be32(3) + "," + be32(6) + ")"},
+           {"type != (fifo, socket)", "!(T" + be32(4) + "," + be32(5) + ")"},
+           // Paths.
+           {"name like '%/*.log'", BYTES("=F%/*.log\0")},
+           {"name not like '/tmp/%'", BYTES("!=F/tmp/%\0")},
+           {"name like ('/tmp/%', '%/core', 'x?')", BYTES("(F/tmp/%\0,%/core\0,x?\0)")},
+           {"name like 'it''s a \\x01 caf\xC3\xA9 caf\\xE9'", BYTES("=Fit's a \1 caf\xC3\xA9 caf\xE9\0")},
+           {"name like 'C:\\\\temp\\\\*'", BYTES("=FC:\\temp\\*\0")},
+           // Names.
+           {"owner like 'www-*'", BYTES("=Uwww-*\0")},
+           {"owner not like ('a,b', 'c)')", BYTES("!(Ua,b\0,c)\0)")},
+           {"owner = 'anna'", BYTES("&>=Uanna\0<=Uanna\0")},
+           {"owner != 'anna'", BYTES("!&>=Uanna\0<=Uanna\0")},
+           {"group = 'staff'", BYTES("&>=Gstaff\0<=Gstaff\0")},
+           {"group < 'b'", BYTES("<Gb\0")},
+           {"owner >= ''", BYTES(">=U\0")},
+           {"owner in ['a', 'c')", BYTES("[Ua\0c\0")},
+           // Sizes.
+           {"size >= 10M", BYTES(">=sA\2")},
+           {"size < 1023", BYTES("<s3FF\0")},
+           {"size = 0", BYTES("&>=s0\0<=s0\0")},
+           {"size in [1K, 2147483647)", BYTES("[s1\1"
+                                              "7FFFFFFF\0")},
+           {"allocated <= 4G", BYTES("<=S4\3")},
+           {"allocated > 1000", BYTES(">S3E8\0")},
+           {"allocated != 512", BYTES("!&>=S200\0<=S200\0")},
+           {"allocated >= 1023G", BYTES(">=S3FF\3")},
+           // Times.
+           {"mtime < -90d", "<M" + time('+', -90 * 86'400)},
+           {"atime >= now", ">=A" + time('+', 0)},
+           {"atime > +36h", ">A" + time('+', 36 * 3'600)},
+           {"mtime <= -5min", "<=M" + time('+', -300)},
+           {"mtime = -1s", "&>=M" + time('+', -1) + "<=M" + time('+', -1)},
+           {"mtime >= 2024-05-01", ">=M" + time('@', 1'714'521'600)},
+           {"mtime < 2024-05-01T12:30:15Z", "<M" + time('@', 1'714'566'615)},
+           {"mtime < 1901-12-13T20:45:52Z", "<M" + time('@', INT32_MIN)},
+           {"atime in [-90d, -30d)", "[A" + time('+', -90 * 86'400) + time('+', -30 * 86'400)},
+           {"atime in [-90d, 2024-05-01)", "[A" + time('+', -90 * 86'400) + time('@', 1'714'521'600)},
+           // Attributes.
+           {"orphan", "&P" + be32(0x20000)},
+           {"not setuid", "!&P" + be32(0x400000)},
+           {"attributes any setgid+setuid", "&P" + be32(0x600000)},
+           {"attributes all executable", "=P" + be32(0x80000)},
+           {"attributes all archive+orphan+blockdevice+executable+sticky+0x1", "=P" + be32(0x1E0021)},
+           {"attributes all (sticky, executable+setuid)", "(P" + be32(0x100000) + "," + be32(0x480000) + ")"},
+           // Operators.
+           {"orphan and sticky", "&&P" + be32(0x20000) + "&P" + be32(0x100000)},
+           {"orphan or sticky", "|&P" + be32(0x20000) + "&P" + be32(0x100000)},
+           {"not (orphan or sticky)", "!|&P" + be32(0x20000) + "&P" + be32(0x100000)},
+           {"type = file and (orphan or sticky)",
+            "&=T" + be32(1) + "|&P" + be32(0x20000) + "&P" + be32(0x100000)},
+           {"type = file and orphan or sticky",
+            "|&=T" + be32(1) + "&P" + be32(0x20000) + "&P" + be32(0x100000)},
+           {"orphan or everything", "|&P" + be32(0x20000) + "=P" + be32(0)},
+       }) {
+    EXPECT_EQ(compileWhere(text), expression) << text;
+    EXPECT_EQ(explainWhere(expression), text) << ::testing::PrintToString(expression);
+    EXPECT_EQ(expressionOf(byteList(expression)), expression) << text;
+  }
+}
+
+TEST(ScandefLanguageTest, OtherSpellingsMeanTheSame) {
+  for (const auto& [text, canonical] : std::vector<std::pair<std::string, std::string>>{
+           {"", "everything"},
+           {"  ", "everything"},
+           {"(((everything)))", "everything"},
+           {"not everything", "nothing"},
+           {"name like '%'", "everything"},
+           {"name not like ('/%/', 'x')", "nothing"},
+           {"TYPE=File AND NOT Orphan", "type = file and not orphan"},
+           {"type=(file)", "type = file"},
+           {"type!=1", "type != file"},
+           {"not type=file", "type != file"},
+           {"not not orphan", "not not orphan"},
+           {"size>=0x400", "size >= 1024"},
+           {"size\t<\n1k", "size < 1K"},
+           {"mtime<now-2w", "mtime < -14d"},
+           {"mtime< - 48 h", "mtime < -2d"},
+           {"mtime<-0s", "mtime < now"},
+           {"mtime>@1714521600", "mtime > 2024-05-01"},
+           {"mtime>@-1", "mtime > 1969-12-31T23:59:59Z"},
+           {"mtime>2024-05-01t12:30z", "mtime > 2024-05-01T12:30:00Z"},
+           {"attributes any orphan", "orphan"},
+           {"attributes any 0x20000+32", "attributes any archive+orphan"},
+           {"attributes all 0", "everything"},
+           {"orphan and sticky and setgid and setuid", "orphan and sticky and setgid and setuid"},
+           {"(orphan and sticky) and (setgid or setuid)", "orphan and sticky and (setgid or setuid)"},
+           // The job searches lists for these bytes: such patterns stand one by one.
+           {"name like ('a)', 'b,c', '%/d')", "name like 'a)' or name like 'b,c' or name like '%/d'"},
+           {"type=file and size>=10M and (name like '%/*.log' or owner='www-data') and mtime<-90d",
+            "type = file and size >= 10M and (name like '%/*.log' or owner = 'www-data') and mtime < -90d"},
+       }) {
+    EXPECT_EQ(explainWhere(compileWhere(text)), canonical) << text;
+    EXPECT_EQ(explainWhere(compileWhere(canonical)), canonical);
+  }
+}
+
+TEST(ScandefLanguageTest, ALongChainIsNotADeepOne) {
+  std::string text = "owner = 'user0'";
+  for (int i = 1; i < 20'000; ++i) text += " or owner = 'user" + std::to_string(i) + "'";
+  const std::string expression = compileWhere(text);
+  EXPECT_EQ(explainWhere(expression), text);
+  EXPECT_TRUE(selects(*compiled(expression), Entry("/", {}, "f").user("user19999").info()));
+}
+
+TEST(ScandefLanguageTest, ServersExpressionsAreShownEvenWhereTheLanguageHasBetterIdeas) {
+  std::string chain(5'000, '|');
+  for (int i = 0; i <= 5'000; ++i) chain += "&P" + be32(0x20000);
+  EXPECT_THAT(explainWhere(chain), ::testing::EndsWith("orphan or orphan"));
+  for (const auto& [expression, text] : std::vector<Words>{
+           {" ", "everything"},
+           {BYTES("=Gstaff\0"), "group like 'staff'"},
+           {"!<C" + time('@', 0), "not created < 1970-01-01"},
+           {BYTES("<s3\3"), "size < 3G"},
+           {BYTES("<S1\4"), "allocated < 1T"},
+           {"[M" + time('@', 60) + time('@', 60), "mtime in [+1min, 1970-01-01T00:01:00Z)"},
+           {BYTES("(F%/a\0,C:\\x\0)"), "name like '%/a'"},
+           {BYTES("(F%/a\0)"), "name like '%/a'"},
+           {BYTES("&=T\0\0\0\1=F%\0"), "type = file and everything"},
+           {BYTES("=T\0\0\0\1whatever"), "type = file"},
+       }) {
+    EXPECT_EQ(explainWhere(expression), text) << ::testing::PrintToString(expression);
+  }
+}
+
+// The platform's.
+std::string wordsAbout(const std::string& regex) {
+  std::string words;
+  EXPECT_EQ(PatternMatcher::compile(regex, words), nullptr);
+  return words;
+}
+
+struct Refused {
+  std::string text;
+  size_t position;
+  std::string reason;
+};
+
+TEST(ScandefLanguageTest, WhatCannotBeSaidIsRefusedWithItsPlaceAndTheReason) {
+  for (
+      const auto& [text, position, reason] : std::vector<Refused>{
+          {"type", 4, "expected \"=\" or \"!=\", but the text ends here"},
+          {"type = file and", 15, "expected a test, such as type = file, but the text ends here"},
+          {"type = flie", 7, "expected a type: file, link, directory, fifo, socket, device or other"},
+          {"typ = file", 0, "there is no test \"typ\""},
+          {"type = file type = link", 12, "expected \"and\", \"or\" or the end"},
+          {"(orphan", 7, "expected \")\", but the text ends here"},
+          {"type = (file link)", 13, "expected \",\" or \")\""},
+          {"name = 'x'", 5, "expected \"like\" or \"not like\""},
+          {"name like x", 10, "expected a text in single quotes"},
+          {"name like 'x", 10, "the text has no closing quote"},
+          {"name like 'a\\b'", 12, "a backslash is written \\\\, any other byte \\xHH"},
+          {"name like 'a\\x00'", 15, "names don't hold the byte 0"},
+          {"name like ('a', 'b[c')", 16, "the pattern is wrong: " + wordsAbout("^b[c$")},
+          {"owner like '/x'", 11, "an owner's name is no path: the pattern can't be one"},
+          {"owner ~ 'x'", 6, "expected a comparison, \"like\" or \"in [\""},
+          {"owner in ['a', 'b']", 18, "expected \")\": a range excludes its upper bound"},
+          {"group like 's*'", 6, "the job can't match groups with patterns: compare them with = and <"},
+          {"created < -1d", 0, "this platform keeps no time of creation: the test would never be true"},
+          {"size >= 2G", 8, "a size is compared below 2G only: test the space that is allocated"},
+          {"size >= 4294967296", 8, "the number is too large for a size"},
+          {"size < 10X", 9, "expected K, M, G or T"},
+          {"size < 10MB", 9, "expected K, M, G or T"},
+          {"size < big", 7, "expected a size, such as 10M"},
+          {"size < 0xZ", 9, "expected hexadecimal digits"},
+          {"allocated < 1T", 12, "the space that an entry takes is compared below 1T only"},
+          {"allocated = 1000", 12, "space is allocated in blocks of 512 bytes: nothing can be equal to this"},
+          {"mtime < 90", 8, "expected a date, such as 2024-05-01"},
+          {"mtime < -90", 11, "expected a unit of time: s, min, h, d or w, but the text ends here"},
+          {"mtime < -d", 9, "expected a number of days, such as 90d"},
+          {"mtime < 2024-02-30", 8, "there is no such day"},
+          {"mtime < 2024-05-01T24:00Z", 19, "there is no such time of day"},
+          {"mtime < 2024-05-01T12:00", 24, "expected \"Z\": times are in UTC, but the text ends here"},
+          {"mtime < 2040-01-01", 8, "times are compared as 32-bit numbers: this one is beyond"},
+          {"mtime < -99999999w", 8, "times are compared as 32-bit numbers: this one is beyond"},
+          {"mtime < 'x'", 8, "expected a time, such as -90d, now, 2024-05-01 or @1700000000"},
+          {"mtime in [2024-05-01, now)", 10,
+           "the lower bound of a range of times counts from now: use >= and <"},
+          {"attributes orphan", 11, "expected \"any\" or \"all\""},
+          {"attributes any (orphan, sticky)", 15,
+           "expected an attribute: orphan, archive, blockdevice, executable, sticky, setgid, setuid or a "
+           "number"},
+          {"name like 'a(Fb\\\\c)'", 0,
+           "the compact form holds \"(F\" outside of a list, which the job would take for a list and change"},
+          {std::string(600, '('), 500, "nested too deep"},
+      }) {
+    try {
+      ADD_FAILURE() << text << " gives " << ::testing::PrintToString(compileWhere(text));
+    } catch (const LanguageError& error) {
+      EXPECT_EQ(error.what(), reason) << text;
+      EXPECT_EQ(error.position(), position) << text;
+    }
+  }
+}
+
+TEST(ScandefLanguageTest, AnExpressionThatDoesNotCompileIsRefusedWithTheByteAndTheReason) {
+  for (const auto& [expression, position, reason] : std::vector<Refused>{
+           {"&", 1, "the expression ends where an operator is wanted"},
+           {"!&?", 2, "unknown operator"},
+           {BYTES("|=T\0\0\0\1=F[\0"), 9, "the pattern is wrong"},
+           {std::string(20'000, '!'), 10'001, "nested too deep"},
+       }) {
+    try {
+      ADD_FAILURE() << explainWhere(expression);
+    } catch (const LanguageError& error) {
+      EXPECT_EQ(error.what(), reason);
+      EXPECT_EQ(error.position(), position);
+    }
+  }
+}
+
+TEST(ScandefLanguageTest, ByteListsAreWhatTheJobReads) {
+  EXPECT_EQ(byteList(BYTES("=T\0\x7F\x80\xFF")), "61,84,0,127,-128,-1");
+  EXPECT_EQ(byteList(""), "null");
+  EXPECT_EQ(expressionOf("null"), "");
+  EXPECT_EQ(expressionOf(" 61, 84,,0  255 -1,128 "), BYTES("=T\0\xFF\xFF\x80"));
+  for (const auto& [cell, position] :
+       std::vector<std::pair<std::string, size_t>>{{"61,x", 3}, {"256", 0}, {"1,-129", 2}, {"1;2", 0}}) {
+    try {
+      ADD_FAILURE() << ::testing::PrintToString(expressionOf(cell));
+    } catch (const LanguageError& error) {
+      EXPECT_EQ(error.position(), position) << cell;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace agent::scandef

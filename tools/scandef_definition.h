@@ -1,0 +1,82 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace agent::scandef {
+
+/// One column of a statistic's record: how it is called in the file and on scandef's command line.
+struct StatisticColumn {
+  enum class Kind {
+    FIXED,   // nothing to choose
+    NUMBER,  // 32 bits
+    LENGTH,  // of a list, or any other 16-bit number from 0 on
+    FLAG,
+    TEXT,
+    WHERE,  // a selection
+  };
+
+  const char* tag;
+  const char* option;  ///< without its dashes; null for none
+  Kind kind;
+  const char* preset;  ///< what stands there unless chosen; empty for null
+  const char* help;
+};
+
+/// All columns, in the order of the file.
+extern const std::array<StatisticColumn, 28> STATISTIC_COLUMNS;
+
+/// One statistic. Cells are kept as the file holds them, but for quotes; an empty one stands for null.
+class Statistic {
+ public:
+  /// A statistic over all file systems of the job.
+  explicit Statistic(std::string name);
+
+  /// The cell of a column; `tag` is one of STATISTIC_COLUMNS.
+  std::string& operator[](std::string_view tag);
+  const std::string& operator[](std::string_view tag) const;
+
+  const std::array<std::string, 28>& cells() const { return cells_; }
+
+  bool ofDirectories = false;            ///< for the monitored directories instead
+  std::vector<int32_t> onlyFilesystems;  ///< ids; if not empty, the statistic is for these alone
+
+ private:
+  std::array<std::string, 28> cells_;
+};
+
+struct MountPoint {
+  int32_t id;
+  std::string path;
+};
+
+/// A directory to be monitored, or a pattern of directories.
+struct MonitoredDirectory {
+  int32_t id;
+  std::string path;
+};
+
+/// What one job is to do.
+struct Definition {
+  std::string jobName = "scan";
+  int32_t computer = 1;
+  std::vector<MountPoint> filesystems;
+  std::vector<MonitoredDirectory> directories;
+  std::vector<Statistic> statistics;
+};
+
+/// The definition file's text. A statistic for the file systems themselves, with a summary, is put in front:
+/// the job calls a file system without one a failure. Statistics without an id get the lowest free ones.
+/// @throws std::invalid_argument where an id stands twice or a text can't be held by the format
+std::string definitionText(const Definition& definition);
+
+/// Where the job looks for its definition, below its install location.
+/// @param server may be empty
+std::string definitionPath(const std::string& install, const std::string& server, const std::string& jobName,
+                           int32_t sidRunNumber, int32_t jobRunNumber);
+
+}  // namespace agent::scandef

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstddef>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace agent::scandef {
+
+// A language for people in which to say which entries a statistic counts, and its translation into the
+// compact expressions of the definition file and back.
+//
+//   selection   everything | nothing | a test | not S | S and S | S or S | (S)
+//   type        = != file link directory fifo socket device other, or a number; a list: type = (file, link)
+//   name        like, not like: a path pattern or a list of them, name like ('%/*.log', '/tmp/%')
+//   owner       = != < <= > >=, like, not like, in [ , )      owner like ('www-*', 'nobody')
+//   group       = != < <= > >=, in [ , )
+//   size        = != < <= > >=, in [ , )                      in bytes: 10M; K, M, G, T by 1024
+//   allocated   the same, by the space that an entry takes
+//   mtime       = != < <= > >=, in [ , )                      now -90d +12h @1700000000 2024-05-01T12:30:00Z
+//   atime       the same
+//   attributes  any, all: orphan archive blockdevice executable sticky setgid setuid, numbers, joined by "+";
+//               a list: attributes all (setuid+executable, sticky). The name of one alone is a test.
+//
+// "in [a, b)" includes a and excludes b. Words are read in either case. Texts stand in single quotes; inside,
+// '' is a quote, \\ a backslash and \xHH any byte.
+
+/// What can't be said, or isn't said rightly.
+class LanguageError : public std::runtime_error {
+ public:
+  /// @param position offset in bytes of where the trouble begins
+  LanguageError(size_t position, const std::string& reason)
+      : std::runtime_error(reason), position_(position) {}
+  size_t position() const { return position_; }
+
+ private:
+  size_t position_;
+};
+
+/// @return the compact expression; empty for one that selects everything. It compiles.
+/// @throws LanguageError with a position in `text`
+std::string compileWhere(std::string_view text);
+
+/// The reverse: a compact expression as text. What compileWhere gave comes back as the same selection in its
+/// one spelling. A test that the language refuses (see the reasons of compileWhere) is shown all the same.
+/// @throws LanguageError with a position in `expression` for one that doesn't compile
+std::string explainWhere(const std::string& expression);
+
+/// The cell of a definition file for an expression: signed decimal numbers joined by ","; "null" for an empty
+/// one.
+std::string byteList(const std::string& expression);
+
+/// The reverse, as the job reads such a cell, but with other characters refused.
+/// @throws LanguageError with a position in `cell`
+std::string expressionOf(std::string_view cell);
+
+}  // namespace agent::scandef

@@ -1,0 +1,280 @@
+#include "scandef_options.h"
+
+#include <algorithm>
+#include <charconv>
+#include <functional>
+#include <limits>
+#include <map>
+
+#include "Common/ScanVOXTags.h"
+#include "scandef_language.h"
+
+namespace agent::scandef {
+
+namespace {
+
+using Kind = StatisticColumn::Kind;
+
+int32_t number(const std::string& option, const std::string& value, int32_t lowest, int32_t highest) {
+  int32_t result = 0;
+  const char* const end = value.data() + value.size();
+  const auto [stop, error] = std::from_chars(value.data(), end, result);
+  if (error != std::errc() || stop != end || result < lowest || result > highest) {
+    throw UsageError(option + ": '" + value + "' is no number from " + std::to_string(lowest) + " to " +
+                     std::to_string(highest));
+  }
+  return result;
+}
+
+int32_t id(const std::string& option, const std::string& value) {
+  return number(option, value, 1, std::numeric_limits<int32_t>::max());
+}
+
+/// "7=/home" as 7 and "/home"; "/home" alone gets the next number after the highest so far.
+template <typename Record>
+Record numberedPath(const std::string& option, const std::string& value, const std::vector<Record>& before) {
+  const size_t equals = value.find('=');
+  const bool hasId = equals != std::string::npos && equals > 0 &&
+                     std::all_of(value.begin(), value.begin() + static_cast<std::ptrdiff_t>(equals),
+                                 [](char c) { return c >= '0' && c <= '9'; });
+  int32_t highest = 0;
+  for (const Record& record : before) highest = std::max(highest, record.id);
+  Record record{hasId ? id(option, value.substr(0, equals)) : highest + 1,
+                hasId ? value.substr(equals + 1) : value};
+  if (record.path.empty()) throw UsageError(option + ": the path is missing");
+  return record;
+}
+
+class Parser {
+ public:
+  Parser();
+
+  Request parse(const std::vector<std::string>& arguments);
+
+ private:
+  using Handler = std::function<void(const std::string& option, const std::string& value)>;
+
+  void parseStatisticOption(const StatisticColumn& column, const std::string& option,
+                            const std::string& value);
+  void check() const;
+  Statistic& statistic(const std::string& option);
+  int32_t filesystemAt(const std::string& option, const std::string& path) const;
+
+  Request request_;
+  std::map<std::string, Handler> withValue_;
+  std::map<std::string, Handler> alone_;
+};
+
+Parser::Parser() {
+  Definition& definition = request_.definition;
+  const auto text = [](std::string& target) {
+    return [&target](const std::string&, const std::string& value) { target = value; };
+  };
+  const auto action = [this](Request::Action wanted) {
+    return [this, wanted](const std::string&, const std::string& value) {
+      request_.action = wanted;
+      request_.subject = value;
+    };
+  };
+  alone_["--help"] = action(Request::Action::HELP);
+  withValue_["--explain"] = action(Request::Action::EXPLAIN);
+  withValue_["--compile"] = action(Request::Action::COMPILE);
+  withValue_["--output"] = text(request_.output);
+  withValue_["--install"] = text(request_.install);
+  withValue_["--server"] = text(request_.server);
+  withValue_["--job"] = text(definition.jobName);
+  withValue_["--sid"] = [this](const auto& option, const auto& value) {
+    request_.sidRunNumber = id(option, value);
+  };
+  withValue_["--run"] = [this](const auto& option, const auto& value) {
+    request_.jobRunNumber = id(option, value);
+  };
+  withValue_["--computer"] = [&definition](const auto& option, const auto& value) {
+    definition.computer = id(option, value);
+  };
+  withValue_["--filesystem"] = [&definition](const auto& option, const auto& value) {
+    definition.filesystems.push_back(numberedPath(option, value, definition.filesystems));
+  };
+  withValue_["--monitor"] = [&definition](const auto& option, const auto& value) {
+    definition.directories.push_back(numberedPath(option, value, definition.directories));
+  };
+  withValue_["--statistic"] = [&definition](const auto& option, const auto& value) {
+    if (value.empty()) throw UsageError(option + ": the name is missing");
+    definition.statistics.emplace_back(value);
+  };
+  withValue_["--only"] = [this](const auto& option, const auto& value) {
+    statistic(option).onlyFilesystems.push_back(filesystemAt(option, value));
+  };
+  alone_["--directories"] = [this](const auto& option, const auto&) {
+    statistic(option).ofDirectories = true;
+  };
+
+  for (const StatisticColumn& column : STATISTIC_COLUMNS) {
+    if (column.option == nullptr) continue;
+    auto& handlers = column.kind == Kind::FLAG ? alone_ : withValue_;
+    handlers["--" + std::string(column.option)] = [this, &column](const auto& option, const auto& value) {
+      parseStatisticOption(column, option, value);
+    };
+  }
+}
+
+// "--option value" and "--option=value".
+Request Parser::parse(const std::vector<std::string>& arguments) {
+  for (size_t place = 0; place < arguments.size(); ++place) {
+    const size_t equals = arguments[place].find('=');
+    const std::string option = arguments[place].substr(0, equals);
+    if (const auto alone = alone_.find(option); alone != alone_.end()) {
+      if (equals != std::string::npos) throw UsageError(option + " takes no value");
+      alone->second(option, {});
+      continue;
+    }
+    const auto handler = withValue_.find(option == "-o" ? "--output" : option);
+    if (handler == withValue_.end()) throw UsageError("there is no option " + option);
+    if (equals != std::string::npos) {
+      handler->second(option, arguments[place].substr(equals + 1));
+    } else if (++place < arguments.size()) {
+      handler->second(option, arguments[place]);
+    } else {
+      throw UsageError(option + " needs a value");
+    }
+  }
+  if (request_.action == Request::Action::WRITE) check();
+  return request_;
+}
+
+void Parser::parseStatisticOption(const StatisticColumn& column, const std::string& option,
+                                  const std::string& value) {
+  std::string& cell = statistic(option)[column.tag];
+  switch (column.kind) {
+    case Kind::FIXED:
+      break;
+    case Kind::NUMBER:
+      cell = std::to_string(id(option, value));
+      break;
+    case Kind::LENGTH:
+      cell = std::to_string(number(option, value, 0, std::numeric_limits<int16_t>::max()));
+      break;
+    case Kind::FLAG:
+      cell = ScanVOXTags::VOX_TRUE;
+      break;
+    case Kind::TEXT:
+      cell = value;
+      break;
+    case Kind::WHERE:
+      try {
+        const std::string expression = compileWhere(value);
+        cell = expression.empty() ? "" : byteList(expression);
+      } catch (const LanguageError& error) {
+        throw UsageError(option + ": " + marked(value, error.position(), error.what()));
+      }
+      break;
+  }
+}
+
+void Parser::check() const {
+  const Definition& definition = request_.definition;
+  if (definition.filesystems.empty()) throw UsageError("nothing to scan: name a --filesystem");
+  if (definition.jobName.empty() || definition.jobName.find('/') != std::string::npos) {
+    throw UsageError("--job: '" + definition.jobName + "' can't be part of a file's name");
+  }
+  if (request_.server.find('/') != std::string::npos) {
+    throw UsageError("--server: '" + request_.server + "' can't be the name of a directory");
+  }
+  if (!request_.install.empty() && !request_.output.empty()) {
+    throw UsageError("--install names the file itself: leave --output out");
+  }
+  for (const Statistic& statistic : definition.statistics) {
+    if (statistic.ofDirectories && !statistic.onlyFilesystems.empty()) {
+      throw UsageError("--directories and --only exclude each other");
+    }
+    if (statistic.ofDirectories && definition.directories.empty()) {
+      throw UsageError("--directories: there is none to --monitor");
+    }
+  }
+}
+
+// The one that the options before have begun.
+Statistic& Parser::statistic(const std::string& option) {
+  if (request_.definition.statistics.empty()) throw UsageError(option + " belongs behind a --statistic");
+  return request_.definition.statistics.back();
+}
+
+int32_t Parser::filesystemAt(const std::string& option, const std::string& path) const {
+  for (const MountPoint& filesystem : request_.definition.filesystems) {
+    if (filesystem.path == path) return filesystem.id;
+  }
+  throw UsageError(option + ": no --filesystem '" + path + "' in front of it");
+}
+
+}  // namespace
+
+Request parseOptions(const std::vector<std::string>& arguments) {
+  return Parser().parse(arguments);
+}
+
+std::string marked(const std::string& text, size_t position, const std::string& reason) {
+  std::string shown = text;
+  std::replace_if(
+      shown.begin(), shown.end(), [](char c) { return c >= '\0' && c < ' '; }, ' ');
+  return "column " + std::to_string(position + 1) + ": " + reason + "\n  " + shown + "\n  " +
+         std::string(position, ' ') + "^";
+}
+
+std::string helpText() {
+  std::string text =
+      "Usage: scandef [option...] --filesystem MOUNTPOINT... [--statistic NAME [its option...]]...\n"
+      "       scandef --explain BYTES\n"
+      "       scandef --compile SELECTION\n"
+      "\n"
+      "Writes a scan definition, so that a scan can be started without a server.\n"
+      "\n"
+      "  --filesystem [ID=]MOUNTPOINT    scan this file system; ids are counted unless given\n"
+      "  --monitor [ID=]DIRECTORY        a directory, or a pattern, for the statistics of --directories\n"
+      "  --job NAME                      name of the job (scan)\n"
+      "  --computer ID                   id of this computer (1)\n"
+      "  --output FILE, -o FILE          write to a file instead of standard output\n"
+      "  --install DIRECTORY             write to where a job installed there looks, and say how to start "
+      "it\n"
+      "  --server NAME, --sid N, --run N the server's name, the schedule's and the run's number, for "
+      "--install\n"
+      "  --explain BYTES                 show a selection of a definition file as text\n"
+      "  --compile SELECTION             show a selection as bytes\n"
+      "\n"
+      "A statistic counts all file systems of the job. What follows --statistic belongs to it:\n"
+      "\n"
+      "  --only MOUNTPOINT               this file system alone; may be repeated\n"
+      "  --directories                   the monitored directories instead\n";
+  for (const StatisticColumn& column : STATISTIC_COLUMNS) {
+    if (column.option == nullptr) continue;
+    std::string line = "  --" + std::string(column.option);
+    if (column.kind == Kind::TEXT) line += " TEXT";
+    if (column.kind == Kind::WHERE) line += " SELECTION";
+    if (column.kind == Kind::NUMBER || column.kind == Kind::LENGTH) line += " N";
+    line.resize(std::max<size_t>(line.size() + 1, 34), ' ');
+    text += line + column.help + "\n";
+  }
+  text +=
+      "\n"
+      "Selections:\n"
+      "\n"
+      "  type = file                     != too; link directory fifo socket device other; (file, link)\n"
+      "  name like '%/*.log'             not like too; patterns of paths; ('/tmp/%', '%/core')\n"
+      "  owner like 'www-*'              not like too; patterns of names\n"
+      "  owner = 'anna', group = 'staff' = != < <= > >= and in ['a', 'c'), by bytes\n"
+      "  size >= 10M                     = != < <= > >= and in [1K, 10M), in bytes, below 2G\n"
+      "  allocated >= 4G                 the same, by the space that is taken, below 1T\n"
+      "  mtime < -90d                    atime too; now, -36h, 2024-05-01, 2024-05-01T12:30:00Z, "
+      "@1700000000\n"
+      "  attributes all setuid+sticky    any too; orphan archive blockdevice executable sticky setgid "
+      "setuid\n"
+      "  orphan                          an attribute alone\n"
+      "  everything, nothing, not, and, or, ( )\n"
+      "\n"
+      "Example:\n"
+      "\n"
+      "  scandef --filesystem /home --statistic \"old logs\" --summary --largest-files 20 \\\n"
+      "          --where \"type=file and size>=10M and name like '%/*.log' and mtime<-90d\" -o job.dat\n";
+  return text;
+}
+
+}  // namespace agent::scandef
