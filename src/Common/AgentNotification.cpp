@@ -58,6 +58,7 @@ std::vector<std::string> notifyArguments(const CmdArgs& args, int rc, const std:
 
 int notifyAgentOfEnd(const CmdArgs& args, int rc, const std::string& jobStartTime,
                      const std::string& jobEndTime, int seconds) {
+  TRACE_SCOPE("notifyAgentOfEnd()");
   if (args.serverName.empty()) {
     TRACE(TR_MAX, "No server to send notification to.\n");
     return 0;

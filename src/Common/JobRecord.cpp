@@ -77,6 +77,7 @@ void sendAgentStartStatus(int fd, const char* status) {
 }
 
 std::string createJobFile(int kind, CmdArgs& args, bool scheduled) {
+  TRACE_SCOPE("createJobFile()");
   const bool adHoc = args.jobName.empty() || args.jobRunNumber == -1 || args.sidRunNumber == -1;
   if (args.jobName.empty()) args.jobName = kind == SCAN_JOB ? "scan" : "agent";
   if (adHoc) return createAdHocRecord(args, scheduled);
@@ -88,6 +89,7 @@ std::string createJobFile(int kind, CmdArgs& args, bool scheduled) {
 }
 
 void updateJobFile(const std::string& path, int rc, int32_t endTime) {
+  TRACE_SCOPE("updateJobFile()");
   if (!psFileExist(path)) {
     TRACE(TR_MIN, "Unable to open %s, file does not exist.\n", path.c_str());
     return;

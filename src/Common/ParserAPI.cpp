@@ -158,6 +158,7 @@ ParserAPI::ParserAPI(std::string file, bool needNumEntities)
 }
 
 void ParserAPI::initialize(bool needNumEntities) {
+  TRACE_SCOPE("ParserAPI::initialize()");
   // Only a plain file is a definition; without O_NONBLOCK a pipe in its place would keep the job waiting.
   FileDescriptor file = openFile(fileName_.c_str(), O_RDONLY | O_NONBLOCK);
   struct stat status;

@@ -252,11 +252,13 @@ int changeUnderCompanion(Change change, const std::string& name, int mode, const
 
 int lockResource(const std::string& name, int mode, const std::string& installLocation,
                  const CompanionWait& wait) {
+  TRACE_SCOPE("lockResource()");
   return changeUnderCompanion(addLock, name, mode, installLocation, wait);
 }
 
 int unlockResource(const std::string& name, int mode, const std::string& installLocation,
                    const CompanionWait& wait) {
+  TRACE_SCOPE("unlockResource()");
   return changeUnderCompanion(removeLock, name, mode, installLocation, wait);
 }
 

@@ -2,10 +2,11 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
+#include <pcrecpp.h>
 #include <sys/stat.h>
 
 #include <chrono>
+#include <random>
 #include <string>
 #include <thread>
 
@@ -150,6 +151,34 @@ TEST_F(ParserAPITest, TellsTagsFromRows) {
   }
 }
 
+// The look at a line before the matcher may spare the matcher, not overrule it.
+TEST_F(ParserAPITest, RandomLinesAreTheTagsThatThePatternFinds) {
+  const pcrecpp::RE pattern("(^\\s*\\[){1}([a-zA-Z0-9]+,?[a-zA-Z0-9]+)(\\]$){1}");
+  const std::string alphabet = "aZ09bY18,,//[]  \t\v\f\r-_\xc3";
+  std::mt19937 random(4711);
+  std::string text = "[Header]\n[/Header]\n";
+  std::vector<std::string> expected;
+  for (int i = 0; i < 100'000; ++i) {
+    std::string line = random() % 4 == 0 ? "" : "[";
+    for (size_t length = random() % 6; length > 0; --length) line += alphabet[random() % alphabet.size()];
+    if (random() % 4 != 0) line += "]";
+    text += line + "\n";
+    const size_t first = line.find_first_not_of("\t\n\r\f ");
+    line =
+        first == std::string::npos ? "" : line.substr(first, line.find_last_not_of("\t\n\r\f ") - first + 1);
+    std::string opening;
+    std::string name;
+    if (pattern.FullMatch(line, &opening, &name)) expected.push_back(name);
+  }
+  ParserAPI pa = parser(text);
+  std::vector<std::string> found;
+  while (const auto entity = pa.findFirstEntity(false)) {
+    found.push_back(entity->name + (entity->qualifier.empty() ? "" : "," + entity->qualifier));
+  }
+  EXPECT_GT(found.size(), 1'000u);
+  EXPECT_EQ(found, expected);
+}
+
 TEST_F(ParserAPITest, NodesNestAndEqualNamesNestInEachOther) {
   ParserAPI pa = parser(
       "[Header]\n[/Header]\n"
@@ -288,8 +317,20 @@ TEST_F(ParserAPITest, ReadsBackWhatGenericPrintWrites) {
   EXPECT_THAT(pa.getEntityData(*entity), ElementsAre(values));
 }
 
-// Rows and tags of megabytes on a stack of ordinary size, and inputs that a backtracking matcher would need
-// quadratic time to refuse.
+TEST_F(ParserAPITest, WhatIsNearlyATagIsRefusedInTimeInProportionToItsLength) {
+  const std::string almost =
+      "[" + std::string(5'000, 'x') + "!x]\n";  // a backtracking matcher tries every split
+  std::string text = "[Header]\n[/Header]\n[Node]\n";
+  for (int i = 0; i < 1'000; ++i) text += almost;
+  ParserAPI pa = parser(text + "[/Node]\n");
+  const auto start = std::chrono::steady_clock::now();
+  auto node = pa.findNextEntity({});
+  EXPECT_EQ(pa.getEntityData(*node).size(), 1'000u);
+  const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
+  EXPECT_LT(elapsed.count(), 5.0);
+}
+
+// Rows and tags of megabytes, on a stack of ordinary size.
 TEST_F(ParserAPITest, HugeLinesAreReadOnASmallStack) {
   const std::string name(5'000'000, 'x');
   const std::string lines[] = {

@@ -45,6 +45,7 @@ TEST(PssignalTest, AStopInterruptsNoSystemCall) {
   ::kill(child, SIGTERM);
   ::usleep(20'000);
   ::kill(child, SIGTERM);  // comes while it reads
+  ::usleep(20'000);
   ASSERT_EQ(::write(ends[1], "x", 1), 1);
   EXPECT_EQ(endOf(child), 0);
 }

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
+#include <utility>
 
 namespace agent::test {
 
@@ -23,6 +24,7 @@ RefusedCalls::~RefusedCalls() {
 
 extern "C" {
 int __real_close(int descriptor);
+int __real_lockf64(int descriptor, int command, off_t length);
 ssize_t __real_write(int descriptor, const void* bytes, size_t size);
 
 int __wrap_close(int descriptor);
@@ -31,6 +33,15 @@ int __wrap_close(int descriptor) {
   if (agent::test::refused == nullptr || agent::test::refused->closeError == 0) return result;
   errno = agent::test::refused->closeError;
   return -1;
+}
+
+// What lockf is called where file sizes have 64 bits.
+int __wrap_lockf64(int descriptor, int command, off_t length);
+int __wrap_lockf64(int descriptor, int command, off_t length) {
+  if (agent::test::refused != nullptr && agent::test::refused->beforeLock) {
+    std::exchange(agent::test::refused->beforeLock, nullptr)();
+  }
+  return __real_lockf64(descriptor, command, length);
 }
 
 ssize_t __wrap_write(int descriptor, const void* bytes, size_t size);

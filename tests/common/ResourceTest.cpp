@@ -203,6 +203,27 @@ TEST_F(ResourceTest, ACompanionHeldTooLongEndsTheWait) {
   EXPECT_EQ(unlock("scan"), 0);
 }
 
+TEST_F(ResourceTest, AFileRemovedBeforeItIsLockedIsOpenedAgain) {
+  const std::string path = directory_ / "file.lck";
+  RefusedCalls calls;
+  bool removed = false;
+  calls.beforeLock = [&] { removed = std::filesystem::remove(path); };
+  Filelock lock(path);
+  EXPECT_EQ(lock.lockFile(), 0);
+  EXPECT_TRUE(removed);
+  EXPECT_TRUE(lock.isLocked());
+}
+
+TEST_F(ResourceTest, AnEntryIsAddedWithOneWriteSoThatAKillLeavesItWholeOrAbsent) {
+  setFile(kFirstLine + entry("a", 1));
+  {
+    const RefusedCalls calls;
+    EXPECT_EQ(lock("scan"), 0);
+    EXPECT_EQ(calls.writes, 1);
+  }
+  EXPECT_EQ(unlock("scan"), 0);
+}
+
 TEST_F(ResourceTest, AFilelockIsHeldOnlyWhileItsPathNamesIt) {
   const std::string path = directory_ / "file.lck";
   Filelock mine(path);

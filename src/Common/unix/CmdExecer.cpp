@@ -41,6 +41,7 @@ CmdExecer::CmdExecer(const std::vector<std::string>& cmdArgs, std::string outFil
 }
 
 int CmdExecer::runCommand() {
+  TRACE_SCOPE("CmdExecer::runCommand()");
   if (cmdLine_.empty()) {
     TRACE(TR_MIN, "Nothing to execute.\n");
     return -1;

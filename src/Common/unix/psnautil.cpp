@@ -192,6 +192,7 @@ std::string shellQuoted(const std::string& text) {
 
 int SpawnExternalProgram(const std::vector<std::string>& argv, ChildRecord& child, bool redirect,
                          bool quoteArgs, const std::vector<std::string>* env) {
+  TRACE_SCOPE("SpawnExternalProgram()");
   if (argv.empty()) return EINVAL;
   std::vector<std::string> localArgv{"/bin/sh", "-c", commandText(argv, quoteArgs)};
   for (size_t i = 0; i < localArgv.size(); ++i) {
@@ -253,6 +254,7 @@ int decodeExitStatus(int status) {
 }
 
 int WaitForExternalProgram(const ChildRecord& child, int& exitCode, int seconds) {
+  TRACE_SCOPE("WaitForExternalProgram()");
   if (child.pid <= 0) return WAIT_FAILED;  // waitpid would take it for "any child"
   int status = 0;
   const Wait wait = seconds > 0 ? waitUntil(child.pid, status, Clock::now() + std::chrono::seconds(seconds))

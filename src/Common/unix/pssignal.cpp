@@ -39,6 +39,7 @@ void traceCaughtSignal() {
 }
 
 void installSignalHandling() {
+  TRACE_SCOPE("installSignalHandling()");
   setDisposition(SIGTERM, unxInterruptHandler);
   setDisposition(SIGPIPE, SIG_IGN);
   setDisposition(SIGHUP, SIG_IGN);
