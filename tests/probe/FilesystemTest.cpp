@@ -1,0 +1,76 @@
+#include "Probe/Filesystem.h"
+
+#include <gmock/gmock.h>
+
+#include "Common/GenericPrint.h"
+#include "Common/VoxObjectCreationException.h"
+#include "Probe/NasFiler.h"
+#include "common/TemporaryDirectory.h"
+
+namespace agent::test {
+namespace {
+
+std::string written(const std::function<void(GenericPrint&)>& write) {
+  const TemporaryDirectory directory;
+  GenericPrint print(GenericPrint::VOX_FORMAT, directory / "out");
+  write(print);
+  print.closeFile();
+  return content(directory / "out");
+}
+
+TEST(Filesystem, PrintsWhatItHasReadInTheOrderOfItsColumns) {
+  Filesystem filesystem;
+  filesystem.inititializeObject(
+      {"fsScanned", "fsMountPoint", "fsID", "hostNasMountPoint", "fsMaxFiles", "fsType", "fsUnknown",
+       "fsLogDiskID", "fsLogicalDiskID", "fsFileCount", "fsExportName"},
+      {{"y", "/home", "7", "/a,,/b", "9223372036854775808", "65559", "x", "1", "2", "3", "exp"}});
+  EXPECT_EQ(
+      written([&](GenericPrint& print) { filesystem.printData(print); }),
+      "[Filesystem]\n\"7\",\"0\",\"0\",\"1\",\"2\",\"9223372036854775807\",\"0\",\"0\",\"0\",\"0\",\"0\","
+      "\"0\",\"3\",\"0\",\"0\",\"23\",\"0\",\"/home\",\"/a,,/b\",\"0\",\"0\",\"exp\",\"Y\"\n"
+      "[/Filesystem]\n");
+}
+
+TEST(Filesystem, PrintsNullsAndOnceWhereAsked) {
+  Filesystem filesystem;
+  const std::string once = written([&](GenericPrint& print) { filesystem.printData(print, true); });
+  EXPECT_THAT(once, ::testing::HasSubstr("\"null\",\"null\",\"0\",\"0\",\"null\",\"N\""));
+  EXPECT_EQ(written([&](GenericPrint& print) { filesystem.printData(print, true); }), "");
+  EXPECT_EQ(written([&](GenericPrint& print) { filesystem.printData(print, false); }), once);
+}
+
+TEST(Filesystem, WritesItsHeaderOnceUntilARecordIsMade) {
+  Filesystem filesystem;
+  const auto header = [](GenericPrint& print) { Filesystem::printHeader(print); };
+  EXPECT_NE(written(header), "");
+  EXPECT_EQ(written(header), "");
+  Filesystem another;
+  EXPECT_NE(written(header), "");
+}
+
+TEST(Filesystem, RefusesARowOfAnotherLengthThanItsHeader) {
+  const Row header = {"fsID", "fsMountPoint"};
+  for (const Rows& rows : {Rows{}, Rows{{"1"}}, Rows{{"1", "/", "more"}}}) {
+    Filesystem filesystem;
+    EXPECT_THROW(filesystem.inititializeObject(header, rows), VoxObjectCreationException);
+    NasFiler filer;
+    EXPECT_THROW(filer.initializeObject({"nfName", "nfOSType"}, rows), VoxObjectCreationException);
+    Domain domain;
+    EXPECT_THROW(domain.initializeObject({"domID", "domName"}, rows), VoxObjectCreationException);
+  }
+}
+
+TEST(NasFiler, ReadsItsColumnsAndPassesOverTheServersOwn) {
+  NasFiler filer;
+  filer.initializeObject({"nfVendorID", "nfOSType", "nfIPAddress", "nfComputerID", "nfNetworkName", "nfName"},
+                         {{"1", "23", "10.0.0.1", "4", "net", "name"}});
+  EXPECT_EQ(filer.nfOSType, NasFiler::OS_TYPE_CLUSTER);
+  EXPECT_EQ(filer.nfIPAddress, "10.0.0.1");
+  EXPECT_EQ(filer.nfComputerID, 4);
+  EXPECT_EQ(filer.nfNetworkName, "net");
+  EXPECT_EQ(filer.nfName, "name");
+  EXPECT_EQ(filer.nfVersion, 2);
+}
+
+}  // namespace
+}  // namespace agent::test

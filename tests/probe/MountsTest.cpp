@@ -1,0 +1,175 @@
+#include "Probe/Mounts.h"
+
+#include <gmock/gmock.h>
+#include <sys/statvfs.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Probe/Filesystem.h"
+#include "common/TemporaryDirectory.h"
+#include "support/JobLog.h"
+
+namespace agent::test {
+namespace {
+
+using ::testing::AllOf;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Pair;
+
+class MountsTest : public ::testing::Test {
+ protected:
+  /// Source and mount point of each entry that is kept.
+  std::vector<std::pair<std::string, std::string>> kept(const std::string& table) {
+    Mounts mounts(directory.file("mtab", table));
+    EXPECT_TRUE(mounts.openMnttab());
+    std::vector<std::pair<std::string, std::string>> entries;
+    while (mounts.nextMount()) entries.emplace_back(mounts.filesystem, mounts.mntPt);
+    return entries;
+  }
+  Mounts mountOf(const std::string& source, const std::string& type) {
+    Mounts mount;
+    mount.filesystem = source;
+    mount.mntPt = directory.path();
+    mount.fsType = type;
+    return mount;
+  }
+  /// A device image with 32-bit and 16-bit little-endian numbers at given places.
+  std::string image(const std::vector<std::pair<size_t, uint32_t>>& numbers, size_t size = 4096) {
+    std::string bytes(size, '\0');
+    for (const auto& [place, number] : numbers) {
+      for (size_t i = 0; i < 4; ++i) bytes[place + i] = static_cast<char>(number >> (8 * i) & 0xFF);
+    }
+    return directory.file("image", bytes);
+  }
+
+  TemporaryDirectory directory;
+  JobLog log;
+};
+
+TEST_F(MountsTest, KeepsWhatAScanMayTouch) {
+  EXPECT_THAT(kept("# comment\n"
+                   "/dev/a / ext4 rw 0 0\n"
+                   "proc /proc proc rw 0 0\n"
+                   "t /tmp tmpfs rw 0 0\n"
+                   "s /sys sysfs rw 0 0\n"
+                   "srv:/e /mnt/n nfs rw 0 0\n"
+                   "n /proc/fs/nfsd nfsd rw 0 0\n"
+                   "//h/s /mnt/s smbfs rw 0 0\n"
+                   "g /run/g fuse.gvfs-fuse-daemon rw 0 0\n"
+                   "g /run/h fuse.gvfs-fuse-daemon2 rw 0 0\n"
+                   "x /usb usbfs rw 0 0\n"
+                   "y /with\\040blank xfs rw 0 0\n"
+                   "a /auto autofs rw 0 0\n"),
+              ElementsAre(Pair("/dev/a", "/"), Pair("t", "/tmp"), Pair("s", "/sys"), Pair("srv:/e", "/mnt/n"),
+                          Pair("g", "/run/h"), Pair("x", "/usb"), Pair("y", "/with blank")));
+}
+
+TEST_F(MountsTest, TakesDamagedTablesAsTheyCome) {
+  EXPECT_THAT(kept(""), IsEmpty());
+  EXPECT_THAT(kept("\n\n   \n#\n"), IsEmpty());
+  EXPECT_THAT(kept("/dev/a"), ElementsAre(Pair("/dev/a", "")));
+  const std::string endless(5000, 'x');
+  EXPECT_THAT(kept(endless + " /m ext4 rw 0 0\n/dev/b /b xfs rw 0 0\n"),
+              ElementsAre(Pair(testing::StartsWith("xxxx"), ""), Pair("/dev/b", "/b")));
+}
+
+TEST_F(MountsTest, NamesAClusterByItsFirstDirectory) {
+  directory.file("set/.hidden/x");
+  directory.file("set/file");
+  directory.file("set/thecluster/x");
+  EXPECT_THAT(kept("c " + (directory / "set") + " clts_v1 rw 0 0\n"),
+              ElementsAre(Pair("thecluster", directory / "set")));
+
+  // Without a name the rest of the table stays unread.
+  EXPECT_THAT(
+      kept("/dev/a /a xfs rw 0 0\nc " + (directory / "none") + " clfs rw 0 0\n/dev/b /b xfs rw 0 0\n"),
+      ElementsAre(Pair("/dev/a", "/a")));
+  EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("STA0620E"), HasSubstr("STA0622E")));
+}
+
+TEST_F(MountsTest, SaysWhyATableCannotBeOpened) {
+  Mounts mounts(directory / "none");
+  EXPECT_FALSE(mounts.openMnttab());
+  EXPECT_FALSE(mounts.nextMount());
+  EXPECT_THAT(log.lines(), ElementsAre(AllOf(HasSubstr("STA0094E"), HasSubstr("No such file"))));
+}
+
+TEST_F(MountsTest, FiguresAddUpInUnitsOf512Bytes) {
+  struct statvfs expected = {};
+  ASSERT_EQ(statvfs(directory.path().c_str(), &expected), 0);
+  const auto blocks = [&](uint64_t count) { return static_cast<int64_t>(count * expected.f_frsize / 512); };
+  for (const int limit : {0, 5}) {
+    Filesystem filesystem;
+    EXPECT_EQ(mountOf("none", "tmpfs").statFS(filesystem, limit), 0);
+    EXPECT_EQ(filesystem.fsCapacity, blocks(expected.f_blocks));
+    EXPECT_EQ(filesystem.fsPhysicalSize, filesystem.fsCapacity);
+    EXPECT_EQ(filesystem.fsUsedSpace + filesystem.fsFreeSpace, filesystem.fsCapacity);
+    EXPECT_EQ(filesystem.fsMaxFiles, static_cast<int64_t>(expected.f_files));
+    EXPECT_GT(filesystem.fsFreeInodes, 0);
+  }
+}
+
+TEST_F(MountsTest, LeavesTheInodesOfTypesThatKnowNone) {
+  for (const char* type : {"reiserfs", "vxfs"}) {
+    Filesystem filesystem;
+    filesystem.fsMaxFiles = 1;
+    filesystem.fsUsedInodes = 2;
+    filesystem.fsFreeInodes = 3;
+    EXPECT_EQ(mountOf("none", type).statFS(filesystem, 0), 0);
+    EXPECT_EQ(filesystem.fsMaxFiles, 1);
+    EXPECT_EQ(filesystem.fsUsedInodes, 2);
+    EXPECT_EQ(filesystem.fsFreeInodes, 3);
+    EXPECT_GT(filesystem.fsCapacity, 0);
+  }
+}
+
+TEST_F(MountsTest, TellsAMountThatHasGone) {
+  Filesystem filesystem;
+  Mounts mount = mountOf("none", "xfs");
+  mount.mntPt = directory / "gone";
+  EXPECT_EQ(mount.statFS(filesystem, 0), 12);
+  EXPECT_THAT(log.lines(), ElementsAre(AllOf(HasSubstr("STA0096E"),
+                                             HasSubstr(directory / "gone - No such file or directory"))));
+}
+
+TEST_F(MountsTest, TakesThePhysicalSizeFromTheDevice) {
+  struct Case {
+    const char* type;
+    std::vector<std::pair<size_t, uint32_t>> numbers;
+    int64_t size;
+  };
+  const Case cases[] = {
+      {"ext4", {{1024 + 4, 1000}, {1024 + 24, 2}}, 8000},  // 4,096-byte blocks
+      {"ext2", {{1024 + 4, 1000}, {1024 + 24, 0}}, 2000},
+      {"ext4", {{1024 + 4, 0x20000000}, {1024 + 24, 2}}, 0},            // 2 TiB: the product has 32 bits,
+      {"ext4", {{1024 + 4, 0x10000000}, {1024 + 24, 2}}, -2147483648},  // and a sign
+      {"ext4", {{1024 + 4, 3}, {1024 + 24, 0xFFFFFFFF}}, 3},            // nonsense shifts within 32 bits
+      {"msdos", {{19, 2880}}, 2880},
+      {"fat", {{32, 70000}}, 70000},  // where the 16-bit field is 0
+  };
+  for (const Case& c : cases) {
+    Filesystem filesystem;
+    EXPECT_EQ(mountOf(image(c.numbers), c.type).statFS(filesystem, 0), 0);
+    EXPECT_EQ(filesystem.fsPhysicalSize, c.size) << c.type;
+    EXPECT_NE(filesystem.fsCapacity, c.size);
+  }
+}
+
+TEST_F(MountsTest, GivesAFileSystemUpWhoseDeviceCannotBeRead) {
+  Filesystem filesystem;
+  EXPECT_EQ(mountOf(directory / "none", "ext3").statFS(filesystem, 0), 4);
+  EXPECT_NE(mountOf(image({}, 1100), "ext3").statFS(filesystem, 0), 0);
+  EXPECT_NE(mountOf(image({}, 100), "msdos").statFS(filesystem, 0), 0);
+  EXPECT_EQ(mountOf(directory / "none", "vfat").statFS(filesystem, 0), 0);  // not a layout that is looked at
+  EXPECT_THAT(log.lines(), ElementsAre(AllOf(HasSubstr("STA0097E"), HasSubstr(directory / "none - No such")),
+                                       HasSubstr("STA0099E"), HasSubstr("STA0099E")));
+}
+
+}  // namespace
+}  // namespace agent::test
