@@ -223,6 +223,32 @@ TEST_F(CatalogTest, APipeInACatalogsPlaceHangsNobody) {
   ::testing::internal::GetCapturedStderr();
 }
 
+TEST_F(CatalogTest, IssuedMessagesFeedTheGlobalReturnCodeAndTextsDoNot) {
+  compile("en_US", "300 \"STA0300I text\"\n301 \"STA0301W text\"\n302 \"STA0302E text\"\n");
+  compile("en_US", "267 \"ZNS0267E text\"\n", "zemclientV3.cat");
+  ASSERT_EQ(open(), 0);
+  struct Case {
+    uint32_t number;
+    const char* identifier;
+    int32_t code;
+  };
+  const Case cases[] = {{300, "STA0300I", 0}, {301, "STA0301W", 8},  {302, "STA0302E", 12},
+                        {303, "STA0303E", 0}, {267, "ZNS0267E", 12}, {201, "ZNS0201W", 4}};
+  for (const Case& c : cases) {
+    gRC->clearAllRC();
+    messageText(c.number, c.identifier);
+    EXPECT_EQ(gRC->get(), 0) << c.number;
+    formatMessage(c.number, c.identifier, {});
+    EXPECT_EQ(gRC->get(), c.code) << c.number;
+  }
+  EXPECT_EQ(messageSeverity(303), 255);
+
+  const MutexHandle taken = std::move(nls_mutex);  // a lock that can't be had
+  EXPECT_EQ(messageSeverity(300), 6);
+  EXPECT_EQ(formatMessage(300, "STA0300I", {}), "");
+  nls_mutex = pkCreateMutex();
+}
+
 TEST_F(CatalogTest, AMessageIsPrintedAndLoggedAsItsFlagsSay) {
   compile("en_US", "300 \"STA0300W lost %1$s\"\n301 \"STA0301I found %1$s\"\n");
   ASSERT_EQ(open(), 0);

@@ -302,21 +302,56 @@ TEST_F(LimitedCallsTest, ASignalDoesNotEndTheWaitAndTheLimitHolds) {
   struct sigaction before {};
   handler.sa_handler = [](int) {};
   ASSERT_EQ(::sigaction(SIGALRM, &handler, &before), 0);
-  const itimerval everyFewMilliseconds{{0, 20'000}, {0, 20'000}};
-  const itimerval never{};
-  ::setitimer(ITIMER_REAL, &everyFewMilliseconds, nullptr);
+  struct Case {
+    const char* when;
+    itimerval timer;
+  };
+  const Case cases[] = {
+      {"again and again", {{0, 20'000}, {0, 20'000}}},
+      {"once, shortly before the limit", {{0, 0}, {0, 900'000}}},  // the wait must not start anew
+  };
+  for (const Case& c : cases) {
+    letGo = false;
+    ::setitimer(ITIMER_REAL, &c.timer, nullptr);
+    struct stat result {};
+    int errCode = 0;
+    const auto start = Clock::now();
+    EXPECT_EQ(lstat("hang", 1, result, errCode), -1);
+    const auto spent = Clock::now() - start;
+    const itimerval never{};
+    ::setitimer(ITIMER_REAL, &never, nullptr);
 
+    EXPECT_EQ(errCode, ESTALE) << c.when;
+    EXPECT_GE(spent, 1s) << c.when;
+    EXPECT_LT(spent, 1700ms) << c.when;
+    letGo = true;
+    EXPECT_TRUE(eventually([] { return hanging == 0; }));
+  }
+  ::sigaction(SIGALRM, &before, nullptr);
+}
+
+TEST_F(LimitedCallsTest, SignalsOfTheJobAreLeftToItsOwnThread) {
   struct stat result {};
   int errCode = 0;
-  const auto start = Clock::now();
-  EXPECT_EQ(lstat("hang", 1, result, errCode), -1);
-  const auto spent = Clock::now() - start;
-  ::setitimer(ITIMER_REAL, &never, nullptr);
-  ::sigaction(SIGALRM, &before, nullptr);
+  ASSERT_EQ(lstat("a", 5, result, errCode), 0);
+  sigset_t user;
+  sigset_t before;
+  sigset_t pending;
+  sigemptyset(&user);
+  sigaddset(&user, SIGUSR1);
+  pthread_sigmask(SIG_BLOCK, &user, &before);
+  struct sigaction ignore {};
+  struct sigaction previous {};
+  ignore.sa_handler = [](int) {};
+  ::sigaction(SIGUSR1, &ignore, &previous);
 
-  EXPECT_EQ(errCode, ESTALE);
-  EXPECT_GE(spent, 1s);
-  EXPECT_LT(spent, 2s);
+  ::kill(::getpid(), SIGUSR1);
+  ASSERT_EQ(lstat("a", 5, result, errCode), 0);  // the thread has been awake meanwhile
+  ::sigpending(&pending);
+  EXPECT_EQ(sigismember(&pending, SIGUSR1), 1);
+
+  pthread_sigmask(SIG_SETMASK, &before, nullptr);
+  ::sigaction(SIGUSR1, &previous, nullptr);
 }
 
 TEST_F(LimitedCallsTest, WithoutDescriptorsForThePipesTheCallFailsAndLaterWorks) {

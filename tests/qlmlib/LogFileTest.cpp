@@ -111,6 +111,16 @@ TEST_F(LogFileTest, AFullFileGoesRoundAndKeepsItsSize) {
   EXPECT_EQ(content().size(), ringBytes);
 }
 
+TEST_F(LogFileTest, ALineThatJustFitsStaysAndOneByteMoreGoesRound) {
+  const std::size_t room = ringBytes - (sizeof wrapMark - 1) - 1 - (sizeof endMark - 1) - dataStart - 50 - 1;
+  log({.wrapSize = ringBytes}, {line('a'), std::string(room, 'b')});
+  EXPECT_EQ(content(), header(dataStart + 50 + room) + line('a') + std::string(room, 'b') + endMark);
+
+  std::filesystem::remove(file());
+  log({.wrapSize = ringBytes}, {line('a'), std::string(room + 1, 'b')});
+  EXPECT_EQ(content().substr(0, dataStart + 10), header(dataStart + room + 1) + "bbbbbbbbbb");
+}
+
 TEST_F(LogFileTest, AFileOfAnotherSizeIsRewrittenWithItsNewestLines) {
   log({.wrapSize = ringBytes}, {line('a'), line('b'), line('c'), line('d'), line('e'), line('f'), line('g')});
   // A larger one takes all that is left, the oldest first; of 'b' the end mark has left half.
