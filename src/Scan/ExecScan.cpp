@@ -30,6 +30,7 @@ constexpr const char* VERSION = "5.2.4.1";
 constexpr const char* STARTED = "1";
 constexpr const char* FAILED_TO_START = "3";
 constexpr int OBJECT_CREATION_FAILED = 12;
+constexpr int CLASS_NOT_IN_HEADER = 321;
 
 // Names in a log text of several lines stand below the text of the first.
 const std::string INDENT(25, ' ');
@@ -42,6 +43,18 @@ std::string padded(int32_t number, size_t width) {
   std::string digits = std::to_string(number);
   // To the left of a sign as well: numbers that were never given look odd, and nothing is hidden.
   return digits.size() < width ? std::string(width - digits.size(), '0') + digits : digits;
+}
+
+/// What is wrong with a definition, for people: the parser's own texts are the agent's.
+std::string explain(int code, const std::string& text, const std::string& place) {
+  switch (code) {
+    case CLASS_NOT_IN_HEADER:
+      return "the header block names no columns for the " + place;
+    case VoxObjectCreationException::HEADER_AND_DATA_DIFFER:
+      return "the row of the " + place + " has not as many cells as the header block names columns for it";
+    default:
+      return text.substr(0, text.find_last_not_of("\n.") + 1);
+  }
 }
 
 }  // namespace
@@ -126,22 +139,23 @@ std::string ExecScan::definitionFileName() const {
 
 /// @return false when there is no usable definition; the return code says why and the log tells it
 bool ExecScan::readDefinition(const std::string& definitionFile) {
+  std::string place;
   const auto failed = [&](int code, const std::string& text, const char* step) {
     returnCode_ = code;
-    logJobMessage(714, "STA0430E", {definitionFile, text});
-    TRACE(TR_MIN, "ERROR: %s, occured %s.\n", text.c_str(), step);
+    logJobMessage(714, "STA0430E", {definitionFile, explain(code, text, place)});
+    TRACE(TR_MIN, "ERROR: %s, occured during %s.\n", text.c_str(), step);
     return false;
   };
   try {
-    agentScan_ = readScanDefinition(definitionFile);
+    agentScan_ = readScanDefinition(definitionFile, place);
     TRACE(TR_MAX, "END OF <while( (efNext = pa->findNextEntity(ef)) != NULL )>.\n");
     return true;
   } catch (const VOXParserException& exception) {
-    return failed(exception.getCode(), exception.getMessage(), "during definition-file-parsing");
+    return failed(exception.getCode(), exception.getMessage(), "definition-file-parsing");
   } catch (const VoxObjectCreationException& exception) {
-    return failed(exception.getCode(), exception.getMessage(), "during object creation from definition-file");
+    return failed(exception.getCode(), exception.getMessage(), "object creation from definition-file");
   } catch (const std::exception& exception) {
-    return failed(OBJECT_CREATION_FAILED, exception.what(), "during object creation from definition-file");
+    return failed(OBJECT_CREATION_FAILED, exception.what(), "object creation from definition-file");
   }
 }
 

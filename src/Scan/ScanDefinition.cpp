@@ -19,7 +19,7 @@ using Entity = ParserAPI::Entity;
 /// Builds an AgentScan from the nodes of one file.
 class DefinitionReader {
  public:
-  explicit DefinitionReader(const std::string& fileName) : parser_(fileName) {}
+  DefinitionReader(const std::string& fileName, std::string& place) : parser_(fileName), place_(place) {}
 
   void read(AgentScan& scan) {
     std::optional<Entity> entity;
@@ -32,6 +32,16 @@ class DefinitionReader {
   /// Fills a record, then gives the entity's children, which stand behind its rows.
   template <typename Record>
   std::vector<Entity> fill(Record& record, Entity& entity) {
+    try {
+      return fillFrom(record, entity);
+    } catch (...) {
+      place_ = "class \"" + entity.name + "\" in line " + std::to_string(parser_.lineNumber(entity));
+      throw;
+    }
+  }
+
+  template <typename Record>
+  std::vector<Entity> fillFrom(Record& record, Entity& entity) {
     const Row header = parser_.getEntityHeader(entity);
     const Rows rows = parser_.getEntityData(entity);
     if constexpr (requires { record.inititializeObject(header, rows); }) {
@@ -105,15 +115,16 @@ class DefinitionReader {
   }
 
   ParserAPI parser_;
+  std::string& place_;
 };
 
 }  // namespace
 
-std::unique_ptr<AgentScan> readScanDefinition(const std::string& fileName) {
+std::unique_ptr<AgentScan> readScanDefinition(const std::string& fileName, std::string& place) {
   TRACE(TR_MAX, "---- initializing ParserAPI ----\n");
   TRACE(TR_MAX, "fileName = %s\n", fileName.c_str());
   auto scan = std::make_unique<AgentScan>();
-  DefinitionReader(fileName).read(*scan);
+  DefinitionReader(fileName, place).read(*scan);
   return scan;
 }
 

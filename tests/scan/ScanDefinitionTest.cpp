@@ -23,12 +23,12 @@ const std::string HEADER =
 class ScanDefinitionTest : public ::testing::Test {
  protected:
   std::unique_ptr<AgentScan> read(const std::string& body) {
-    return readScanDefinition(directory.file("def", HEADER + body));
+    return readScanDefinition(directory.file("def", HEADER + body), place);
   }
   /// 0, or the code of the exception.
   int codeOf(const std::string& text) {
     try {
-      readScanDefinition(directory.file("def", text));
+      readScanDefinition(directory.file("def", text), place);
       return 0;
     } catch (const VOXParserException& exception) {
       return exception.getCode();
@@ -38,6 +38,7 @@ class ScanDefinitionTest : public ::testing::Test {
   }
 
   TemporaryDirectory directory;
+  std::string place;
 };
 
 TEST_F(ScanDefinitionTest, PutsFileSystemsAndDirectoriesAtTheHeadAndStatisticsAtTheTail) {
@@ -109,11 +110,16 @@ TEST_F(ScanDefinitionTest, TellsByItsCodeWhatIsWrong) {
   };
   for (const Case& c : cases) EXPECT_EQ(codeOf(c.text), c.code) << c.what;
   try {
-    readScanDefinition(directory / "none");
+    readScanDefinition(directory / "none", place);
     FAIL();
   } catch (const VOXParserException& exception) {
     EXPECT_EQ(exception.getCode(), 13);
   }
+}
+
+TEST_F(ScanDefinitionTest, SaysWhereTheFailureLies) {
+  EXPECT_EQ(codeOf(HEADER + "[AgentScan]\n\"j\",1\n[Filesystem]\n1,2,3\n[/Filesystem]\n[/AgentScan]\n"), 325);
+  EXPECT_EQ(place, "class \"Filesystem\" in line 19");
 }
 
 // Cut anywhere, a definition gives an error or a smaller job, never a crash.
