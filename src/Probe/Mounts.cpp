@@ -10,13 +10,13 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstring>
 #include <memory>
 #include <string_view>
 #include <utility>
 
 #include "Common/LogManager.h"
 #include "Common/unix/FileDescriptor.h"
+#include "Common/unix/psmsgutil.h"
 #include "Probe/Filesystem.h"
 #include "QLMlib/common/unx/LimitedCalls.h"
 #include "QLMlib/common/ut/Trace.h"
@@ -48,7 +48,7 @@ int lockTable(FILE* table, short lockType) {
 
 /// "<subject> - <the system's words for error>", as the messages about mounts show a failure.
 std::string withErrorText(const std::string& subject, int error) {
-  return subject + " - " + strerror(error);
+  return subject + " - " + getSystemErrorMessage(error);
 }
 
 void traceFigures(const struct statvfs& f) {
@@ -148,11 +148,11 @@ bool Mounts::openMnttab() {
   closeTable();
   mountFile_ = fopen(tablePath_.c_str(), "re");
   if (mountFile_ == nullptr) {
-    logJobMessage(394, "STA0094E", {strerror(errno)});
+    logJobMessage(394, "STA0094E", {getSystemErrorMessage()});
     return false;
   }
   if (lockTable(mountFile_, F_RDLCK) != 0) {
-    logJobMessage(395, "STA0095E", {strerror(errno)});
+    logJobMessage(395, "STA0095E", {getSystemErrorMessage()});
     closeTable();
     return false;
   }
@@ -204,7 +204,7 @@ Mounts Mounts::entry() const {
 
 int getClfsClusterName(const std::string& mountDir, std::string& name) {
   const auto failed = [&](const std::string& path) {
-    logJobMessage(722, "STA0620E", {path, strerror(errno)});
+    logJobMessage(722, "STA0620E", {path, getSystemErrorMessage()});
     return -1;
   };
   const std::unique_ptr<DIR, int (*)(DIR*)> directory(opendir(mountDir.c_str()), closedir);

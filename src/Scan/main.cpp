@@ -17,9 +17,25 @@
 // Everywhere: job log (Common/LogManager), message texts (QLMlib/common/nls), trace (QLMlib/common/ut).
 // docs/architecture.md follows one run and one directory entry through these rooms.
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include "Scan/ExecScan.h"
 
+namespace {
+
+/// Whoever started the job may have closed its standard descriptors. Files opened later would then take their
+/// numbers, and a message for the terminal would end up in a result.
+void fillStandardDescriptors() {
+  int descriptor = 0;
+  while (descriptor >= 0 && descriptor <= STDERR_FILENO) descriptor = open("/dev/null", O_RDWR);
+  if (descriptor > STDERR_FILENO) close(descriptor);
+}
+
+}  // namespace
+
 int main(int argc, char** argv) {
+  fillStandardDescriptors();
   agent::ExecScan job;
   return job.startScan(argc, argv);
 }

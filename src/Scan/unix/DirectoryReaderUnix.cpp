@@ -7,6 +7,7 @@
 
 #include "Common/LogManager.h"
 #include "Common/ScanAbortException.h"
+#include "Common/unix/psmsgutil.h"
 #include "Common/unix/pssignal.h"
 #include "Probe/Filesystem.h"
 #include "QLMlib/common/ut/Trace.h"
@@ -32,6 +33,7 @@ int DirectoryReaderUnix::open(const std::string& path) {
 
   const int32_t level = scanner().currentLevel();
   int descriptor = -1;
+  std::string reason;
   if (level == 0) {
     descriptor = calls_.openDirectory(AT_FDCWD, scanner().localName(path).c_str());
   } else {
@@ -41,12 +43,14 @@ int DirectoryReaderUnix::open(const std::string& path) {
     if (descriptor >= 0 && !isDirectoryThatWasStated(descriptor)) {
       calls_.closeDirectory(descriptor);
       descriptor = -1;
+      reason = "another directory has taken its place";
     }
   }
   if (descriptor < 0) {
+    if (reason.empty()) reason = getSystemErrorMessage();
     const std::string localName = scanner().localName(path);
     TRACE(TR_MIN, ">> opendir() failed on %s \n", localName.c_str());
-    logJobMessage(421, "STA0121E", {localName});
+    logJobMessage(421, "STA0121E", {localName, reason});
     return CLOSED;
   }
   TRACE(TR_MAX, ">> opendir() succeed on %s\n", path.c_str());

@@ -3,6 +3,7 @@
 #include <array>
 
 #include "Common/LogManager.h"
+#include "Common/unix/psmsgutil.h"
 
 namespace agent {
 
@@ -40,7 +41,8 @@ bool ScannerUnix::Stat(fileInfo& file, bool /*remote*/) {
 
   struct stat& status = file.stat;
   if (calls_.statEntry(directory.handle(), name, status) != 0) {
-    logJobMessage(363, "STA0063E", {localName({file.path, file.pathLength})});
+    const std::string reason = getSystemErrorMessage();
+    logJobMessage(363, "STA0063E", {localName({file.path, file.pathLength}), reason});
     return false;
   }
   file.type = TYPE_BY_MODE[(status.st_mode >> 12) & 0xF];
