@@ -51,7 +51,7 @@ std::string createAdHocRecord(CmdArgs& args, bool scheduled) {
   for (int i = 0; i < kTries; ++i) {
     if (drawRun) args.jobRunNumber = std::uniform_int_distribution<int32_t>(0, kRunNumbers - 1)(random);
     if (drawSid) args.sidRunNumber = std::uniform_int_distribution<int32_t>(0, kSidNumbers - 1)(random);
-    const std::string path = args.outputPath(".jobinfo");
+    std::string path = args.outputPath(".jobinfo");
     switch (createRecord(path, args, scheduled)) {
       case Creation::created:
         return path;
