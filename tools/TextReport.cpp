@@ -69,17 +69,28 @@ void TextReport::more(size_t total) {
   if (total > rows_) out_ << "  .. and " << grouped(static_cast<int64_t>(total - rows_)) << " more\n";
 }
 
+/// A path as the report shows it: below the mount point, which stands in the title, and safe.
+std::string TextReport::shown(const ResultNode& node, size_t width) const {
+  std::string path = node.text(ScanVOXTags::FA_NAME);
+  if (path.starts_with(mountPoint_)) path.erase(0, mountPoint_.size());
+  return path.empty() ? "." : fit(safeText(path), width);
+}
+
 void TextReport::print(const std::vector<ResultNode>& nodes) {
-  bool first = true;
-  for (const ResultNode& node : nodes) {
+  int64_t monitored = 0;
+  for (size_t i = 0; i < nodes.size(); ++i) {
+    const ResultNode& node = nodes[i];
     if (node.tag == ScanVOXTags::FILESYSTEM) {
-      if (!first) out_ << '\n';
-      first = false;
+      if (i > 0) out_ << '\n';
       filesystem(node);
     } else if (node.tag == ScanVOXTags::SD) {
       statistic(node);
     } else if (node.tag == ScanVOXTags::SM) {
-      out_ << "  monitored     " << fit(safeText(node.text(ScanVOXTags::FA_NAME)), WIDTH - 16) << '\n';
+      ++monitored;
+      if (i + 1 < nodes.size() && nodes[i + 1].tag == ScanVOXTags::SM) continue;
+      out_ << "  monitored     " << grouped(monitored)
+           << (monitored == 1 ? " directory\n" : " directories\n");
+      monitored = 0;
     }
   }
   if (nodes.empty()) out_ << "The result is empty: no file system was scanned.\n";
@@ -87,6 +98,7 @@ void TextReport::print(const std::vector<ResultNode>& nodes) {
 
 void TextReport::filesystem(const ResultNode& node) {
   scanTime_ = node.number("fsScanTime");
+  mountPoint_ = node.text(Filesystem::FILESYSTEM_MNTPT);
   const int64_t capacity = node.number(Filesystem::FILESYSTEM_CAPACITY);
   const int64_t used = node.number(Filesystem::FILESYSTEM_USEDSPACE);
   const int64_t inodes = node.number(Filesystem::FILESYSTEM_MAXFILES);
@@ -107,16 +119,32 @@ void TextReport::filesystem(const ResultNode& node) {
 }
 
 void TextReport::statistic(const ResultNode& definition) {
+  bool inTable = false;
   for (const ResultNode* byFS : definition.childrenOf(ScanVOXTags::RESULTS_BY_FS)) {
     const ResultNode* found = byFS->child(ScanVOXTags::SR);
     if (found == nullptr) continue;
     const ResultNode* directory = byFS->child(ScanVOXTags::SM);
-    std::string heading = displayName(definition);
-    if (directory != nullptr) heading += "  in " + safeText(directory->text(ScanVOXTags::FA_NAME));
-    out_ << '\n';
-    title("-- " + fit(heading, WIDTH - 3));
-    results(*found);
+    // Of many monitored directories with nothing but totals, each is one line.
+    const bool totalsAlone = found->children.size() == 1 && found->children[0].tag == ScanVOXTags::SUM;
+    if (!inTable || !totalsAlone) {
+      std::string heading = displayName(definition);
+      if (directory != nullptr && !totalsAlone) heading += "  in " + shown(*directory, WIDTH);
+      out_ << '\n';
+      title("-- " + fit(heading, WIDTH - 3));
+    }
+    inTable = directory != nullptr && totalsAlone;
+    if (inTable) {
+      directoryTotals(*directory, found->children[0]);
+    } else {
+      results(*found);
+    }
   }
+}
+
+void TextReport::directoryTotals(const ResultNode& directory, const ResultNode& node) {
+  out_ << padLeft(humanBlocks(node.number(ScanVOXTags::SUM_TOTAL_SIZE)), SIZE + 2)
+       << padLeft(grouped(node.number(ScanVOXTags::SUM_FILE_CNT)), COUNT) << " files  "
+       << shown(directory, WIDTH - SIZE - COUNT - 10) << '\n';
 }
 
 void TextReport::results(const ResultNode& node) {
@@ -222,7 +250,7 @@ void TextReport::directories(const std::vector<const ResultNode*>& nodes) {
     const ResultNode& node = *nodes[i];
     out_ << padLeft(humanBlocks(node.number(ScanVOXTags::DIR_TOTAL_SIZE)), SIZE + 2)
          << padLeft(grouped(node.number(ScanVOXTags::DIR_FILE_CNT)), COUNT) << " files  "
-         << fit(safeText(node.text(ScanVOXTags::FA_NAME)), WIDTH - SIZE - COUNT - 10) << '\n';
+         << shown(node, WIDTH - SIZE - COUNT - 10) << '\n';
   }
   more(nodes.size());
 }
@@ -237,7 +265,7 @@ void TextReport::files(const char* heading, const std::vector<const ResultNode*>
     const int64_t age = (scanTime_ - node.number(ScanVOXTags::FA_ACCESSED)) / 1000;
     out_ << padLeft(humanBlocks(node.number(ScanVOXTags::FA_BLOCKS)), SIZE + 2) << "  "
          << (byAge ? padLeft(humanAge(age), COUNT) : padRight(fit(ownerName, COUNT), COUNT)) << "  "
-         << fit(safeText(node.text(ScanVOXTags::FA_NAME)), WIDTH - SIZE - COUNT - 6) << '\n';
+         << shown(node, WIDTH - SIZE - COUNT - 6) << '\n';
   }
   more(nodes.size());
 }

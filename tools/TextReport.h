@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <ostream>
+#include <string>
 #include <vector>
 
 #include "ResultFile.h"
@@ -20,6 +21,7 @@ class TextReport {
  private:
   void filesystem(const ResultNode& node);
   void statistic(const ResultNode& definition);
+  void directoryTotals(const ResultNode& directory, const ResultNode& node);
   void results(const ResultNode& node);
   void summary(const ResultNode& node);
   void owners(const ResultNode& results);
@@ -31,6 +33,7 @@ class TextReport {
   void directories(const std::vector<const ResultNode*>& nodes);
   void files(const char* title, const std::vector<const ResultNode*>& nodes, bool byAge);
   void fileTypes(const std::vector<const ResultNode*>& nodes);
+  std::string shown(const ResultNode& node, size_t width) const;
   void title(const std::string& text);
   void section(const std::string& text);
   void more(size_t total);
@@ -38,7 +41,8 @@ class TextReport {
   std::ostream& out_;
   bool color_;
   size_t rows_;
-  int64_t scanTime_ = 0;  // of the file system being shown, milliseconds since the epoch
+  std::string mountPoint_;  // of the file system being shown
+  int64_t scanTime_ = 0;    // of the file system being shown, milliseconds since the epoch
 };
 
 }  // namespace agent::tools
