@@ -1,0 +1,18 @@
+// The whole program, started as the agent starts it, on file systems made for one test each.
+//
+//   InstallTree         an install tree with the program in it; runs jobs, reads what they leave
+//   Definition          writes scan definitions
+//   ResultFile          reads results, by the grammar alone
+//   MountedFileSystem   tmpfs, ext4 images, overlays: in a mount namespace of this process
+//   StatisticsModel     works out what a statistic has to say about a tree, from its definition and lstat
+//   alone
+
+#include <gtest/gtest.h>
+
+#include "system/MountedFileSystem.h"
+
+int main(int argc, char** argv) {
+  testing::InitGoogleTest(&argc, argv);
+  agent::test::enterPrivateMountNamespace();
+  return RUN_ALL_TESTS();
+}
