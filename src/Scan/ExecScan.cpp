@@ -1,5 +1,7 @@
 #include "Scan/ExecScan.h"
 
+#include <unistd.h>
+
 #include <cstdio>
 #include <ctime>
 #include <exception>
@@ -85,10 +87,12 @@ int ExecScan::startScan(int argc, char** argv) {
   const std::string definitionFile = definitionFileName();
   if (!readDefinition(definitionFile)) {
     notifyAgent();
+    tellSpectator();
     return cleanup();
   }
   scan();
   finish(definitionFile, jobFile);
+  tellSpectator();
   return cleanup();
 }
 
@@ -196,6 +200,10 @@ void ExecScan::scanLocked() {
   filesystemScan_ = std::make_unique<FilesystemScan>();
   genericPrint_ = std::make_unique<GenericPrint>(GenericPrint::VOX_FORMAT, cmdArgs_->resultFile);
   filesystemScan_->setGenericPrint(*genericPrint_);
+  if (hasSpectator()) {
+    progressLine_ = std::make_unique<ProgressLine>(STDERR_FILENO);
+    filesystemScan_->setObserver(*progressLine_);
+  }
   agentScan_->printHeader(*genericPrint_);
   genericPrint_->beginNode(ScanVOXTags::AS);
   returnCode_ = filesystemScan_->doScan(*agentScan_, cmdArgs_->nfsTimeout);
@@ -238,6 +246,7 @@ void ExecScan::logFilesystemList(const FilesystemList& list) const {
 // --- The end -----------------------------------------------------------------------------------------------
 
 void ExecScan::finish(const std::string& definitionFile, const std::string& jobFile) {
+  progressLine_.reset();
   jobEndTime_ = now();
   agentScan_.reset();
   if (returnCode_ >= ABORTED) {
@@ -264,9 +273,25 @@ int ExecScan::notifyAgent() {
   return notifyAgentOfEnd(*cmdArgs_, returnCode_, jobStartTime_, jobEndTime_);
 }
 
+/// True when a person has started the job by hand, on a terminal.
+bool ExecScan::hasSpectator() const {
+  return cmdArgs_->agentCom == -1 && isatty(STDERR_FILENO) == 1;
+}
+
+/// Where the result and the log lie, for whoever started the job by hand.
+void ExecScan::tellSpectator() const {
+  if (!hasSpectator()) return;
+  if (returnCode_ < ABORTED) {
+    fprintf(stderr, "Result: %s  Log: %s\n", cmdArgs_->resultFile.c_str(), logFile_.c_str());
+  } else {
+    fprintf(stderr, "The scan ended with %d and no result. Log: %s\n", returnCode_, logFile_.c_str());
+  }
+}
+
 /// Frees what the run holds, in the order in which it may go. May be called twice.
 /// @return the return code
 int ExecScan::cleanup() {
+  traceCaughtSignal();
   cmdArgs_.reset();
   naLog = nullptr;
   log_.reset();

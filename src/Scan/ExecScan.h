@@ -11,6 +11,7 @@
 #include "Common/Object.h"
 #include "Scan/AgentScan.h"
 #include "Scan/FilesystemScan.h"
+#include "Scan/ProgressLine.h"
 
 namespace agent {
 
@@ -49,7 +50,10 @@ class ExecScan : public Object {
   int notifyAgent();
   void finish(const std::string& definitionFile, const std::string& jobFile);
   int cleanup();
+  bool hasSpectator() const;
+  void tellSpectator() const;
 
+  std::unique_ptr<ProgressLine> progressLine_;      // only where somebody watches
   std::unique_ptr<FilesystemScan> filesystemScan_;  // null until the definition has been read
   std::unique_ptr<GenericPrint> genericPrint_;      // likewise
   std::unique_ptr<AgentScan> agentScan_;

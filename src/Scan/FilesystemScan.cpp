@@ -415,6 +415,14 @@ int FilesystemScan::walk(FSRef& fsRef, Walk& shared, MonDirTable& monDirs) {
     assoc->results->rfResults = accumulator->takeResults();
     shared.add(std::move(accumulator), assoc->tree->root.get());
   }
+  SelectTree everything;
+  if (observer_ != nullptr) {
+    selection_.setExpression("");
+    selection_.compile("everything", 0);
+    everything = selection_.takeRoot();
+    shared.actions.push_back(observer_);
+    shared.selections.push_back(everything.get());
+  }
   ScannerUnix scanner({.filesystem = *fsRef.filesystem,
                        .actions = shared.actions,
                        .selections = shared.selections,

@@ -35,6 +35,9 @@ class FilesystemScan : public Object {
   /// Where results go; set before doScan, borrowed.
   void setGenericPrint(GenericPrint& genericPrint) { genericPrint_ = &genericPrint; }
 
+  /// An action that is offered every entry of every walk, whatever the statistics select; borrowed.
+  void setObserver(FileAction& observer) { observer_ = &observer; }
+
   /// The whole scan; once for each object.
   /// @param nfsTimeout limit of a file system's calls in seconds; 0 or less means none
   /// @return CLEAN or GIVEN_UP
@@ -108,6 +111,7 @@ class FilesystemScan : public Object {
   void removeReferencesTo(AgentScan& scanObject, const Filesystem& filesystem);
 
   GenericPrint* genericPrint_ = nullptr;
+  FileAction* observer_ = nullptr;
   int rc_ = CLEAN;
   Selection selection_;  // the one compiler, used for all expressions
   std::vector<std::unique_ptr<FSRef>> fsRefs_;

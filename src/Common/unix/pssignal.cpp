@@ -43,6 +43,7 @@ void installSignalHandling() {
   setDisposition(SIGTERM, unxInterruptHandler);
   setDisposition(SIGPIPE, SIG_IGN);
   setDisposition(SIGHUP, SIG_IGN);
+  setDisposition(SIGXFSZ, SIG_IGN);  // a file that may not grow is a failed write, told as such
   setDisposition(SIGCHLD, SIG_DFL);
   sigset_t stopSignal;
   sigemptyset(&stopSignal);

@@ -19,9 +19,9 @@ inline bool stopRequested() {
   return true;
 }
 
-/// SIGTERM requests a stop; SIGPIPE and SIGHUP are ignored, so the job outlives its terminal and its agent;
-/// the job becomes the leader of a process group of its own. What the agent may have set otherwise is put
-/// right: SIGTERM is unblocked, and SIGCHLD gets its default, without which no child's exit code could be
+/// SIGTERM requests a stop; SIGPIPE, SIGHUP and SIGXFSZ are ignored, so the job outlives its terminal and its
+/// agent; the job becomes the leader of a process group of its own. What the agent may have set otherwise is
+/// put right: SIGTERM is unblocked, and SIGCHLD gets its default, without which no child's exit code could be
 /// had.
 void installSignalHandling();
 
