@@ -1,0 +1,68 @@
+// What the time limit of system calls costs a walk: nothing without a limit, a change of threads for each
+// call with one. One directory of 10,000 files in the temporary directory.
+
+#include <benchmark/benchmark.h>
+
+#include <string>
+
+#include "Probe/Filesystem.h"
+#include "Scan/identity/UberTable.h"
+#include "Scan/unix/DirectoryReaderUnix.h"
+#include "Scan/unix/LimitedDirectoryCalls.h"
+#include "Scan/unix/ScannerUnix.h"
+#include "Scan/unix/UnixUserTable.h"
+#include "common/TemporaryDirectory.h"
+
+namespace agent {
+
+class FileTypeTable {};  // the walk only hands it on
+
+namespace {
+
+constexpr int FILES = 10'000;
+
+const std::string& tree() {
+  static const test::TemporaryDirectory directory;
+  static const bool made = [] {
+    for (int i = 0; i < FILES; ++i) directory.file("file-number-" + std::to_string(i));
+    return true;
+  }();
+  benchmark::DoNotOptimize(made);
+  return directory.path();
+}
+
+void walk(benchmark::State& state, DirectoryCalls& calls) {
+  Filesystem filesystem;
+  filesystem.fsMountPoint = tree() + "/";
+  DirectoryReaderFactoryUnix factory(calls);
+  UberTable owners;
+  UnixUserTable users(owners);
+  FileTypeTable fileTypes;
+  for (auto _ : state) {
+    ScannerUnix scanner({.filesystem = filesystem,
+                         .actions = {},
+                         .selections = {},
+                         .fileTypes = fileTypes,
+                         .userTable = users,
+                         .factory = factory,
+                         .localPath = tree()},
+                        calls);
+    if (scanner.scan() != 0) state.SkipWithError("the walk failed");
+  }
+  state.SetItemsProcessed(state.iterations() * FILES);
+}
+
+void walkWithoutLimit(benchmark::State& state) {
+  DirectoryCalls calls;
+  walk(state, calls);
+}
+BENCHMARK(walkWithoutLimit)->Unit(benchmark::kMillisecond);
+
+void walkWithLimit(benchmark::State& state) {
+  LimitedDirectoryCalls calls(60);
+  walk(state, calls);
+}
+BENCHMARK(walkWithLimit)->Unit(benchmark::kMillisecond);
+
+}  // namespace
+}  // namespace agent
