@@ -50,9 +50,9 @@ void InstallTree::define(const std::string& text) const {
   std::ofstream(definitionFile(), std::ios::binary) << text;
 }
 
-void InstallTree::installAgent(int status) const {
-  std::ofstream(root_ + "/bin/Agent")
-      << "#!/bin/sh\nprintf '%s\\n' \"$@\" >>'" << root_ << "/told'\nexit " << status << "\n";
+void InstallTree::installAgent(int status, const std::string& line) const {
+  std::ofstream(root_ + "/bin/Agent") << "#!/bin/sh\nprintf '%s\\n' \"$@\" >>'" << root_ << "/told'\n"
+                                      << line << "\nexit " << status << "\n";
   fs::permissions(root_ + "/bin/Agent", fs::perms::owner_all);
 }
 

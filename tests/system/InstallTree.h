@@ -44,8 +44,9 @@ class InstallTree {
 
   /// Writes the job's definition file.
   void define(const std::string& text) const;
-  /// Puts a program at bin/Agent that writes its arguments to agentArguments() and ends with `status`.
-  void installAgent(int status = 0) const;
+  /// Puts a program at bin/Agent that writes its arguments to agentArguments(), runs a line of shell, and
+  /// ends with `status`.
+  void installAgent(int status = 0, const std::string& line = "") const;
   /// What the agent was told, one argument an element; empty if it was never called.
   std::vector<std::string> agentArguments() const;
 
