@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "QLMlib/common/nls/MessageCatalogs.h"
 #include "QLMlib/common/nls/Messages.h"
 
 namespace agent {
@@ -34,24 +35,42 @@ TEST(UtilTest, TextsThatAreBothEmptyAreEqual) {
   EXPECT_FALSE(Util::stringsEqualIgnoreCase("\xC4", "\xE4")) << "bytes, not letters of some encoding";
 }
 
-// What the catalog at hand gives; the name itself where it holds no such message.
-std::string textOr(uint32_t number, const char* identifier, const char* name) {
-  const std::string text = messageText(number, identifier);
-  return text.empty() ? name : text;
+class UtilTranslationTest : public ::testing::Test {
+ protected:
+  ~UtilTranslationTest() override { closeMessages(); }
+  void openCatalogs() { ASSERT_EQ(initializeMessages("nrvna.cat", SCAN_NLS_DIRECTORY, 1, 1, 0), 0); }
+};
+
+TEST_F(UtilTranslationTest, NamesOfTheServersStatisticsBecomeTextsOfTheCatalog) {
+  openCatalogs();
+  uint32_t number = 2380;
+  int identifier = 540;
+  for (const char* const name :
+       {"SQL_NAME_ATRISK", "SQL_NAME_BYACCESS", "SQL_NAME_BYCREATION", "SQL_NAME_BYMODIFICATION",
+        "SQL_NAME_BYMOD", "SQL_NAME_FILE_SIZE", "SQL_NAME_LARGESTDIR", "SQL_NAME_LARGESTFILES",
+        "SQL_NAME_LARGESTORPHANS", "SQL_NAME_OBSOLETEFILES", "SQL_NAME_OLDESTORPHANS",
+        "SQL_NAME_SUMMARY_FILEEXT", "SQL_NAME_SUMMARY_FILESYS", "SQL_NAME_SUMMARY_GROUP",
+        "SQL_NAME_SUMMARY_OWNER", "SQL_NAME_TEMPFILES", "SQL_NAME_WASTED"}) {
+    const std::string text = messageText(number++, "STA0" + std::to_string(identifier++) + "T");
+    ASSERT_NE(text, "") << name;
+    EXPECT_EQ(Util::getTranslatedName(name), text);
+    for (const std::string prefix : {"NRVUser.", "NRVDiskUser.", "NRVFabricUser.", "NRVTapeUser."}) {
+      EXPECT_EQ(Util::getTranslatedName(prefix + name), prefix + text);
+    }
+  }
 }
 
-TEST(UtilTest, NamesOfTheServersStatisticsAreTranslated) {
-  const std::string wasted = textOr(2396, "STA0556T", "SQL_NAME_WASTED");
-  EXPECT_EQ(Util::getTranslatedName("SQL_NAME_WASTED"), wasted);
-  EXPECT_EQ(Util::getTranslatedName("NRVUser.SQL_NAME_WASTED"), "NRVUser." + wasted);
-  EXPECT_EQ(Util::getTranslatedName("NRVTapeUser.SQL_NAME_BYMOD"),
-            "NRVTapeUser." + textOr(2384, "STA0544T", "SQL_NAME_BYMOD"));
-
+TEST_F(UtilTranslationTest, OtherNamesComeBackAsTheyAre) {
+  openCatalogs();
   for (const char* const name :
        {"", "SQL", "SQL_", "SQL_NAME_", "SQL_NAME_UNKNOWN", "NRVUser.", "NRVUser.mine",
-        "NRVUserSQL_NAME_WASTED", "my SQL_NAME_WASTED", "SQL_NAME_WASTED2"}) {
+        "NRVUserSQL_NAME_WASTED", "Other.SQL_NAME_WASTED", "my SQL_NAME_WASTED", "SQL_NAME_WASTED2"}) {
     EXPECT_EQ(Util::getTranslatedName(name), name);
   }
+}
+
+TEST_F(UtilTranslationTest, WithoutACatalogANameStaysWhatItIs) {
+  EXPECT_EQ(Util::getTranslatedName("NRVUser.SQL_NAME_WASTED"), "NRVUser.SQL_NAME_WASTED");
 }
 
 }  // namespace

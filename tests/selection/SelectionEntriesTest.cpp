@@ -292,15 +292,15 @@ TEST(SelectionEvaluationTest, OneSelectionNotesItsGroupPatternsOnce) {
 }
 
 TEST(SelectionEvaluationTest, AMonitoredDirectoryMayBeTheRootWithoutItsSlash) {
-  // The walk spells it so for the directory's own test; nothing lies below it then, and no text before its
-  // end.
-  Entry root("/m/", {}, "");
-  root.type(3).path("/m");
-  EXPECT_TRUE(selects(*compiled(text("=F/m")), root.info()));
-  EXPECT_FALSE(selects(*compiled(text("=F%/m")), root.info()));
-  EXPECT_FALSE(selects(*compiled(text("=Fm")), root.info()));
-  root.path("");
-  EXPECT_TRUE(selects(*compiled(text("=F/")), root.info()));
+  // The walk spells it so for the directory's own test. Nothing lies below it then, and nothing may be read
+  // behind its end.
+  Entry root("/a/long/way/to/the/mount/point/", {}, "");
+  root.type(3).path("/a/long/way/to/the/mount/point");
+  EXPECT_TRUE(selects(*compiled(text("=F/a/long/way/to/the/mount/point")), root.info()));
+  EXPECT_FALSE(selects(*compiled(text("=F%/point")), root.info()));
+  EXPECT_FALSE(selects(*compiled(text("=Fpoint")), root.info()));
+  Entry slash("/", {}, "");
+  EXPECT_TRUE(selects(*compiled(text("=F/")), slash.path("").info()));
 }
 
 TEST(SelectionEvaluationTest, SumsOfTimesWrapAt32Bits) {
