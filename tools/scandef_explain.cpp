@@ -310,7 +310,7 @@ std::string Explainer::sizeText() {
   while (position_ < expression_.size() && hexDigit(expression_[position_]) >= 0) {
     size = size << 4 | static_cast<uint32_t>(hexDigit(byte()));
   }
-  const auto unit = static_cast<size_t>(byte());
+  const size_t unit = static_cast<unsigned char>(byte());
   return std::to_string(size) + (unit == 0 ? "" : std::string(SIZE_UNITS.substr(unit - 1, 1)));
 }
 

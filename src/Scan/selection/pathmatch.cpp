@@ -123,7 +123,7 @@ class Translation {
 
  private:
   bool isEverything() const {
-    return text_ == "" || text_ == "%" || text_ == "%/" || text_ == "/%" || text_ == "/%/";
+    return text_.empty() || text_ == "%" || text_ == "%/" || text_ == "/%" || text_ == "/%/";
   }
   void translateComponents();
   void translateComponent();
