@@ -79,6 +79,10 @@ std::vector<std::string> SlowMount::requests() const {
   return linesOf(content(journal_));
 }
 
+void SlowMount::forgetRequests() const {
+  std::filesystem::remove(journal_);
+}
+
 bool SlowMount::sees(const std::string& request) const {
   return eventually([&] {
     const auto seen = requests();

@@ -31,6 +31,7 @@ class SlowMount {
   void rule(const std::vector<std::string>& rules) const;
   /// The requests that a rule fitted, in order: "readdir /d".
   std::vector<std::string> requests() const;
+  void forgetRequests() const;
   /// Waits until such a request has come. @return false after ten seconds
   bool sees(const std::string& request) const;
 
