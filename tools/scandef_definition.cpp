@@ -48,6 +48,21 @@ const std::array<StatisticColumn, 28> STATISTIC_COLUMNS = {{
     {ScanVOXTags::SD_WHERE_CLAUSE, "where", Kind::WHERE, "", "count only what is selected, see below"},
 }};
 
+const std::array<FilesystemType, 12> FILESYSTEM_TYPES = {{
+    {"ext2", Filesystem::EXT2},
+    {"ext3", Filesystem::EXT3},
+    {"ext4", Filesystem::EXT4},
+    {"reiserfs", Filesystem::REISERFS},
+    {"vxfs", Filesystem::VXFS},
+    {"vfat", Filesystem::FAT32},
+    {"tmpfs", Filesystem::TMPFS},
+    {"nfs", Filesystem::NFS},
+    {"cifs", Filesystem::CIFS},
+    {"clfs", Filesystem::CLFS},
+    {"mxfs", Filesystem::MXFS},
+    {"fake", Filesystem::FAKE},
+}};
+
 namespace {
 
 // Kinds of statistic, as `sdType` holds them.
@@ -131,7 +146,7 @@ const Cells FILESYSTEM_COLUMNS = {Filesystem::FILESYSTEM_ID,
                                   Filesystem::FILESYSTEM_EXPORTNAME,
                                   Filesystem::FILESYSTEM_SCANNED};
 
-// What the job finds out by itself is left at nothing: kinds and figures come from the mount table.
+// What the job finds out by itself is left at nothing.
 Cells filesystemRow(const MountPoint& filesystem, int32_t computer) {
   Cells cells;
   for (const std::string& column : FILESYSTEM_COLUMNS) {
@@ -143,7 +158,7 @@ Cells filesystemRow(const MountPoint& filesystem, int32_t computer) {
                column == Filesystem::FILESYSTEM_SCANNING_COMPUTERID) {
       cells.push_back(std::to_string(computer));
     } else if (column == Filesystem::FILESYSTEM_TYPE) {
-      cells.push_back("-1");
+      cells.push_back(std::to_string(filesystem.type));
     } else if (column == Filesystem::FILESYSTEM_SCANNED) {
       cells.push_back(ScanVOXTags::VOX_FALSE);
     } else if (column == Filesystem::FILESYSTEM_HOSTNASMNTPT || column == Filesystem::FILESYSTEM_EXPORTNAME) {

@@ -50,13 +50,22 @@ class Statistic {
 };
 
 struct MountPoint {
-  int32_t id;
+  int32_t id = 0;
   std::string path;
+  int16_t type = -1;  ///< kind of the file system, see FILESYSTEM_TYPES; -1 for unknown
 };
+
+/// A kind of file system by the name that a mount table has for it. The job takes the kind from the
+/// definition; it shows in the result, and a few kinds are walked in ways of their own.
+struct FilesystemType {
+  const char* name;
+  int16_t type;
+};
+extern const std::array<FilesystemType, 12> FILESYSTEM_TYPES;
 
 /// A directory to be monitored, or a pattern of directories.
 struct MonitoredDirectory {
-  int32_t id;
+  int32_t id = 0;
   std::string path;
 };
 

@@ -39,10 +39,22 @@ Record numberedPath(const std::string& option, const std::string& value, const s
                                  [](char c) { return c >= '0' && c <= '9'; });
   int32_t highest = 0;
   for (const Record& record : before) highest = std::max(highest, record.id);
-  Record record{hasId ? id(option, value.substr(0, equals)) : highest + 1,
-                hasId ? value.substr(equals + 1) : value};
+  if (!hasId && highest == std::numeric_limits<int32_t>::max())
+    throw UsageError(option + ": no id is left: give one");
+  Record record;
+  record.id = hasId ? id(option, value.substr(0, equals)) : highest + 1;
+  record.path = hasId ? value.substr(equals + 1) : value;
   if (record.path.empty()) throw UsageError(option + ": the path is missing");
   return record;
+}
+
+int16_t filesystemType(const std::string& option, const std::string& value) {
+  std::string names;
+  for (const auto& [name, type] : FILESYSTEM_TYPES) {
+    if (value == name) return type;
+    names += " " + std::string(name);
+  }
+  throw UsageError(option + ": '" + value + "' is none of" + names);
 }
 
 class Parser {
@@ -94,6 +106,10 @@ Parser::Parser() {
   };
   withValue_["--filesystem"] = [&definition](const auto& option, const auto& value) {
     definition.filesystems.push_back(numberedPath(option, value, definition.filesystems));
+  };
+  withValue_["--type"] = [&definition](const auto& option, const auto& value) {
+    if (definition.filesystems.empty()) throw UsageError(option + " belongs behind a --filesystem");
+    definition.filesystems.back().type = filesystemType(option, value);
   };
   withValue_["--monitor"] = [&definition](const auto& option, const auto& value) {
     definition.directories.push_back(numberedPath(option, value, definition.directories));
@@ -229,6 +245,9 @@ std::string helpText() {
       "Writes a scan definition, so that a scan can be started without a server.\n"
       "\n"
       "  --filesystem [ID=]MOUNTPOINT    scan this file system; ids are counted unless given\n"
+      "  --type NAME                     kind of the file system before: ext2 ext3 ext4 reiserfs vxfs vfat "
+      "tmpfs\n"
+      "                                  nfs cifs clfs mxfs fake\n"
       "  --monitor [ID=]DIRECTORY        a directory, or a pattern, for the statistics of --directories\n"
       "  --job NAME                      name of the job (scan)\n"
       "  --computer ID                   id of this computer (1)\n"

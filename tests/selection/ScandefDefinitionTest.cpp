@@ -37,11 +37,12 @@ constexpr const char* HEADER =
     "[ResultsByFS]\n"
     "[/Header]\n";
 
-std::string filesystemRow(int id, const std::string& path, int computer) {
+std::string filesystemRow(int id, const std::string& path, int computer, int type = -1) {
   const std::string computerCell = "\"" + std::to_string(computer) + "\"";
   return "[Filesystem]\n\"" + std::to_string(id) + "\"," + computerCell +
-         ",\"0\",\"0\",\"0\",\"0\",\"0\",\"0\",\"0\",\"0\",\"0\",\"0\",\"0\",\"0\",\"0\",\"-1\",\"0\",\"" +
-         path + "\",null,\"0\"," + computerCell + ",null,\"N\"\n[/Filesystem]\n";
+         ",\"0\",\"0\",\"0\",\"0\",\"0\",\"0\",\"0\",\"0\",\"0\",\"0\",\"0\",\"0\",\"0\",\"" +
+         std::to_string(type) + "\",\"0\",\"" + path + "\",null,\"0\"," + computerCell +
+         ",null,\"N\"\n[/Filesystem]\n";
 }
 
 std::string definitionOf(const std::vector<std::string>& arguments) {
@@ -70,6 +71,8 @@ TEST(ScandefDefinitionTest, EverythingThatCanBeAskedFor) {
                           "5=/srv/a\"b",
                           "--filesystem",
                           "/var",
+                          "--type",
+                          "ext4",
                           "--monitor",
                           "/srv/pro*",
                           "--monitor=3=/srv/x",
@@ -122,7 +125,7 @@ TEST(ScandefDefinitionTest, EverythingThatCanBeAskedFor) {
             std::string(HEADER) +
                 "[AgentScan]\n"
                 "\"nightly\",\"17\"\n" +
-                filesystemRow(5, "/srv/a\"\"b", 17) + filesystemRow(6, "/var", 17) +
+                filesystemRow(5, "/srv/a\"\"b", 17) + filesystemRow(6, "/var", 17, 23) +
                 "[MonDirSpec]\n"
                 "\"1\",\"1\",\"0\",\"/srv/pro*\",\"N\"\n"
                 "[/MonDirSpec]\n"
@@ -140,7 +143,7 @@ TEST(ScandefDefinitionTest, EverythingThatCanBeAskedFor) {
                 "\"Y\",\"Y\",\"Y\",\"Y\",\"Y\",\"Y\",\"N\",\"N\",\"N\",\"32767\",\"7\",\"8\",\"9\",\"N\","
                 "\"33,61,84,0,0,0,1\"\n"
                 "[ResultsByFS]\n" +
-                filesystemRow(6, "/var", 17) +
+                filesystemRow(6, "/var", 17, 23) +
                 "[/ResultsByFS]\n"
                 "[/CuStatDef]\n"
                 "[CuStatDef]\n"
@@ -203,6 +206,11 @@ TEST(ScandefOptionsTest, AnUnusableCommandLineIsRefusedWithTheReason) {
            {{"--filesystem="}, "--filesystem: the path is missing"},
            {{"--filesystem", "7="}, "--filesystem: the path is missing"},
            {{"--filesystem", "0=/"}, "--filesystem: '0' is no number from 1 to 2147483647"},
+           {{"--type", "ext4"}, "--type belongs behind a --filesystem"},
+           {{"--filesystem", "/", "--type", "zfs"},
+            "--type: 'zfs' is none of ext2 ext3 ext4 reiserfs vxfs vfat tmpfs nfs cifs clfs mxfs fake"},
+           {{"--filesystem", "2147483647=/", "--filesystem", "/home"},
+            "--filesystem: no id is left: give one"},
            {{"--summary"}, "--summary belongs behind a --statistic"},
            {{"--statistic", ""}, "--statistic: the name is missing"},
            {{"--statistic", "x", "--summary=Y"}, "--summary takes no value"},
