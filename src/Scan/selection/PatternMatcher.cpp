@@ -41,8 +41,7 @@ class ClassicLocale {
 
 }  // namespace
 
-// --- The program
-// ---------------------------------------------------------------------------------------------
+// --- The program ---
 
 bool PatternProgram::read(const std::string& expression) {
   steps_.clear();
@@ -207,8 +206,7 @@ bool PatternProgram::matches(const char* text) const {
   }
 }
 
-// --- The matcher
-// ---------------------------------------------------------------------------------------------
+// --- The matcher ---
 
 /// Owns a regex_t that regcomp has filled.
 struct PatternMatcher::Regex {

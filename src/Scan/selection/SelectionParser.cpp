@@ -62,8 +62,7 @@ SelectTree SelectionParser::parse() {
   }
 }
 
-// --- Operators
-// -----------------------------------------------------------------------------------------------
+// --- Operators ---
 
 // Takes "&", "|" or "!" and leaves it open until its children have been read.
 bool SelectionParser::openOperator() {
@@ -114,8 +113,7 @@ void SelectionParser::recordOpenOperators() {
   }
 }
 
-// --- Tests
-// ---------------------------------------------------------------------------------------------------
+// --- Tests ---
 
 // Any expression but an operator. Null after an error, which has been recorded.
 SelectTree SelectionParser::parseTest() {
@@ -218,8 +216,7 @@ SelectionContext SelectionParser::parseBetween(selectNode& node) {
   return term.code;
 }
 
-// --- Match terms
-// ---------------------------------------------------------------------------------------------
+// --- Match terms ---
 
 SelectionParser::TermResult SelectionParser::parseMatchTerm(selectNode& node) {
   if (atEnd()) {
@@ -313,8 +310,7 @@ SelectionParser::Pattern SelectionParser::parsePattern(selectNode& node, int32_t
   return Pattern::COMPILED;
 }
 
-// --- Compare terms
-// -------------------------------------------------------------------------------------------
+// --- Compare terms ---
 
 SelectionParser::TermResult SelectionParser::parseCompareTerm(uint32_t flags, selectNode& node) {
   if (atEnd()) {
@@ -413,8 +409,7 @@ bool SelectionParser::parseNumber(uint32_t& number) {
   return true;
 }
 
-// --- Errors
-// --------------------------------------------------------------------------------------------------
+// --- Errors ---
 
 void SelectionParser::record(size_t position, char code) {
   errors_ += static_cast<char>(position & 0xFF);
