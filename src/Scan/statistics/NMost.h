@@ -28,7 +28,8 @@ template <typename Record>
 class NMost {
  public:
   /// @param nMaxToRetain N; below 1 nothing ranks
-  explicit NMost(int32_t nMaxToRetain) : nMaxToRetain_(nMaxToRetain < 0 ? 0 : nMaxToRetain) {
+  explicit NMost(int32_t nMaxToRetain)
+      : nMaxToRetain_(nMaxToRetain < 0 ? 0 : static_cast<size_t>(nMaxToRetain)) {
     TRACE(TR_MAX, "NMost::NMost() : Max. to retain = %d.\n", nMaxToRetain);
   }
 
