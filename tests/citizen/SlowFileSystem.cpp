@@ -7,7 +7,8 @@
 // RULES is read again and again; one rule a line, the first that fits counts:
 //   <getattr|opendir|readdir|statfs> <pattern of the path, as fnmatch(3) takes it> <milliseconds|hang>
 // JOURNAL gets a line "<operation> <path>" for each request that a rule fits, before it waits. Nothing is
-// cached, so each lookup of a name is one getattr.
+// cached, so each lookup of a name is one getattr. While one waits, the kernel lets nobody else look into its
+// directory, nor read it: a name that is to hang alone needs a directory of its own.
 
 #define FUSE_USE_VERSION 312
 

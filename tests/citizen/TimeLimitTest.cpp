@@ -1,0 +1,267 @@
+#include <signal.h>
+#include <sys/statvfs.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+
+#include "citizen/AgentStandIn.h"
+#include "citizen/SlowJob.h"
+#include "common/TemporaryDirectory.h"
+#include "system/MountedFileSystem.h"
+#include "system/ResultFile.h"
+
+namespace agent::test {
+namespace {
+
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+using ::testing::AllOf;
+using ::testing::Ge;
+using ::testing::IsSupersetOf;
+using ::testing::Le;
+using ::testing::Lt;
+
+using Words = std::vector<std::string>;
+
+/// How many entries a directory of /proc/PID has: threads in "task", open descriptors in "fd".
+long count(pid_t process, const char* what) {
+  std::error_code gone;
+  const fs::directory_iterator entries("/proc/" + std::to_string(process) + "/" + what, gone);
+  return gone ? 0 : std::distance(entries, fs::directory_iterator());
+}
+
+/// A process that has ended has no descriptors any more, even before it has been waited for.
+bool isRunning(pid_t process) {
+  return count(process, "fd") > 0;
+}
+
+/// A request that hangs stands for a call into a hard mount whose server has died.
+class TimeLimitTest : public SlowJob {
+ protected:
+  void file(const std::string& name) const {
+    fs::create_directories(fs::path(slow_.tree() + "/" + name).parent_path());
+    std::ofstream(slow_.tree() + "/" + name) << "";
+  }
+
+  /// Runs a job with a limit of one second under some rules.
+  Outcome scan(const Words& rules, const std::function<void(pid_t)>& act = {}) {
+    slow_.rule(rules);
+    Launch launch = tree_.launch({"-nfstimeout", "1"});
+    launch.whileRunning = act;
+    const auto start = std::chrono::steady_clock::now();
+    const Outcome outcome = run(launch);
+    took_ = std::chrono::steady_clock::now() - start;
+    return outcome;
+  }
+
+  std::string unreadable(const std::string& name) const {
+    return "STA0063E Unable to read the attributes of \"" + slow_.path() + "/" + name +
+           "\": Stale file handle. The entry is not counted; the scan goes on.";
+  }
+  std::string unopened(const std::string& name) const {
+    return "STA0121E Unable to open the directory \"" + slow_.path() + "/" + name +
+           "\": Stale file handle. Its content is not counted; the scan goes on.";
+  }
+  static std::string walked(int entries) {
+    return "AGT0144I The file system has been walked: " + std::to_string(entries) + " entries scanned.";
+  }
+  /// What the job logged behind its start and the names of the file systems.
+  Words walkLog(size_t filesystems = 1) const {
+    Words log = tree_.logLines();
+    log.erase(log.begin(), log.begin() + static_cast<std::ptrdiff_t>(std::min(log.size(), 2 + filesystems)));
+    return log;
+  }
+  long long sum(const char* column, int filesystem = 1) const {
+    const ResultFile result(tree_.result());
+    return result.number(result.results(5, filesystem).only("SSummary"), column);
+  }
+
+  std::chrono::duration<double> took_{};
+};
+
+TEST_F(TimeLimitTest, ANameThatIsNotAnsweredInTimeCostsTheLimitAndTheWalkGoesOn) {
+  for (const char* name : {"x/dead", "a", "d/b", "d/c", "d/e/f"}) file(name);
+  for (const char* rule : {"getattr /x/dead hang", "getattr /x/dead 1300"}) {
+    SCOPED_TRACE(rule);
+    define();
+    fs::remove(tree_.logFile());
+
+    EXPECT_EQ(scan({rule}).status, 0);
+
+    EXPECT_EQ(walkLog(), (Words{"STA0025I Scanning the file system \"" + slow_.path() + "/\".",
+                                unreadable("x/dead"), walked(9), "STA0161I The scan is complete."}));
+    EXPECT_EQ(sum("sumFileCount"), 4);
+    EXPECT_EQ(sum("sumDirectoryCount"), 4);
+    EXPECT_THAT(took_.count(), AllOf(Ge(1.0), Lt(2.6))) << "the name and, if it hangs, its directory's end";
+  }
+}
+
+TEST_F(TimeLimitTest, TheNamesBesideOneThatIsAnsweredLateAreCounted) {
+  for (int i = 0; i < 40; ++i) file("f" + std::to_string(i));
+  define();
+
+  EXPECT_EQ(scan({"getattr /f20 1300"}).status, 0);
+
+  EXPECT_EQ(sum("sumFileCount"), 39);
+  EXPECT_EQ(walkLog()[1], unreadable("f20"));
+}
+
+TEST_F(TimeLimitTest, ADirectoryThatCannotBeReadInTimeCountsAsEmpty) {
+  for (const char* name : {"a", "b/c", "d/e"}) file(name);
+  struct Case {
+    std::string rule;
+    Words told;
+  };
+  for (const Case& c : {Case{"opendir /b hang", {unopened("b")}}, Case{"readdir /b hang", {}}}) {
+    SCOPED_TRACE(c.rule);
+    define();
+    fs::remove(tree_.logFile());
+
+    EXPECT_EQ(scan({c.rule}).status, 0);
+
+    EXPECT_THAT(walkLog(), IsSupersetOf(c.told));
+    EXPECT_EQ(sum("sumFileCount"), 2);
+    EXPECT_EQ(sum("sumDirectoryCount"), 3);
+    EXPECT_THAT(took_.count(), AllOf(Ge(1.0), Lt(2.0)));
+  }
+}
+
+TEST_F(TimeLimitTest, AMountThatIsDeadFromTheStartIsGivenUpAndTheOthersAreScanned) {
+  const auto alive = MountedFileSystem::tmpfs(tree_.room("alive"));
+  std::ofstream(alive.path() + "/file") << "";
+  tree_.define(summaryOf({alive.path(), slow_.path()}).text());
+
+  EXPECT_EQ(scan({"statfs / hang"}).status, 4);
+
+  EXPECT_EQ(walkLog(2), (Words{"STA0096E Unable to read the space figures of a file system: " + slow_.path() +
+                                   " - Stale file handle. The file system is not scanned.",
+                               "STA0025I Scanning the file system \"" + alive.path() + "/\".", walked(2),
+                               "STA0161I The scan is complete."}));
+  EXPECT_EQ(sum("sumFileCount"), 1);
+  EXPECT_EQ(ResultFile(tree_.result()).root().all("Filesystem").size(), 1u);
+}
+
+TEST_F(TimeLimitTest, ARootThatCannotBeOpenedIsNoEmptyFileSystem) {
+  file("a");
+  define();
+
+  EXPECT_EQ(scan({"opendir / hang"}).status, 4);
+
+  EXPECT_EQ(walkLog(), (Words{"STA0025I Scanning the file system \"" + slow_.path() + "/\".",
+                              "STA0121E Unable to open the directory \"" + slow_.path() +
+                                  "\": Stale file handle. Its content is not counted; the scan goes on.",
+                              "STA0161I The scan is complete."}));
+}
+
+TEST_F(TimeLimitTest, TheLimitHoldsInAStormOfSignals) {
+  file("x/dead");
+  file("b");
+  define();
+
+  const Outcome outcome = scan({"getattr /x/dead hang"}, [&](pid_t job) {
+    EXPECT_TRUE(slow_.sees("getattr /x/dead"));
+    while (isRunning(job)) {
+      for (const int harmless : {SIGCONT, SIGHUP, SIGPIPE, SIGCHLD, SIGWINCH, SIGURG}) kill(job, harmless);
+      std::this_thread::sleep_for(100us);
+    }
+  });
+
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(sum("sumFileCount"), 1);
+  EXPECT_THAT(took_.count(), AllOf(Ge(1.0), Lt(2.6)));
+}
+
+TEST_F(TimeLimitTest, SignalsCutNoCallShort) {
+  for (int i = 0; i < 60; ++i) file("f" + std::to_string(i));
+  define();
+
+  const Outcome outcome = scan({"getattr /f* 15"}, [&](pid_t job) {
+    EXPECT_TRUE(eventually([&] { return !slow_.requests().empty(); }));
+    EXPECT_TRUE(eventually([&] {
+      for (int i = 0; i < 50; ++i) kill(job, SIGCONT), kill(job, SIGHUP);
+      return slow_.requests().size() > 50;
+    }));
+  });
+
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(sum("sumFileCount"), 60);
+}
+
+// Names that are answered 200 ms too late, one after the other: at no time more than one hangs beside the one
+// that is waited for. The answers come while the walk is elsewhere, and may write nowhere.
+TEST_F(TimeLimitTest, WhatIsAnsweredLateLeavesNothingBehind) {
+  constexpr int DEAD = 12;
+  for (int i = 0; i < DEAD; ++i) file("d" + std::to_string(i) + "/dead");
+  for (int i = 0; i < 50; ++i) file("e" + std::to_string(i) + "/f");
+  define();
+  long threads = 0;
+  long descriptors = 0;
+
+  const Outcome outcome = scan({"getattr */dead 1200"}, [&](pid_t job) {
+    while (slow_.requests().size() < DEAD && isRunning(job)) {
+      threads = std::max(threads, count(job, "task"));
+      descriptors = std::max(descriptors, count(job, "fd"));
+      std::this_thread::sleep_for(10ms);
+    }
+  });
+
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(sum("sumFileCount"), 50);
+  EXPECT_THAT(took_.count(), AllOf(Ge(DEAD * 1.0), Lt(DEAD * 1.2 + 4)));
+  EXPECT_THAT(threads, AllOf(Ge(2), Le(4))) << "the walk, the one that is asked, those that are late";
+  EXPECT_LE(descriptors, 25);
+}
+
+TEST_F(TimeLimitTest, WhatHangsIsFreedAsSoonAsTheServerIsBack) {
+  constexpr int DEAD = 4;
+  constexpr int HANGING = 2 * DEAD;  // with each name, the reading of its directory's end
+  for (int i = 0; i < DEAD; ++i) file("d" + std::to_string(i) + "/dead");
+  define();
+  const std::string go = tree_.scratch() + "/go";
+  const AgentStandIn agent(tree_, "for i in $(seq 500); do [ -e '" + go + "' ] && exit 0; sleep 0.02; done");
+
+  const Outcome outcome = scan({"getattr */dead hang", "readdir / 1"}, [&](pid_t job) {
+    EXPECT_TRUE(slow_.sees("readdir /"));
+    const long before = count(job, "fd");
+    EXPECT_TRUE(eventually([&] { return !agent.told().empty(); }, 20s));
+    EXPECT_THAT(count(job, "task"), AllOf(Ge(1 + HANGING), Le(2 + HANGING)));
+    EXPECT_LE(count(job, "fd"), before + 3 * HANGING);
+    slow_.rule({});
+    EXPECT_TRUE(eventually([&] { return count(job, "task") <= 2; }));
+    EXPECT_LE(count(job, "fd"), before);
+    std::ofstream(go) << "";
+  });
+
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(agent.value("-exitCode"), "0");
+}
+
+TEST_F(TimeLimitTest, FiguresWithALimitAreThoseWithout) {
+  const auto mounted = MountedFileSystem::tmpfs(tree_.room("data"), "size=12M,nr_inodes=777");
+  fs::create_directories(mounted.path() + "/a/b/c");
+  struct statvfs figures = {};
+  ASSERT_EQ(statvfs(mounted.path().c_str(), &figures), 0);
+  const auto blocks = [&](fsblkcnt_t count) {
+    return static_cast<long long>(count * figures.f_frsize / 512);
+  };
+  for (const char* limit : {"0", "1", "-1"}) {
+    SCOPED_TRACE(std::string("-nfstimeout ") + limit);
+    tree_.define(summaryOf({mounted.path()}).text());
+
+    EXPECT_EQ(tree_.scan({"-nfstimeout", limit}).status, 0);
+
+    const ResultFile result(tree_.result());
+    const Node& row = result.root().only("Filesystem");
+    EXPECT_EQ(result.number(row, "fsMaxFiles"), 777);
+    EXPECT_EQ(result.number(row, "fsFreeInodes"), static_cast<long long>(figures.f_favail));
+    EXPECT_EQ(result.number(row, "fsUsedInodes"), static_cast<long long>(figures.f_files - figures.f_ffree));
+    EXPECT_EQ(result.number(row, "fsCapacity"), 12 * 2048);
+    EXPECT_EQ(result.number(row, "fsFreeSpace"), blocks(figures.f_bavail));
+    EXPECT_EQ(result.number(row, "fsUsedSpace"), blocks(figures.f_blocks - figures.f_bavail));
+    EXPECT_EQ(sum("sumDirectoryCount"), 4);
+  }
+}
+
+}  // namespace
+}  // namespace agent::test
