@@ -1,7 +1,10 @@
 #include "Probe/Filesystem.h"
 
+#include <algorithm>
+#include <iterator>
 #include <string_view>
 
+#include "Common/ColumnTable.h"
 #include "Common/GenericPrint.h"
 #include "Common/ScanVOXTags.h"
 #include "Probe/NasFiler.h"
@@ -20,16 +23,41 @@ std::vector<std::string> splitAtCommas(std::string_view cell) {
   return parts;
 }
 
-std::string orNull(const std::string& text) {
-  return text.empty() ? ScanVOXTags::VOX_NULL : text;
-}
-
 std::string joinOrNull(const std::vector<std::string>& parts) {
   if (parts.empty()) return ScanVOXTags::VOX_NULL;
   std::string joined = parts.front();
   for (size_t part = 1; part < parts.size(); ++part) joined += ',' + parts[part];
-  return orNull(joined);
+  return joined.empty() ? ScanVOXTags::VOX_NULL : joined;
 }
+
+// Columns of the printed row, in its order; the list of host mount points stands behind the mount point.
+const Column<Filesystem> COLUMNS[] = {
+    {Filesystem::FILESYSTEM_ID, &Filesystem::fsID},
+    {Filesystem::FILESYSTEM_COMPUTERID, &Filesystem::fsComputerID},
+    {"fsGroupID", &Filesystem::fsGroupID},
+    {"fsLogDiskID", &Filesystem::fsLogDiskID},
+    {"fsLogicalDiskID", &Filesystem::fsLogicalDiskID},
+    {Filesystem::FILESYSTEM_MAXFILES, &Filesystem::fsMaxFiles},
+    {Filesystem::FILESYSTEM_USEDINODES, &Filesystem::fsUsedInodes},
+    {Filesystem::FILESYSTEM_FREEINODES, &Filesystem::fsFreeInodes},
+    {Filesystem::FILESYSTEM_SIZE, &Filesystem::fsPhysicalSize},
+    {Filesystem::FILESYSTEM_CAPACITY, &Filesystem::fsCapacity},
+    {Filesystem::FILESYSTEM_USEDSPACE, &Filesystem::fsUsedSpace},
+    {Filesystem::FILESYSTEM_FREESPACE, &Filesystem::fsFreeSpace},
+    {"fsFileCount", &Filesystem::fsFileCount},
+    {"fsDirectoryCount", &Filesystem::fsDirectoryCount},
+    {"fsScanTime", &Filesystem::fsScanTime},
+    {Filesystem::FILESYSTEM_TYPE, &Filesystem::fsType},
+    {"fsUseCount", &Filesystem::fsUseCount},
+    {Filesystem::FILESYSTEM_MNTPT, &Filesystem::fsMountPoint},
+    {Filesystem::FILESYSTEM_DISCTIME, &Filesystem::fsDiscoveredTime},
+    {Filesystem::FILESYSTEM_SCANNING_COMPUTERID, &Filesystem::fsScanningCompID},
+    {Filesystem::FILESYSTEM_EXPORTNAME, &Filesystem::fsExportName},
+    {Filesystem::FILESYSTEM_SCANNED, &Filesystem::fsScanned}};
+
+// Columns that are read and never printed.
+const Column<Filesystem> READ_ONLY_COLUMNS[] = {{"fsClusterSize", &Filesystem::fsClusterSize},
+                                                {"fsMFTEntrySize", &Filesystem::fsMFTEntrySize}};
 
 }  // namespace
 
@@ -53,104 +81,38 @@ bool Filesystem::isCLFSFileset(int fsType) {
 void Filesystem::inititializeObject(const Row& refHeaderArray, const Rows& refDataArray) {
   const Row& row =
       theRow(refHeaderArray, refDataArray, "ERROR: VoxObjectCreationException exception. Leaving method.");
-  for (size_t column = 0; column < row.size(); ++column) {
-    const std::string_view attribute = refHeaderArray[column];
-    const std::string& cell = row[column];
-    if (attribute == FILESYSTEM_ID) {
-      fsID = toInt32(cell);
-    } else if (attribute == "fsLogicalDiskID") {
-      fsLogicalDiskID = toInt32(cell);
-    } else if (attribute == FILESYSTEM_COMPUTERID) {
-      fsComputerID = toInt32(cell);
-    } else if (attribute == FILESYSTEM_SCANNING_COMPUTERID) {
-      fsScanningCompID = toInt32(cell);
-    } else if (attribute == "fsGroupID") {
-      fsGroupID = toInt32(cell);
-    } else if (attribute == FILESYSTEM_MAXFILES) {
-      fsMaxFiles = toInt64(cell);
-    } else if (attribute == FILESYSTEM_USEDINODES) {
-      fsUsedInodes = toInt32(cell);
-    } else if (attribute == FILESYSTEM_FREEINODES) {
-      fsFreeInodes = toInt32(cell);
-    } else if (attribute == FILESYSTEM_MNTPT) {
-      fsMountPoint = cell;
-    } else if (attribute == FILESYSTEM_HOSTNASMNTPT) {
-      hostNasMountPoints = splitAtCommas(cell);
-    } else if (attribute == FILESYSTEM_SIZE) {
-      fsPhysicalSize = toInt64(cell);
-    } else if (attribute == FILESYSTEM_CAPACITY) {
-      fsCapacity = toInt64(cell);
-    } else if (attribute == FILESYSTEM_USEDSPACE) {
-      fsUsedSpace = toInt64(cell);
-    } else if (attribute == FILESYSTEM_FREESPACE) {
-      fsFreeSpace = toInt64(cell);
-    } else if (attribute == "fsScanTime") {
-      fsScanTime = toInt64(cell);
-    } else if (attribute == FILESYSTEM_TYPE) {
-      fsType = toInt16(cell);
-    } else if (attribute == "fsUseCount") {
-      fsUseCount = toInt16(cell);
-    } else if (attribute == FILESYSTEM_SCANNED) {
-      if (cell == "Y" || cell == "y") fsScanned = true;
-      if (cell == "N" || cell == "n") fsScanned = false;
-    } else if (attribute == FILESYSTEM_DISCTIME) {
-      fsDiscoveredTime = toInt64(cell);
-    } else if (attribute == "fsFileCount") {
-      fsFileCount = toInt32(cell);
-    } else if (attribute == "fsDirectoryCount") {
-      fsDirectoryCount = toInt32(cell);
-    } else if (attribute == FILESYSTEM_EXPORTNAME) {
-      fsExportName = cell;
-    } else if (attribute == "fsLogDiskID") {
-      fsLogDiskID = toInt32(cell);
-    } else if (attribute == "fsClusterSize") {
-      fsClusterSize = toInt32(cell);
-    } else if (attribute == "fsMFTEntrySize") {
-      fsMFTEntrySize = toInt32(cell);
-    }
+  for (size_t index = 0; index < row.size(); ++index) {
+    const std::string_view attribute = refHeaderArray[index];
+    if (attribute == FILESYSTEM_HOSTNASMNTPT) hostNasMountPoints = splitAtCommas(row[index]);
+    const auto storeInto = [&](const Column<Filesystem>& column) {
+      if (attribute == column.tag) storeCell(*this, column, row[index]);
+    };
+    std::for_each(std::begin(COLUMNS), std::end(COLUMNS), storeInto);
+    std::for_each(std::begin(READ_ONLY_COLUMNS), std::end(READ_ONLY_COLUMNS), storeInto);
   }
 }
 
 void Filesystem::printHeader(GenericPrint& print) {
   if (printedHeaders) return;
+  Row names;
+  for (const Column<Filesystem>& column : COLUMNS) {
+    names.emplace_back(column.tag);
+    if (names.back() == FILESYSTEM_MNTPT) names.emplace_back(FILESYSTEM_HOSTNASMNTPT);
+  }
   print.beginNode(FILESYSTEM);
-  print.printHeader({FILESYSTEM_ID,           FILESYSTEM_COMPUTERID, "fsGroupID",
-                     "fsLogDiskID",           "fsLogicalDiskID",     FILESYSTEM_MAXFILES,
-                     FILESYSTEM_USEDINODES,   FILESYSTEM_FREEINODES, FILESYSTEM_SIZE,
-                     FILESYSTEM_CAPACITY,     FILESYSTEM_USEDSPACE,  FILESYSTEM_FREESPACE,
-                     "fsFileCount",           "fsDirectoryCount",    "fsScanTime",
-                     FILESYSTEM_TYPE,         "fsUseCount",          FILESYSTEM_MNTPT,
-                     FILESYSTEM_HOSTNASMNTPT, FILESYSTEM_DISCTIME,   FILESYSTEM_SCANNING_COMPUTERID,
-                     FILESYSTEM_EXPORTNAME,   FILESYSTEM_SCANNED});
+  print.printHeader(names);
   printedHeaders = true;
 }
 
 void Filesystem::printData(GenericPrint& print, bool onlyOnce) {
   if (onlyOnce && printed_) return;
+  Row values;
+  for (const Column<Filesystem>& column : COLUMNS) {
+    values.push_back(printCell(*this, column));
+    if (std::string_view(column.tag) == FILESYSTEM_MNTPT) values.push_back(joinOrNull(hostNasMountPoints));
+  }
   print.beginNode(FILESYSTEM);
-  print.printData({std::to_string(fsID),
-                   std::to_string(fsComputerID),
-                   std::to_string(fsGroupID),
-                   std::to_string(fsLogDiskID),
-                   std::to_string(fsLogicalDiskID),
-                   std::to_string(fsMaxFiles),
-                   std::to_string(fsUsedInodes),
-                   std::to_string(fsFreeInodes),
-                   std::to_string(fsPhysicalSize),
-                   std::to_string(fsCapacity),
-                   std::to_string(fsUsedSpace),
-                   std::to_string(fsFreeSpace),
-                   std::to_string(fsFileCount),
-                   std::to_string(fsDirectoryCount),
-                   std::to_string(fsScanTime),
-                   std::to_string(fsType),
-                   std::to_string(fsUseCount),
-                   orNull(fsMountPoint),
-                   joinOrNull(hostNasMountPoints),
-                   std::to_string(fsDiscoveredTime),
-                   std::to_string(fsScanningCompID),
-                   orNull(fsExportName),
-                   fsScanned ? ScanVOXTags::VOX_TRUE : ScanVOXTags::VOX_FALSE});
+  print.printData(values);
   print.endNode(FILESYSTEM);
   if (onlyOnce) printed_ = true;
 }

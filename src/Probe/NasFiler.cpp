@@ -1,35 +1,31 @@
 #include "Probe/NasFiler.h"
 
+#include "Common/ColumnTable.h"
+
 namespace agent {
+
+namespace {
+
+const Column<NasFiler> COLUMNS[] = {{"nfComputerID", &NasFiler::nfComputerID},
+                                    {"nfNameFormat", &NasFiler::nfNameFormat},
+                                    {"nfName", &NasFiler::nfName},
+                                    {"nfNetworkName", &NasFiler::nfNetworkName},
+                                    {"nfAlias", &NasFiler::nfAlias},
+                                    {"nfIPAddress", &NasFiler::nfIPAddress},
+                                    {"nfManufacturer", &NasFiler::nfManufacturer},
+                                    {"nfOSType", &NasFiler::nfOSType},
+                                    {"nfNameSpace", &NasFiler::nfNameSpace},
+                                    {"nfCIMOM", &NasFiler::nfCIMOM},
+                                    {"nfVersion", &NasFiler::nfVersion}};
+
+}  // namespace
 
 void NasFiler::initializeObject(const Row& refHeaderArray, const Rows& refDataArray) {
   const Row& row =
       theRow(refHeaderArray, refDataArray, "ERROR: VoxObjectCreationException exception. Leaving method.");
-  for (size_t column = 0; column < row.size(); ++column) {
-    const std::string& attribute = refHeaderArray[column];
-    const std::string& cell = row[column];
-    if (attribute == "nfComputerID") {
-      nfComputerID = toInt32(cell);
-    } else if (attribute == "nfNameFormat") {
-      nfNameFormat = toInt32(cell);
-    } else if (attribute == "nfName") {
-      nfName = cell;
-    } else if (attribute == "nfNetworkName") {
-      nfNetworkName = cell;
-    } else if (attribute == "nfAlias") {
-      nfAlias = cell;
-    } else if (attribute == "nfIPAddress") {
-      nfIPAddress = cell;
-    } else if (attribute == "nfManufacturer") {
-      nfManufacturer = cell;
-    } else if (attribute == "nfOSType") {
-      nfOSType = toInt16(cell);
-    } else if (attribute == "nfNameSpace") {
-      nfNameSpace = cell;
-    } else if (attribute == "nfCIMOM") {
-      nfCIMOM = cell;
-    } else if (attribute == "nfVersion") {
-      nfVersion = toInt32(cell);
+  for (size_t index = 0; index < row.size(); ++index) {
+    for (const Column<NasFiler>& column : COLUMNS) {
+      if (refHeaderArray[index] == column.tag) storeCell(*this, column, row[index]);
     }
   }
 }

@@ -5,6 +5,7 @@
 #include <unordered_map>
 #include <variant>
 
+#include "Common/ColumnTable.h"
 #include "Common/GenericPrint.h"
 #include "Common/ScanVOXTags.h"
 #include "Common/VoxObjectCreationException.h"
@@ -15,44 +16,35 @@ namespace agent {
 
 namespace {
 
-/// Where a column's value goes.
-using Field =
-    std::variant<int32_t CuStatDef::*, int16_t CuStatDef::*, bool CuStatDef::*, std::string CuStatDef::*>;
-
-struct Column {
-  const char* tag;
-  Field field;
-};
-
 // Order of the result file's columns. The where clause, its last one, has a form of its own in definitions.
-const Column COLUMNS[] = {{ScanVOXTags::SD_ID, &CuStatDef::sdID},
-                          {ScanVOXTags::SD_ALERT_ID, &CuStatDef::sdAlertID},
-                          {ScanVOXTags::SD_CREATOR, &CuStatDef::sdCreator},
-                          {ScanVOXTags::SD_NAME, &CuStatDef::sdName},
-                          {ScanVOXTags::SD_DESC, &CuStatDef::sdDescription},
-                          {ScanVOXTags::SD_TYPE, &CuStatDef::sdType},
-                          {ScanVOXTags::SD_SHARE, &CuStatDef::sdShare},
-                          {ScanVOXTags::SD_LARGEST_DIRS, &CuStatDef::sdLargestDirectories},
-                          {ScanVOXTags::SD_LARGEST_FILES, &CuStatDef::sdLargestFiles},
-                          {ScanVOXTags::SD_LEAST_ACCESS, &CuStatDef::sdLeastAccessed},
-                          {ScanVOXTags::SD_OLDEST_NO_BACKUP, &CuStatDef::sdOldestNotBackedUp},
-                          {ScanVOXTags::SD_LARGEST_ORPHANS, &CuStatDef::sdLargestOrphans},
-                          {ScanVOXTags::SD_OLDEST_ORPHANS, &CuStatDef::sdOldestOrphans},
-                          {ScanVOXTags::SD_SUMMARY, &CuStatDef::sdSummary},
-                          {ScanVOXTags::SD_SIZE_DIST, &CuStatDef::sdSizeDistribution},
-                          {ScanVOXTags::SD_GRP_BY_OWNER, &CuStatDef::sdGroupByOwner},
-                          {ScanVOXTags::SD_GRP_BY_GRP, &CuStatDef::sdGroupByGroup},
-                          {ScanVOXTags::SD_GRP_BY_ACCESS, &CuStatDef::sdGroupByAccess},
-                          {ScanVOXTags::SD_GRP_BY_MOD, &CuStatDef::sdGroupByMod},
-                          {ScanVOXTags::SD_GRP_BY_CREATION, &CuStatDef::sdGroupByCreation},
-                          {ScanVOXTags::SD_GRP_BY_BACKUP, &CuStatDef::sdGroupByBackup},
-                          {ScanVOXTags::SD_WIN_FILE_TYPE, &CuStatDef::sdWinOnlyFileType},
-                          {ScanVOXTags::SD_LARGEST_FTYPES, &CuStatDef::sdLargestFileTypes},
-                          {ScanVOXTags::SD_DAILY_RETENTION, &CuStatDef::sdDailyRetention},
-                          {ScanVOXTags::SD_WEEKLY_RETENTION, &CuStatDef::sdWeeklyRetention},
-                          {ScanVOXTags::SD_MONTHLY_RETENTION, &CuStatDef::sdMonthlyRetention},
-                          {ScanVOXTags::SD_HAS_BACKUP_ACTION, &CuStatDef::sdHasBackupAction},
-                          {ScanVOXTags::SD_WHERE_CLAUSE, &CuStatDef::sdWhereClause}};
+const Column<CuStatDef> COLUMNS[] = {{ScanVOXTags::SD_ID, &CuStatDef::sdID},
+                                     {ScanVOXTags::SD_ALERT_ID, &CuStatDef::sdAlertID},
+                                     {ScanVOXTags::SD_CREATOR, &CuStatDef::sdCreator},
+                                     {ScanVOXTags::SD_NAME, &CuStatDef::sdName},
+                                     {ScanVOXTags::SD_DESC, &CuStatDef::sdDescription},
+                                     {ScanVOXTags::SD_TYPE, &CuStatDef::sdType},
+                                     {ScanVOXTags::SD_SHARE, &CuStatDef::sdShare},
+                                     {ScanVOXTags::SD_LARGEST_DIRS, &CuStatDef::sdLargestDirectories},
+                                     {ScanVOXTags::SD_LARGEST_FILES, &CuStatDef::sdLargestFiles},
+                                     {ScanVOXTags::SD_LEAST_ACCESS, &CuStatDef::sdLeastAccessed},
+                                     {ScanVOXTags::SD_OLDEST_NO_BACKUP, &CuStatDef::sdOldestNotBackedUp},
+                                     {ScanVOXTags::SD_LARGEST_ORPHANS, &CuStatDef::sdLargestOrphans},
+                                     {ScanVOXTags::SD_OLDEST_ORPHANS, &CuStatDef::sdOldestOrphans},
+                                     {ScanVOXTags::SD_SUMMARY, &CuStatDef::sdSummary},
+                                     {ScanVOXTags::SD_SIZE_DIST, &CuStatDef::sdSizeDistribution},
+                                     {ScanVOXTags::SD_GRP_BY_OWNER, &CuStatDef::sdGroupByOwner},
+                                     {ScanVOXTags::SD_GRP_BY_GRP, &CuStatDef::sdGroupByGroup},
+                                     {ScanVOXTags::SD_GRP_BY_ACCESS, &CuStatDef::sdGroupByAccess},
+                                     {ScanVOXTags::SD_GRP_BY_MOD, &CuStatDef::sdGroupByMod},
+                                     {ScanVOXTags::SD_GRP_BY_CREATION, &CuStatDef::sdGroupByCreation},
+                                     {ScanVOXTags::SD_GRP_BY_BACKUP, &CuStatDef::sdGroupByBackup},
+                                     {ScanVOXTags::SD_WIN_FILE_TYPE, &CuStatDef::sdWinOnlyFileType},
+                                     {ScanVOXTags::SD_LARGEST_FTYPES, &CuStatDef::sdLargestFileTypes},
+                                     {ScanVOXTags::SD_DAILY_RETENTION, &CuStatDef::sdDailyRetention},
+                                     {ScanVOXTags::SD_WEEKLY_RETENTION, &CuStatDef::sdWeeklyRetention},
+                                     {ScanVOXTags::SD_MONTHLY_RETENTION, &CuStatDef::sdMonthlyRetention},
+                                     {ScanVOXTags::SD_HAS_BACKUP_ACTION, &CuStatDef::sdHasBackupAction},
+                                     {ScanVOXTags::SD_WHERE_CLAUSE, &CuStatDef::sdWhereClause}};
 
 /// The bytes of a where clause, which a definition carries as signed decimal numbers.
 std::string decodeWhereClause(std::string_view cell) {
@@ -71,42 +63,24 @@ std::string decodeWhereClause(std::string_view cell) {
   }
 }
 
-/// Takes a definition's cell into a field. A boolean cell of any other text leaves the field as it was.
-void store(CuStatDef& definition, const Column& column, const std::string& cell) {
+/// Takes a definition's cell into a field. Flags of a statistic know two more words than those of other
+/// records.
+void store(CuStatDef& definition, const Column<CuStatDef>& column, const std::string& cell) {
   if (std::string_view(column.tag) == ScanVOXTags::SD_WHERE_CLAUSE) {
     definition.sdWhereClause = decodeWhereClause(cell);
-  } else if (const auto* number = std::get_if<int32_t CuStatDef::*>(&column.field)) {
-    definition.** number = toInt32(cell);
-  } else if (const auto* shortNumber = std::get_if<int16_t CuStatDef::*>(&column.field)) {
-    definition.** shortNumber = toInt16(cell);
-  } else if (const auto* text = std::get_if<std::string CuStatDef::*>(&column.field)) {
-    definition.** text = cell;
-  } else if (const auto* flag = std::get_if<bool CuStatDef::*>(&column.field)) {
-    if (cell == "Y" || cell == "y" || cell == "true") definition.** flag = true;
-    if (cell == "N" || cell == "n" || cell == "false") definition.** flag = false;
+  } else if (std::holds_alternative<bool CuStatDef::*>(column.field)) {
+    storeCell(definition, column, cell == "true" ? "Y" : cell == "false" ? "N" : cell);
+  } else {
+    storeCell(definition, column, cell);
   }
-}
-
-std::string print(const CuStatDef& definition, const Column& column) {
-  if (const auto* number = std::get_if<int32_t CuStatDef::*>(&column.field)) {
-    return std::to_string(definition.**number);
-  }
-  if (const auto* shortNumber = std::get_if<int16_t CuStatDef::*>(&column.field)) {
-    return std::to_string(definition.**shortNumber);
-  }
-  if (const auto* flag = std::get_if<bool CuStatDef::*>(&column.field)) {
-    return definition.**flag ? ScanVOXTags::VOX_TRUE : ScanVOXTags::VOX_FALSE;
-  }
-  const std::string& text = definition.*std::get<std::string CuStatDef::*>(column.field);
-  return text.empty() ? ScanVOXTags::VOX_NULL : text;
 }
 
 /// The columns that a definition fills, by name. Scoring columns and unknown ones aren't among them: they are
 /// accepted and dropped. Nor is the flag for a backup action, which no definition of this job carries.
-const Column* findColumn(const std::string& attribute) {
+const Column<CuStatDef>* findColumn(const std::string& attribute) {
   static const auto byName = [] {
-    std::unordered_map<std::string_view, const Column*> columns;
-    for (const Column& column : COLUMNS) columns.emplace(column.tag, &column);
+    std::unordered_map<std::string_view, const Column<CuStatDef>*> columns;
+    for (const Column<CuStatDef>& column : COLUMNS) columns.emplace(column.tag, &column);
     columns.erase(ScanVOXTags::SD_HAS_BACKUP_ACTION);
     return columns;
   }();
@@ -117,7 +91,7 @@ const Column* findColumn(const std::string& attribute) {
 }  // namespace
 
 void CuStatDef::inititializeObject(const Row& refHeaderArray, const Rows& refDataArray) {
-  std::vector<const Column*> columns;
+  std::vector<const Column<CuStatDef>*> columns;
   for (const std::string& attribute : refHeaderArray) columns.push_back(findColumn(attribute));
   for (const Row& row : refDataArray) {
     requireSameLength(refHeaderArray, row, "exception = 'innerArray.size() != refHeaderArray.size()'.");
@@ -129,13 +103,13 @@ void CuStatDef::inititializeObject(const Row& refHeaderArray, const Rows& refDat
 
 void CuStatDef::printHeader(GenericPrint& print) {
   Row names;
-  for (const Column& column : COLUMNS) names.emplace_back(column.tag);
+  for (const Column<CuStatDef>& column : COLUMNS) names.emplace_back(column.tag);
   print.printHeader(names);
 }
 
 void CuStatDef::printData(GenericPrint& gp, int32_t filter) const {
   Row values;
-  for (const Column& column : COLUMNS) values.push_back(print(*this, column));
+  for (const Column<CuStatDef>& column : COLUMNS) values.push_back(printCell(*this, column));
   gp.beginNode(ScanVOXTags::SD);
   gp.printData(values);
   for (const auto& results : sdResults) {
