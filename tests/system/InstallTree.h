@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "common/TemporaryDirectory.h"
+#include "system/Definition.h"
 #include "system/Process.h"
 
 namespace agent::test {
@@ -56,6 +57,11 @@ class InstallTree {
   Outcome scan(const std::vector<std::string>& furtherArguments = {}) const {
     return run(launch(furtherArguments));
   }
+
+  /// Runs the job until a run begins and ends within one second of the clock: all times in its result are
+  /// then known.
+  /// @return that second; -1 if the job doesn't end with 0
+  long long scanWithinOneSecond(const Definition& definition) const;
 
   /// The lines of a log (the job's own if no file is named) with the time stamp cut, after a look at its
   /// form.

@@ -266,11 +266,11 @@ class StatisticsModel::Gathering {
  public:
   /// @param directory what it is about
   /// @param itself whether its own entry counts
-  Gathering(const StatisticsModel& model, const Record& statistic, const Times& times, size_t directory,
+  Gathering(const StatisticsModel& model, const Record& statistic, long long now, size_t directory,
             bool itself)
       : model_(model),
         statistic_(statistic),
-        times_(times),
+        now_(now),
         directory_(directory),
         id_(numberOf(statistic, "sdID")) {
     // An inode with several names is passed over when the first of them is met.
@@ -372,7 +372,7 @@ class StatisticsModel::Gathering {
       total += entry->blocks;
     }
     return resultNode("SSummary", resultRow(model_.filesystem_, id_, "{fsCapacity}", "{fsFreeSpace}",
-                                            "{fsUsedSpace}", total, files, times_.built, 0, 0, directories));
+                                            "{fsUsedSpace}", total, files, now_, 0, 0, directories));
   }
 
   std::string sizes() const {
@@ -404,9 +404,9 @@ class StatisticsModel::Gathering {
     for (auto& [id, totals] : all) {
       std::partial_sort(totals.sizes.begin(), totals.sizes.begin() + 2, totals.sizes.end(), std::greater<>());
       text += resultNode("SUserOrGroup",
-                         resultRow(model_.filesystem_, id_, totals.files, totals.total, times_.scanStart, 0,
-                                   0, totals.directories, 0, 0, totals.sizes[0], totals.sizes[1],
-                                   times_.scanStart, 0, 0, totals.histogram.cell(totals.histogram.sizes),
+                         resultRow(model_.filesystem_, id_, totals.files, totals.total, now_, 0, 0,
+                                   totals.directories, 0, 0, totals.sizes[0], totals.sizes[1], now_, 0, 0,
+                                   totals.histogram.cell(totals.histogram.sizes),
                                    totals.histogram.cell(totals.histogram.counts)) +
                              resultNode("UserOrGroup", ownerRow(static_cast<unsigned>(id), groups)));
     }
@@ -418,14 +418,14 @@ class StatisticsModel::Gathering {
     Histogram<10> histogram;
     long long sum = 0, aged = 0;
     for (const Entry* entry : counted_) {
-      const long long age = times_.scanStart / 1000 - entry->*time / 1000;
+      const long long age = now_ / 1000 - entry->*time / 1000;
       histogram.add(ageBucket(age), entry->blocks);
       if (age < -DAY) continue;
       sum += age;
       ++aged;
     }
     return resultNode("STimeDist",
-                      resultRow(model_.filesystem_, id_, type, times_.built, aged == 0 ? 0 : sum / aged, 0, 0,
+                      resultRow(model_.filesystem_, id_, type, now_, aged == 0 ? 0 : sum / aged, 0, 0,
                                 histogram.cell(histogram.sizes), histogram.cell(histogram.counts)));
   }
 
@@ -437,18 +437,18 @@ class StatisticsModel::Gathering {
 
   const StatisticsModel& model_;
   const Record& statistic_;
-  const Times& times_;
+  long long now_;
   size_t directory_;
   long long id_;
   std::vector<const Entry*> counted_;
 };
 
-std::string StatisticsModel::results(const Record& statistic, const Times& times) const {
-  return Gathering(*this, statistic, times, 0, true).text();
+std::string StatisticsModel::results(const Record& statistic, long long now) const {
+  return Gathering(*this, statistic, now, 0, true).text();
 }
 
-std::string StatisticsModel::results(const Record& statistic, const Times& times, size_t directory) const {
-  return Gathering(*this, statistic, times, directory, false).text();
+std::string StatisticsModel::results(const Record& statistic, long long now, size_t directory) const {
+  return Gathering(*this, statistic, now, directory, false).text();
 }
 
 }  // namespace agent::test

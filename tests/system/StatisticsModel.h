@@ -36,17 +36,12 @@ class StatisticsModel {
   /// The directories in the order in which a walk leaves them.
   const std::vector<size_t>& left() const { return left_; }
 
-  /// The times that only the run itself knows, in milliseconds.
-  struct Times {
-    long long scanStart;  ///< fsScanTime
-    long long built;      ///< when the statistic was set up
-  };
-
   /// The CuStatResults node of a statistic about the whole tree.
-  std::string results(const Record& statistic, const Times& times) const;
+  /// @param now the second in which the scan took place, in milliseconds
+  std::string results(const Record& statistic, long long now) const;
   /// The same about a monitored directory: its own entry is not in it.
-  std::string results(const Record& statistic, const Times& times, size_t directory) const;
-  /// The SMonDir node of a directory that these specs met, each a row.
+  std::string results(const Record& statistic, long long now, size_t directory) const;
+  /// The SMonDir node of a directory that these specs met, a row each.
   std::string monitored(size_t directory, const std::string& specs) const;
 
  private:
