@@ -4,6 +4,7 @@
 
 #include "citizen/PrivateEtc.h"
 #include "citizen/Results.h"
+#include "citizen/SlowMount.h"
 #include "common/TemporaryDirectory.h"
 #include "system/Definition.h"
 #include "system/InstallTree.h"
@@ -13,6 +14,7 @@ namespace agent::test {
 namespace {
 
 namespace fs = std::filesystem;
+using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsSupersetOf;
@@ -55,13 +57,13 @@ class FilerTest : public ::testing::Test {
     etc_.mounts(lines);
   }
 
-  Outcome scan(Definition definition) const {
+  Outcome scan(Definition definition, const Words& options = {}) const {
     definition.add(statistic(5, 3, "all")
                        .set("sdSummary", "Y")
                        .set("sdLargestFiles", 100)
                        .set("sdLargestDirectories", 100));
     tree_.define(definition.text());
-    return tree_.scan();
+    return tree_.scan(options);
   }
 
   /// What the job logged about mounts: between its start and the first walk.
@@ -317,6 +319,23 @@ TEST_F(FilerTest, AClusterFileSetIsFoundByTheClustersNameAndBeginsAtTheTop) {
   EXPECT_THAT(namesIn(result, result.results(5, 1)), ElementsAre("/cluster1/file"));
   EXPECT_THAT(namesIn(result, result.results(5, 1), "SDirectory"),
               ::testing::UnorderedElementsAre("/", "/cluster1"));
+}
+
+TEST_F(FilerTest, ANameThatIsLostIsToldAsThisHostKnowsIt) {
+  SlowMount dead(tree_.scratch());
+  if (!dead) GTEST_SKIP() << dead.whyNot();
+  std::ofstream(dead.tree() + "/file") << "content";
+  dead.rule({"getattr /file hang"});
+  etc_.mounts({"net1:/vol/users " + dead.path() + " nfs"});
+
+  EXPECT_EQ(scan(Definition().add(withFiler(filesystem(1, "/vol/users", 15), {"net1", "", ""})),
+                 {"-nfstimeout", "1"})
+                .status,
+            0);
+
+  EXPECT_THAT(tree_.logLines(),
+              Contains("STA0063E Unable to read the attributes of \"" + dead.path() +
+                       "/file\": Stale file handle. The entry is not counted; the scan goes on."));
 }
 
 TEST_F(FilerTest, WhatAnotherMountCoversIsLeftOut) {
