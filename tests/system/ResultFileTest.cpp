@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "system/Reports.h"
 #include "system/StatisticsModel.h"
 #include "system/SystemTest.h"
 
@@ -90,6 +91,8 @@ TEST(ResultFileTest, TheWholeFileAndTheWholeLog) {
 
   const std::string expected = content(SYSTEM_TEST_EXPECTED "/two_file_systems.dat");
   EXPECT_EQ(firstDifference(filled(expected, values), tree.result()), "");
+  expectGoodReports(tree.resultFile());
+
   const std::string indent(25, ' ');
   EXPECT_THAT(
       tree.logLines(),

@@ -11,6 +11,7 @@
 #include <set>
 
 #include "Common/unix/FileDescriptor.h"
+#include "system/Reports.h"
 #include "system/ResultFile.h"
 #include "system/StatisticsModel.h"
 #include "system/SystemTest.h"
@@ -274,6 +275,8 @@ TEST_F(StatisticsTest, TheResultIsWhatAModelOfTheStatisticsWorksOut) {
 
   const std::string text = tree_.result();
   EXPECT_EQ(firstDifference(filled(expected, values), text.substr(text.find("[/Header]\n") + 10)), "");
+
+  expectGoodReports(tree_.resultFile());
 
   // The tree is what it is meant to be: no bucket of a histogram is empty.
   const ResultFile result(text);

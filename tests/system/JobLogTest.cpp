@@ -1,0 +1,227 @@
+// Logs: names, purging, rolling over; and the catalogs that their texts come from.
+
+#include <gmock/gmock.h>
+
+#include <unistd.h>
+
+#include <set>
+
+#include "system/SystemTest.h"
+
+namespace agent::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+class JobLogTest : public SystemTest {
+ protected:
+  std::string logs() const { return tree_ / "log/srv/"; }
+
+  void put(const std::string& name, size_t size = 10, int daysOld = 0) const {
+    fs::create_directories(logs());
+    std::ofstream(logs() + name) << std::string(size - 1, 'x') << '\n';
+    fs::last_write_time(logs() + name,
+                        fs::file_time_type::clock::now() - std::chrono::hours(24 * daysOld + 1));
+  }
+  std::set<std::string> names() const {
+    std::set<std::string> found;
+    for (const auto& entry : fs::directory_iterator(logs())) found.insert(entry.path().filename().string());
+    return found;
+  }
+  Outcome scan(std::vector<std::string> arguments = {}) {
+    tree_.define(summaryOf({data()}).text());
+    return tree_.scan(arguments);
+  }
+};
+
+TEST_F(JobLogTest, OfAJobsRunsTheLastAreKept) {
+  struct Case {
+    const char* comment;
+    std::vector<std::string> arguments;
+    std::set<std::string> gone;
+  };
+  const std::set<std::string> others{
+      "nightly2.0001_scan.00000001.log",  // another job's
+      "nightly.0001_probe.00000001.log",  // another program's
+      "nightly.001x_scan.00000001.log",   // no number
+      "scan_000000.log",                  // a numbered one
+  };
+  const std::set<std::string> runs{"nightly.0001_scan.00000100.log", "nightly.0002_scan.00000099.log",
+                                   "nightly.0002_scan.00000098.log", "nightly.0003_scan.00000101.log",
+                                   "nightly.0004_scan.00000001.log", "nightly.0005_scan.00000001.log"};
+  for (const Case& c : {
+           Case{"five with the one that starts; files of one number go together",
+                {},
+                {"nightly.0001_scan.00000100.log", "nightly.0002_scan.00000098.log",
+                 "nightly.0002_scan.00000099.log"}},
+           Case{"as many as asked for", {"-maxnumruns", "7"}, {}},
+           Case{"age is no matter", {"-maxnumruns", "7", "-maxnumdays", "1"}, {}},
+           Case{"none but the one that starts", {"-maxnumruns", "1"}, runs},
+       }) {
+    fs::remove_all(logs());
+    std::set<std::string> expected = others;
+    for (const std::string& name : others) put(name);
+    for (const std::string& name : runs) put(name, 10, 500);
+    expected.insert(runs.begin(), runs.end());
+    expected.insert("nightly.0012_scan.00000345.log");
+    for (const std::string& name : c.gone) expected.erase(name);
+    EXPECT_EQ(scan(c.arguments).status, 0);
+    EXPECT_EQ(names(), expected) << c.comment;
+  }
+}
+
+TEST_F(JobLogTest, ANumberedLogGoesOnUntilLessThanAKilobyteIsLeft) {
+  tree_.job.name = "InitialFSScan";
+  struct Case {
+    const char* comment;
+    std::vector<std::pair<std::string, std::pair<size_t, int>>> files;  // name, size and days of age
+    std::vector<std::string> arguments;
+    std::set<std::string> left;
+    const char* log;
+  };
+  for (const Case& c : {
+           Case{"the first", {}, {}, {"agent_000000.log"}, "agent_000000.log"},
+           Case{"a kilobyte left",
+                {{"agent_000003.log", {1047552, 0}}},
+                {},
+                {"agent_000003.log"},
+                "agent_000003.log"},
+           Case{"a byte less",
+                {{"agent_000003.log", {1047553, 0}}},
+                {},
+                {"agent_000003.log", "agent_000004.log"},
+                "agent_000004.log"},
+           Case{"a limit of its own",
+                {{"agent_000003.log", {1025, 0}}},
+                {"-maxlogsize", "2"},
+                {"agent_000003.log", "agent_000004.log"},
+                "agent_000004.log"},
+           Case{"others are nobody's business",
+                {{"scan_000009.log", {10, 0}},
+                 {"agent_12345x.log", {10, 999}},
+                 {"agent_000009.trace", {10, 0}}},
+                {},
+                {"scan_000009.log", "agent_12345x.log", "agent_000009.trace", "agent_000000.log"},
+                "agent_000000.log"},
+           Case{"old ones go",
+                {{"agent_000001.log", {10, 91}},
+                 {"agent_000002.log", {10, 89}},
+                 {"agent_000003.log", {10, 0}}},
+                {},
+                {"agent_000002.log", "agent_000003.log"},
+                "agent_000003.log"},
+           Case{"of too many the first go, the new one counts",
+                {{"agent_000001.log", {10, 0}},
+                 {"agent_000002.log", {10, 0}},
+                 {"agent_000003.log", {1047553, 0}}},
+                {"-maxnumlogs", "2", "-maxnumdays", "0"},
+                {"agent_000003.log", "agent_000004.log"},
+                "agent_000004.log"},
+       }) {
+    fs::remove_all(logs());
+    size_t before = 0;
+    for (const auto& [name, how] : c.files) {
+      put(name, how.first, how.second);
+      if (name == c.log) before = 1;
+    }
+    EXPECT_EQ(scan(c.arguments).status, 0);
+    EXPECT_EQ(names(), c.left) << c.comment;
+    EXPECT_EQ(tree_.logLines(logs() + c.log).size(), 6 + before) << c.comment;
+  }
+}
+
+TEST_F(JobLogTest, TracesArePurgedLikeLogs) {
+  for (const char* name : {"nightly.0001_scan.00000001", "nightly.0002_scan.00000001"}) {
+    put(std::string(name) + ".log");
+    put(std::string(name) + ".trace");
+  }
+  EXPECT_EQ(scan({"-maxnumruns", "2", "-debug", "MIN"}).status, 0);
+  EXPECT_THAT(names(),
+              ::testing::ElementsAre("nightly.0002_scan.00000001.log", "nightly.0002_scan.00000001.trace",
+                                     "nightly.0012_scan.00000345.log", "nightly.0012_scan.00000345.trace"));
+}
+
+TEST_F(JobLogTest, ALogThatCanNotBeWrittenStopsNothing) {
+  fs::create_directories(tree_.logFile());
+  EXPECT_EQ(scan().status, 0);
+  EXPECT_TRUE(InstallTree::exists(tree_.resultFile()));
+}
+
+// --- Catalogs
+// ------------------------------------------------------------------------------------------------
+
+class CatalogTest : public JobLogTest {
+ protected:
+  /// Gives the tree a copy of the catalogs that may be changed.
+  void ownCatalogs() {
+    fs::remove(tree_ / "nls");
+    fs::copy(SCAN_CATALOGS, tree_ / "nls", fs::copy_options::recursive);
+  }
+};
+
+TEST_F(CatalogTest, DamagedOnesNeverEndInACrash) {
+  const std::string whole = content(SCAN_CATALOGS "/en_US/nrvna.cat");
+  ownCatalogs();
+  unsigned random = 1;
+  for (int i = 0; i < 60; ++i) {
+    std::string damaged = whole;
+    if (i % 2 == 0) {
+      damaged.resize(damaged.size() * static_cast<size_t>(i) / 60);
+    } else {
+      for (int k = 0; k < 40; ++k) {
+        random = random * 1664525 + 1013904223;
+        damaged[random % damaged.size()] = static_cast<char>(random >> 24);
+      }
+    }
+    std::ofstream(tree_ / "nls/en_US/nrvna.cat", std::ios::binary) << damaged;
+    const Outcome outcome = scan();
+    EXPECT_TRUE(outcome.status == 0 || outcome.status == 72) << i << " signal " << outcome.signal;
+  }
+}
+
+TEST_F(CatalogTest, AnotherLanguageSpeaksWhereItHasTheMessageEnglishElsewhere) {
+  ownCatalogs();
+  const std::string locales = tree_.room("locales");
+  fs::create_directories(tree_ / "nls/de_DE");
+  std::ofstream(tree_.scratch() + "/de.msg") << "$set 1\n$quote \"\n462 \"STA0161I Fertig.\"\n"
+                                             << "325 \"STA0025I Es geht um \\\"%1$s\\\".\"\n";
+  try {
+    // glibc keeps locales it doesn't know where LOCPATH says. A warning about the sources is no failure.
+    shell("localedef -c -i de_DE -f UTF-8 '" + locales + "/de_DE.UTF-8' || [ $? -eq 1 ]");
+    shell("gencat '" + (tree_ / "nls/de_DE/nrvna.cat") + "' '" + tree_.scratch() + "/de.msg'");
+  } catch (const std::exception& refused) {
+    GTEST_SKIP() << refused.what();
+  }
+  if (!InstallTree::exists(locales + "/de_DE.UTF-8")) GTEST_SKIP() << "no German locale can be made here";
+  tree_.define(summaryOf({data()}).text());
+  Launch launch = tree_.launch();
+  launch.environment.insert(
+      {{"LOCPATH", locales}, {"LC_MESSAGES", "de_DE.UTF-8"}, {"LC_TIME", "de_DE.UTF-8"}});
+
+  EXPECT_EQ(run(launch).status, 0);
+
+  std::vector<std::string> lines;
+  for (const std::string& line : linesOf(content(tree_.logFile()))) {
+    // The locale's own date and time: 24.11.2026 23:01:42.123
+    if (line.size() > 24 && line[2] == '.' && line[5] == '.') lines.push_back(line.substr(24));
+  }
+  EXPECT_THAT(lines, ::testing::ElementsAre("AGT0146I The scan job has started.",
+                                            "STA0532I The job has locked these file systems for its scan:",
+                                            "STA0025I Es geht um \"" + logicalData() + "\".",
+                                            "AGT0144I The file system has been walked: 3 entries scanned.",
+                                            "STA0161I Fertig."));
+
+  // A language without a catalog: a line on standard error, and English.
+  tree_.installAgent();
+  fs::remove_all(tree_ / "nls/de_DE");
+  fs::remove(tree_.logFile());
+  tree_.define(summaryOf({data()}).text());
+  const Outcome english = run(launch);
+  EXPECT_EQ(english.status, 0);
+  EXPECT_EQ(english.err, "ZNS0102W Unable to open the message repository " + (tree_ / "nls/de_DE/nrvna.cat") +
+                             ". The American English repository will be used instead.\n");
+  EXPECT_TRUE(content(tree_.logFile()).ends_with(" STA0161I The scan is complete.\n"));
+}
+
+}  // namespace
+}  // namespace agent::test

@@ -1,0 +1,202 @@
+// The walk on trees that nobody keeps in order: deep, wide, changing under it, leading elsewhere.
+
+#include <gmock/gmock.h>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <set>
+#include <thread>
+
+#include "Common/unix/FileDescriptor.h"
+#include "system/ResultFile.h"
+#include "system/SystemTest.h"
+
+namespace agent::test {
+namespace {
+
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::Not;
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool SANITIZED = true;
+#else
+constexpr bool SANITIZED = false;
+#endif
+
+class WalkTest : public SystemTest {
+ protected:
+  /// Scans, and keeps the paths of all files and links below the mount point.
+  Outcome scan(const std::string& mountPoint) {
+    std::filesystem::remove(tree_.logFile());
+    Definition definition = summaryOf({mountPoint});
+    definition.records[1].set("sdLargestFiles", 30000);
+    tree_.define(definition.text());
+    const Outcome outcome = tree_.scan();
+    const ResultFile result(tree_.result());
+    const Node& results = result.results(5, 1);
+    files_.clear();
+    for (const Node* file : results.all("SFile")) {
+      files_.insert(result.text(*file, "faName").substr(mountPoint.size() + 1));
+    }
+    fileCount_ = result.number(results.only("SSummary"), "sumFileCount");
+    directories_ = result.number(results.only("SSummary"), "sumDirectoryCount");
+    return outcome;
+  }
+
+  /// Makes directories of one name inside each other, and a file "f" in each.
+  /// @return the innermost
+  FileDescriptor nest(const std::string& name, int depth) {
+    FileDescriptor directory = openFile(data().c_str(), O_DIRECTORY);
+    for (int i = 0; i < depth; ++i) {
+      EXPECT_EQ(mkdirat(directory.get(), name.c_str(), 0755), 0);
+      directory = FileDescriptor(openat(directory.get(), name.c_str(), O_DIRECTORY | O_CLOEXEC));
+      plant(directory, "f");
+    }
+    return directory;
+  }
+  static void plant(const FileDescriptor& directory, const std::string& name) {
+    EXPECT_TRUE(FileDescriptor(openat(directory.get(), name.c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0644)));
+  }
+
+  std::set<std::string> files_;
+  long long fileCount_ = 0, directories_ = 0;
+};
+
+TEST_F(WalkTest, LinksAreNotFollowedAndMountsNotCrossed) {
+  std::filesystem::create_directories(data() + "/below/it");
+  const auto other = MountedFileSystem::tmpfs(data() + "/below/mounted");
+  std::ofstream(other.path() + "/elsewhere") << "x";
+  shell("cd '" + data() +
+        "' && ln -s / root && ln -s .. below/up && ln -s loop loop && ln -s below/mounted other && "
+        "touch below/it/inside");
+
+  EXPECT_EQ(scan(data()).status, 0);
+
+  EXPECT_THAT(files_,
+              ElementsAre("below/it/inside", "below/up", "loop", "one.txt", "other", "root", "two.txt"));
+  EXPECT_EQ(directories_, 3);  // the mount point is no part of this file system
+  EXPECT_THAT(tree_.logLines(), Contains("AGT0144I The file system has been walked: 11 entries scanned."));
+}
+
+TEST_F(WalkTest, SnapshotDirectoriesArePassedOverAtTheTopAlone) {
+  shell("cd '" + data() +
+        "' && mkdir -p .snapshot/a my.snapshots/a deep/.snapshot/a && touch .snapshot/a/f my.snapshots/f "
+        "deep/.snapshot/a/f a.snapshot");
+  EXPECT_EQ(scan(data()).status, 0);
+  EXPECT_THAT(files_, ElementsAre("a.snapshot", "deep/.snapshot/a/f", "one.txt", "two.txt"));
+
+  // Where the mount point has the word, so have all paths.
+  const auto named = MountedFileSystem::tmpfs(tree_.room("data.snapshot"));
+  shell("cd '" + named.path() + "' && mkdir lost && touch lost/f kept");
+  EXPECT_EQ(scan(named.path()).status, 0);
+  EXPECT_THAT(files_, ElementsAre("kept"));
+}
+
+TEST_F(WalkTest, TheWalkGoesDown200LevelsAndSaysWhereItStops) {
+  nest("d", 250);
+  EXPECT_EQ(scan(data()).status, 0);
+
+  EXPECT_EQ(directories_, 201);  // the root and 200 below it
+  EXPECT_EQ(fileCount_, 2 + 199);
+  std::string deepest = data();
+  for (int i = 0; i < 200; ++i) deepest += "/d";
+  EXPECT_THAT(tree_.logLines(),
+              Contains("STA0001E The directory \"" + deepest +
+                       "\" lies too deep: a walk goes down at most 200 levels. Its content is not "
+                       "counted; the scan goes on."));
+}
+
+TEST_F(WalkTest, EntriesWithPathsOfUpTo4096BytesCount) {
+  constexpr size_t LIMIT = 4096;
+  // As deep as names of 200 bytes go with 50 bytes to spare, then names that end at the limit and behind it.
+  const size_t depth = (LIMIT - 50 - data().size()) / 201;
+  const FileDescriptor directory = nest(std::string(200, 'd'), static_cast<int>(depth));
+  const size_t inFront = data().size() + depth * 201 + 1;
+  for (size_t length = LIMIT - 2; length <= LIMIT + 2; ++length) {
+    plant(directory, std::string(length - inFront, 'f'));
+  }
+  nest(std::string(200, 'e'), 30);
+
+  EXPECT_EQ(scan(data()).status, 0);
+
+  size_t longest = 0;
+  for (const std::string& file : files_) longest = std::max(longest, data().size() + 1 + file.size());
+  EXPECT_EQ(longest, LIMIT);
+  // An "f" in each d, and in each e whose own path leaves room for it.
+  EXPECT_EQ(fileCount_, static_cast<long long>(2 + 3 + depth + (LIMIT - data().size() - 2) / 201));
+}
+
+TEST_F(WalkTest, AHugeDirectoryTakesNoMoreMemoryThanASmallOne) {
+  const Outcome small = scan(data());
+  constexpr int ENTRIES = 300'000;
+  const FileDescriptor directory = openFile(data().c_str(), O_DIRECTORY);
+  for (int i = 0; i < ENTRIES; ++i) {
+    ASSERT_EQ(mknodat(directory.get(), std::to_string(i).c_str(), S_IFREG | 0644, 0), 0);
+  }
+  Definition definition = summaryOf({data()});
+  for (const char* list : {"sdLargestFiles", "sdLeastAccessed", "sdLargestDirectories"})
+    definition.records[1].set(list, 100);
+  tree_.define(definition.text());
+  std::filesystem::remove(tree_.logFile());
+
+  const Outcome outcome = tree_.scan();
+
+  EXPECT_EQ(outcome.status, 0);
+  const ResultFile result(tree_.result());
+  EXPECT_EQ(result.number(result.results(5, 1).only("SSummary"), "sumFileCount"), ENTRIES + 2);
+  std::vector<std::string> counts = tree_.logLines();
+  EXPECT_THAT(
+      std::vector<std::string>(counts.begin() + 4, counts.end() - 1),
+      ElementsAre("AGT0143I 100000 entries scanned so far.", "AGT0143I 200000 entries scanned so far.",
+                  "AGT0143I 300000 entries scanned so far.",
+                  "AGT0144I The file system has been walked: 300003 entries scanned."));
+  if (SANITIZED) GTEST_SKIP() << "the sanitizer's own memory is not the program's";
+  EXPECT_LT(outcome.usage.ru_maxrss, 32 * 1024) << "kilobytes";
+  EXPECT_LT(outcome.usage.ru_maxrss, small.usage.ru_maxrss + 2048) << "kilobytes";
+}
+
+TEST_F(WalkTest, ATreeThatChangesUnderTheWalkHarmsNothing) {
+  const std::string outside = tree_.room("outside");
+  std::ofstream(outside + "/secret") << "x";
+  shell("cd '" + data() + "' && mkdir a a/b swap && ln -s '" + outside + "' link && touch a/b/1 swap/inside");
+  std::atomic<bool> stop = false;
+  std::thread busy([&] {
+    const FileDescriptor here = openFile(data().c_str(), O_DIRECTORY);
+    for (unsigned i = 0; !stop; ++i) {
+      // A directory and a link change places; directories come, go and move; so do files.
+      renameat2(here.get(), "swap", here.get(), "link", RENAME_EXCHANGE);
+      const std::string name = "a/b/" + std::to_string(i % 50);
+      if (i % 3 == 0) {
+        mkdirat(here.get(), name.c_str(), 0755);
+      } else if (i % 3 == 1) {
+        FileDescriptor(openat(here.get(), name.c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0644));
+      } else {
+        unlinkat(here.get(), name.c_str(), AT_REMOVEDIR);
+        unlinkat(here.get(), name.c_str(), 0);
+      }
+      if (i % 7 == 0) renameat(here.get(), "a/b", here.get(), "b");
+      if (i % 7 == 3) renameat(here.get(), "b", here.get(), "a/b");
+    }
+  });
+  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(2);
+  std::set<std::string> said;
+  while (std::chrono::steady_clock::now() < end) {
+    EXPECT_EQ(scan(data()).status, 0);
+    for (const char* secret : {"link/secret", "swap/secret"}) EXPECT_THAT(files_, Not(Contains(secret)));
+    for (const std::string& line : tree_.logLines()) said.insert(line.substr(0, line.find(' ')));
+  }
+  stop = true;
+  busy.join();
+  for (const char* expected :
+       {"", "AGT0146I", "STA0532I", "STA0025I", "STA0121E", "STA0063E", "AGT0144I", "STA0161I"}) {
+    said.erase(expected);
+  }
+  EXPECT_THAT(said, ::testing::IsEmpty());
+}
+
+}  // namespace
+}  // namespace agent::test
