@@ -21,6 +21,11 @@ std::vector<std::string> linesOf(const std::string& text) {
   return lines;
 }
 
+std::vector<std::string> words(const std::string& text) {
+  std::istringstream stream(text);
+  return {std::istream_iterator<std::string>(stream), {}};
+}
+
 std::string Job::stem() const {
   return name + "." + padded(sid, 4) + "_scan." + padded(run, 8);
 }

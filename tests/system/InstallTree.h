@@ -81,6 +81,9 @@ class InstallTree {
 /// The lines of a text, without their line feeds.
 std::vector<std::string> linesOf(const std::string& text);
 
+/// Its parts between blanks: the arguments of a command line.
+std::vector<std::string> words(const std::string& text);
+
 /// A number, zero-filled on the left to a width.
 std::string padded(long number, size_t width);
 

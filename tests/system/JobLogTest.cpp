@@ -28,43 +28,37 @@ class JobLogTest : public SystemTest {
     for (const auto& entry : fs::directory_iterator(logs())) found.insert(entry.path().filename().string());
     return found;
   }
-  Outcome scan(std::vector<std::string> arguments = {}) {
+  Outcome scan(const std::string& arguments = "") {
     tree_.define(summaryOf({data()}).text());
-    return tree_.scan(arguments);
+    return tree_.scan(words(arguments));
   }
 };
 
 TEST_F(JobLogTest, OfAJobsRunsTheLastAreKept) {
   struct Case {
     const char* comment;
-    std::vector<std::string> arguments;
-    std::set<std::string> gone;
+    const char* arguments;
+    size_t gone;  // of the runs below, from the lowest number on
   };
-  const std::set<std::string> others{
-      "nightly2.0001_scan.00000001.log",  // another job's
-      "nightly.0001_probe.00000001.log",  // another program's
-      "nightly.001x_scan.00000001.log",   // no number
-      "scan_000000.log",                  // a numbered one
-  };
-  const std::set<std::string> runs{"nightly.0001_scan.00000100.log", "nightly.0002_scan.00000099.log",
-                                   "nightly.0002_scan.00000098.log", "nightly.0003_scan.00000101.log",
-                                   "nightly.0004_scan.00000001.log", "nightly.0005_scan.00000001.log"};
+  const std::vector<std::string> runs = words(
+      "nightly.0001_scan.00000100.log nightly.0002_scan.00000098.log nightly.0002_scan.00000099.log "
+      "nightly.0003_scan.00000101.log nightly.0004_scan.00000001.log nightly.0005_scan.00000001.log");
+  // Another job's, another program's, one without a number, a numbered one.
+  const std::vector<std::string> others = words(
+      "nightly2.0001_scan.00000001.log nightly.0001_probe.00000001.log nightly.001x_scan.00000001.log "
+      "scan_000000.log");
   for (const Case& c : {
-           Case{"five with the one that starts; files of one number go together",
-                {},
-                {"nightly.0001_scan.00000100.log", "nightly.0002_scan.00000098.log",
-                 "nightly.0002_scan.00000099.log"}},
-           Case{"as many as asked for", {"-maxnumruns", "7"}, {}},
-           Case{"age is no matter", {"-maxnumruns", "7", "-maxnumdays", "1"}, {}},
-           Case{"none but the one that starts", {"-maxnumruns", "1"}, runs},
+           Case{"five with the one that starts; files of one number go together", "", 3},
+           Case{"as many as asked for", "-maxnumruns 7", 0},
+           Case{"age is no matter", "-maxnumruns 7 -maxnumdays 1", 0},
+           Case{"none but the one that starts", "-maxnumruns 1", 6},
        }) {
     fs::remove_all(logs());
-    std::set<std::string> expected = others;
+    std::set<std::string> expected(others.begin(), others.end());
+    expected.insert(runs.begin() + static_cast<std::ptrdiff_t>(c.gone), runs.end());
+    expected.insert("nightly.0012_scan.00000345.log");
     for (const std::string& name : others) put(name);
     for (const std::string& name : runs) put(name, 10, 500);
-    expected.insert(runs.begin(), runs.end());
-    expected.insert("nightly.0012_scan.00000345.log");
-    for (const std::string& name : c.gone) expected.erase(name);
     EXPECT_EQ(scan(c.arguments).status, 0);
     EXPECT_EQ(names(), expected) << c.comment;
   }
@@ -72,61 +66,48 @@ TEST_F(JobLogTest, OfAJobsRunsTheLastAreKept) {
 
 TEST_F(JobLogTest, ANumberedLogGoesOnUntilLessThanAKilobyteIsLeft) {
   tree_.job.name = "InitialFSScan";
+  struct File {
+    const char* name;
+    size_t size = 10;
+    int daysOld = 0;
+  };
   struct Case {
     const char* comment;
-    std::vector<std::pair<std::string, std::pair<size_t, int>>> files;  // name, size and days of age
-    std::vector<std::string> arguments;
-    std::set<std::string> left;
-    const char* log;
+    std::vector<File> files;
+    const char* arguments;
+    const char* left;  // the last is the run's own log
   };
-  for (const Case& c : {
-           Case{"the first", {}, {}, {"agent_000000.log"}, "agent_000000.log"},
-           Case{"a kilobyte left",
-                {{"agent_000003.log", {1047552, 0}}},
-                {},
-                {"agent_000003.log"},
-                "agent_000003.log"},
-           Case{"a byte less",
-                {{"agent_000003.log", {1047553, 0}}},
-                {},
-                {"agent_000003.log", "agent_000004.log"},
-                "agent_000004.log"},
-           Case{"a limit of its own",
-                {{"agent_000003.log", {1025, 0}}},
-                {"-maxlogsize", "2"},
-                {"agent_000003.log", "agent_000004.log"},
-                "agent_000004.log"},
-           Case{"others are nobody's business",
-                {{"scan_000009.log", {10, 0}},
-                 {"agent_12345x.log", {10, 999}},
-                 {"agent_000009.trace", {10, 0}}},
-                {},
-                {"scan_000009.log", "agent_12345x.log", "agent_000009.trace", "agent_000000.log"},
-                "agent_000000.log"},
-           Case{"old ones go",
-                {{"agent_000001.log", {10, 91}},
-                 {"agent_000002.log", {10, 89}},
-                 {"agent_000003.log", {10, 0}}},
-                {},
-                {"agent_000002.log", "agent_000003.log"},
-                "agent_000003.log"},
-           Case{"of too many the first go, the new one counts",
-                {{"agent_000001.log", {10, 0}},
-                 {"agent_000002.log", {10, 0}},
-                 {"agent_000003.log", {1047553, 0}}},
-                {"-maxnumlogs", "2", "-maxnumdays", "0"},
-                {"agent_000003.log", "agent_000004.log"},
-                "agent_000004.log"},
+  for (const Case& c : std::vector<Case>{
+           {"the first", {}, "", "agent_000000.log"},
+           {"a kilobyte left", {{"agent_000003.log", 1047552}}, "", "agent_000003.log"},
+           {"a byte less", {{"agent_000003.log", 1047553}}, "", "agent_000003.log agent_000004.log"},
+           {"another limit",
+            {{"agent_000003.log", 1025}},
+            "-maxlogsize 2",
+            "agent_000003.log agent_000004.log"},
+           {"others are nobody's business",
+            {{"scan_000009.log"}, {"agent_12345x.log", 10, 999}, {"agent_000009.trace"}},
+            "",
+            "scan_000009.log agent_12345x.log agent_000009.trace agent_000000.log"},
+           {"old ones go",
+            {{"agent_000001.log", 10, 91}, {"agent_000002.log", 10, 89}, {"agent_000003.log"}},
+            "",
+            "agent_000002.log agent_000003.log"},
+           {"of too many the first go; the new one counts",
+            {{"agent_000001.log"}, {"agent_000002.log"}, {"agent_000003.log", 1047553}},
+            "-maxnumlogs 2 -maxnumdays 0",
+            "agent_000003.log agent_000004.log"},
        }) {
     fs::remove_all(logs());
+    const std::vector<std::string> left = words(c.left);
     size_t before = 0;
-    for (const auto& [name, how] : c.files) {
-      put(name, how.first, how.second);
-      if (name == c.log) before = 1;
+    for (const File& file : c.files) {
+      put(file.name, file.size, file.daysOld);
+      before += file.name == left.back();
     }
     EXPECT_EQ(scan(c.arguments).status, 0);
-    EXPECT_EQ(names(), c.left) << c.comment;
-    EXPECT_EQ(tree_.logLines(logs() + c.log).size(), 6 + before) << c.comment;
+    EXPECT_EQ(names(), std::set<std::string>(left.begin(), left.end())) << c.comment;
+    EXPECT_EQ(tree_.logLines(logs() + left.back()).size(), 6 + before) << c.comment;
   }
 }
 
@@ -135,7 +116,7 @@ TEST_F(JobLogTest, TracesArePurgedLikeLogs) {
     put(std::string(name) + ".log");
     put(std::string(name) + ".trace");
   }
-  EXPECT_EQ(scan({"-maxnumruns", "2", "-debug", "MIN"}).status, 0);
+  EXPECT_EQ(scan("-maxnumruns 2 -debug MIN").status, 0);
   EXPECT_THAT(names(),
               ::testing::ElementsAre("nightly.0002_scan.00000001.log", "nightly.0002_scan.00000001.trace",
                                      "nightly.0012_scan.00000345.log", "nightly.0012_scan.00000345.trace"));
@@ -147,9 +128,7 @@ TEST_F(JobLogTest, ALogThatCanNotBeWrittenStopsNothing) {
   EXPECT_TRUE(InstallTree::exists(tree_.resultFile()));
 }
 
-// --- Catalogs
-// ------------------------------------------------------------------------------------------------
-
+// --- Catalogs ---
 class CatalogTest : public JobLogTest {
  protected:
   /// Gives the tree a copy of the catalogs that may be changed.

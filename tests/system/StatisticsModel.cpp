@@ -178,8 +178,7 @@ std::string statisticRow(const Record& statistic) {
       number("sdDailyRetention"), number("sdWeeklyRetention"), number("sdMonthlyRetention"), "N", "null");
 }
 
-// --- The tree
-// ------------------------------------------------------------------------------------------------
+// --- The tree ---
 
 StatisticsModel::StatisticsModel(const std::string& root, int filesystem) : filesystem_(filesystem) {
   add(root + "/", 0);
@@ -238,8 +237,7 @@ size_t StatisticsModel::find(const std::string& path) const {
   throw std::runtime_error("the tree has no " + path);
 }
 
-// --- Records
-// -------------------------------------------------------------------------------------------------
+// --- Records ---
 
 /// The first ten cells of a file's or a directory's record, without the end of the row.
 std::string StatisticsModel::attributes(const Entry& entry) const {

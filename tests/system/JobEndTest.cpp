@@ -1,0 +1,260 @@
+// How runs end: the code, what stays on disk, what the log says.
+
+#include <gmock/gmock.h>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <thread>
+
+#include "Common/unix/FileDescriptor.h"
+#include "system/JobTest.h"
+#include "system/ResultFile.h"
+
+namespace agent::test {
+namespace {
+
+namespace fs = std::filesystem;
+using ::testing::Contains;
+using ::testing::MatchesRegex;
+using ::testing::Not;
+
+class JobEndTest : public JobTest {
+ protected:
+  /// A tree as before the first run, with an agent that fails.
+  void startAnew() {
+    for (const char* name : {"log", "output", "told"}) fs::remove_all(tree_ / name);
+    fs::remove(tree_.definitionFile());
+    fs::create_directories(tree_ / "output/srv");
+    tree_.installAgent(3);
+  }
+};
+
+TEST_F(JobEndTest, ByScan) {
+  const std::string started = "AGT0146I The scan job has started.\n";
+  const std::string locked = "STA0532I The job has locked these file systems for its scan:\n";
+  const std::string indent(25, ' '), here = indent + data() + "\n", absent = indent + "/no/such\n";
+  const std::string missing =
+      "STA0103W The file system \"/no/such\" is not mounted on this host. It is not "
+      "scanned; the scan goes on with the others.\n";
+  const std::string none =
+      "STA0647E None of the file systems of this scan can be scanned. The job ends with "
+      "an empty result.\nSTA0161I The scan is complete.\n";
+  const std::string scanned = "STA0025I Scanning the file system \"" + logicalData() +
+                              "\".\nAGT0144I The file system has been walked: 3 entries scanned.\n"
+                              "STA0161I The scan is complete.\n";
+  struct Case {
+    const char* comment;
+    std::function<void(InstallTree&, Definition&)> prepare;
+    int code;
+    std::string log;  // behind its first two lines
+  };
+  for (const Case& c : std::vector<Case>{
+           {"clean", [](auto&, auto&) {}, 0, here + scanned},
+           {"one of two isn't mounted", [](auto&, auto&d) { d.add(filesystem(2, "/no/such")); }, 4,
+            absent + here + missing + scanned},
+           {"the only one isn't", [](auto&, auto&d) { d.records[0].set("fsMountPoint", "/no/such"); }, 4,
+            absent + missing + none},
+           {"no statistic of its own", [](auto&, auto&d) { d.records[1].set("sdType", 1); }, 4,
+            here + "STA0026I The scan gathers these statistics:\n" + indent + "admin.all of it\n" + scanned},
+           {"no summary in it", [](auto&, auto&d) { d.records[1].set("sdSummary", "N"); }, 4, here + scanned},
+           {"a selection that doesn't compile",
+            [](auto&, auto&d) { d.add(statistic(6, 1, "x").set("sdWhereClause", whereClause("&?"))); }, 4,
+            here + "STA0026I The scan gathers these statistics:\n" + indent + "admin.x\n" + scanned},
+           {"an empty list", [](auto&, auto&d) { d.records.clear(); }, 0, none},
+           {"the result's disk is full",
+            [](auto&t, auto&) { fs::create_symlink("/dev/full", t.resultFile()); }, 9, here},
+           {"no directory for the result",
+            [](auto&t, auto&) {
+              fs::remove_all(t / "output");
+              std::ofstream(t / "output") << "in the way";
+            },
+            9, here},
+       }) {
+    startAnew();
+    Definition definition = summaryOf({data()});
+    c.prepare(tree_, definition);
+    tree_.define(definition.text());
+
+    EXPECT_EQ(tree_.scan().status, c.code) << c.comment;
+
+    std::string log;
+    for (const std::string& line : tree_.logLines()) log += line + "\n";
+    EXPECT_EQ(log, started + locked + c.log) << c.comment;
+    EXPECT_EQ(fs::is_symlink(tree_.resultFile()) || InstallTree::exists(tree_.resultFile()), c.code < 8);
+    if (c.code < 8) {
+      EXPECT_NO_THROW(ResultFile(tree_.result())) << c.comment;
+    }
+    EXPECT_FALSE(InstallTree::exists(tree_.definitionFile())) << c.comment;
+    EXPECT_THAT(tree_.agentArguments(), Contains(std::to_string(c.code))) << c.comment;
+  }
+}
+
+TEST_F(JobEndTest, ByADefinitionThatIsNoUse) {
+  const std::string header =
+      "[Header]\n[AgentScan]\nasJobName,asScanningCompID\n[Filesystem]\nfsID,fsMountPoint\n"
+      "[/Header]\n[AgentScan]\n";
+  const std::string file = tree_.definitionFile();
+  const auto badRow = [](const std::string& place) {
+    return "the row of the class " + place +
+           " has not as many cells as the header block names columns for it";
+  };
+  struct Case {
+    const char* comment;
+    std::string text;  // or what the file is a link to
+    int code;
+    std::string reason;
+  };
+  for (const Case& c : {
+           Case{"a class without columns", header + "x,1\n[CuStatDef]\n5\n", 321,
+                "the header block names no columns for the class \"CuStatDef\" in line 9"},
+           Case{"a row too short", header + "x\n[/AgentScan]\n", 325, badRow("\"AgentScan\" in line 7")},
+           Case{"a row too long", header + "x,1\n[Filesystem]\n1,/,2\n", 325,
+                badRow("\"Filesystem\" in line 9")},
+           Case{"no row", header + "x,1\n[Filesystem]\n[/Filesystem]\n", 325,
+                badRow("\"Filesystem\" in line 9")},
+           Case{"no file", "", 13, "ERROR, not able to open scan definition file"},
+           Case{"a file that can't be read", "/proc/self/mem", 17,
+                "ERROR on executing getLine() in ParserAPI::initialize(bool needNumEntities). ERRORCODE: 17 "
+                "File Name: " +
+                    file},
+       }) {
+    startAnew();
+    if (c.text.starts_with("/")) {
+      fs::create_symlink(c.text, file);
+    } else if (!c.text.empty()) {
+      tree_.define(c.text);
+    }
+    const Outcome outcome = tree_.scan();
+    EXPECT_EQ(outcome.status, c.code & 0xFF) << c.comment;
+    EXPECT_EQ(outcome.out + outcome.err, "") << c.comment;
+    EXPECT_THAT(tree_.logLines(), ::testing::ElementsAre("AGT0146I The scan job has started.",
+                                                         "STA0430E The scan definition \"" + file +
+                                                             "\" can't be used: " + c.reason +
+                                                             ". The job ends without a result."));
+    EXPECT_FALSE(InstallTree::exists(tree_.resultFile())) << c.comment;
+    EXPECT_EQ(fs::is_symlink(file) || InstallTree::exists(file), !c.text.empty()) << c.comment;
+    EXPECT_THAT(tree_.agentArguments(), Contains(std::to_string(c.code))) << c.comment;
+    // The record is the notify child's to close, even where it failed.
+    EXPECT_THAT(content(tree_.recordFile()),
+                MatchesRegex("DO NOT EDIT THIS FILE MANUALLY\npid=[0-9]+ startTime=[0-9]+"));
+  }
+}
+
+TEST_F(JobEndTest, TheWholeTraceKeepsTheDefinitionOthersDoNot) {
+  for (const bool fails : {false, true}) {
+    for (const auto& [level, kept] : {std::pair{"MAX", true}, {"MID", false}, {"MIN", false}}) {
+      define();
+      fs::remove(tree_.resultFile());
+      fs::remove(tree_.traceFile());
+      if (fails) fs::create_symlink("/dev/full", tree_.resultFile());
+      EXPECT_EQ(tree_.scan({"-debug", level}).status, fails ? 9 : 0) << level;
+      EXPECT_EQ(InstallTree::exists(tree_.definitionFile()), kept) << level;
+      EXPECT_TRUE(InstallTree::exists(tree_.traceFile())) << level;
+    }
+  }
+}
+
+// --- Two jobs, and signals ---
+
+/// Waits for what another process does.
+bool soon(const std::function<bool()>& happened) {
+  for (int i = 0; i < 2000 && !happened(); ++i) std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  return happened();
+}
+
+/// A job that holds its locks until it is let go: its result is a FIFO that nobody reads yet.
+class HeldJobTest : public JobTest {
+ protected:
+  /// Runs the job; once it holds its lock calls `meanwhile`, then lets it go on.
+  Outcome runHeld(const std::function<void(pid_t)>& meanwhile) {
+    fs::create_directories(fs::path(tree_.resultFile()).parent_path());
+    EXPECT_EQ(mkfifo(tree_.resultFile().c_str(), 0600), 0);
+    define();
+    Launch launch = tree_.launch();
+    launch.whileRunning = [&](pid_t pid) {
+      const std::string mine = "PID=" + std::to_string(pid) + "\n";
+      EXPECT_TRUE(soon([&] { return content(tree_ / "log/vox_scan_res").find(mine) != std::string::npos; }));
+      meanwhile(pid);
+      reader_ = std::thread([this, held = openFile(tree_.resultFile().c_str(), O_RDONLY)] {
+        char buffer[4096];
+        for (ssize_t got; (got = read(held.get(), buffer, sizeof buffer)) > 0;) {
+          written_.append(buffer, static_cast<size_t>(got));
+        }
+      });
+    };
+    const Outcome outcome = run(launch);
+    reader_.join();
+    return outcome;
+  }
+
+  std::string written_;  // what came through the FIFO
+
+ private:
+  std::thread reader_;
+};
+
+TEST_F(HeldJobTest, AJobRefusedByALockEndsWith8AndLeavesTheOthersResultAlone) {
+  const std::vector<std::string> refusedLog{
+      "AGT0146I The scan job has started.",
+      "STA0531E The file system \"" + data() +
+          "\" is being scanned by another job. This job ends without a result."};
+  const Outcome first = runHeld([&](pid_t) {
+    const Job held = tree_.job;
+    // The same names first, then a job of its own.
+    for (const int number : {held.run, held.run + 1}) {
+      tree_.job.run = number;
+      fs::remove(tree_.logFile());
+      define();
+      EXPECT_EQ(tree_.scan().status, 8);
+      // Both write to one log where they have one name.
+      EXPECT_EQ(tree_.logLines().back(), refusedLog.back());
+      if (number != held.run) {
+        EXPECT_EQ(tree_.logLines(), refusedLog);
+      }
+      EXPECT_FALSE(InstallTree::exists(tree_.definitionFile()));
+      EXPECT_EQ(InstallTree::exists(tree_.resultFile()), number == held.run);
+    }
+    // Another server's scan of a file system with the same number is another matter.
+    tree_.job.server = "other";
+    define();
+    EXPECT_EQ(tree_.scan().status, 0);
+    tree_.job = held;
+  });
+
+  EXPECT_EQ(first.status, 0);
+  EXPECT_NO_THROW(ResultFile{written_});
+  EXPECT_EQ(content(tree_ / "log/vox_scan_res"), "DO NOT EDIT THIS FILE MANUALLY\n");
+}
+
+TEST_F(HeldJobTest, SigtermEndsTheScanWith8AndTakesTheResultAway) {
+  tree_.installAgent();
+  EXPECT_EQ(runHeld([](pid_t pid) { kill(pid, SIGTERM); }).status, 8);
+
+  EXPECT_FALSE(InstallTree::exists(tree_.resultFile()));
+  EXPECT_FALSE(InstallTree::exists(tree_.definitionFile()));
+  EXPECT_THAT(tree_.agentArguments(), Contains("8"));
+  EXPECT_EQ(content(tree_ / "log/vox_scan_res"), "DO NOT EDIT THIS FILE MANUALLY\n");
+  EXPECT_THAT(tree_.logLines(), Not(Contains("STA0161I The scan is complete.")));
+}
+
+TEST_F(HeldJobTest, HangUpsAndABrokenPipeToTheAgentAreIgnored) {
+  EXPECT_EQ(runHeld([](pid_t pid) {
+              kill(pid, SIGHUP);
+              kill(pid, SIGPIPE);
+            }).status,
+            0);
+  EXPECT_NO_THROW(ResultFile{written_});
+}
+
+TEST_F(JobEndTest, ALockLeftByADeadProcessIsTakenOver) {
+  define();
+  std::ofstream(tree_ / "log/vox_scan_res")
+      << "DO NOT EDIT THIS FILE MANUALLY\nResource=scan_srv1\nPID=999999999\n";
+  EXPECT_EQ(tree_.scan().status, 0);
+  EXPECT_EQ(content(tree_ / "log/vox_scan_res"), "DO NOT EDIT THIS FILE MANUALLY\n");
+}
+
+}  // namespace
+}  // namespace agent::test
