@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include <fstream>
+#include <sstream>
 
 #include "citizen/PrivateEtc.h"
 #include "citizen/Results.h"
@@ -16,29 +17,19 @@ namespace {
 namespace fs = std::filesystem;
 using ::testing::Contains;
 using ::testing::ElementsAre;
+using ::testing::ElementsAreArray;
 using ::testing::HasSubstr;
 using ::testing::IsSupersetOf;
 using ::testing::Not;
 
 using Words = std::vector<std::string>;
 
-/// A line of the mount table: the directory "A" of the test stands for the mount of an export.
-struct Mount {
-  std::string source;
-  std::string directory;
-  std::string type = "nfs";
-};
-
-struct Filer {
-  std::string networkName;
-  std::string name;
-  std::string address;
-  int osType = 1;
-};
-
-Record withFiler(Record filesystem, const Filer& filer, int computer = 99) {
-  return filesystem.add(
-      nasFiler(computer, filer.name, filer.networkName, filer.osType).set("nfIPAddress", filer.address));
+/// A file system of a filer: "network name,name,address".
+Record onFiler(Record filesystem, const std::string& hosts, int osType = 1, int computer = 99) {
+  Words names(3);
+  std::istringstream words(hosts);
+  for (std::string& name : names) std::getline(words, name, ',');
+  return filesystem.add(nasFiler(computer, names[1], names[0], osType).set("nfIPAddress", names[2]));
 }
 
 /// Mounts of filers, which are directories that a mount table of our own calls so. Each holds one file,
@@ -50,10 +41,15 @@ class FilerTest : public ::testing::Test {
     for (const char* name : {"A", "B", "C"}) std::ofstream(tree_.room(name) + "/in-" + name) << "content";
   }
 
-  void mounts(const std::vector<Mount>& table) const {
+  /// Each entry is "export directory", which makes it NFS, or "source directory type".
+  void mounts(const Words& table) const {
     Words lines;
-    for (const Mount& each : table)
-      lines.push_back(each.source + " " + tree_.room(each.directory) + " " + each.type);
+    for (const std::string& entry : table) {
+      std::istringstream words(entry);
+      std::string source, directory, type = "nfs";
+      words >> source >> directory >> type;
+      lines.push_back(source + " " + tree_.room(directory) + " " + type);
+    }
     etc_.mounts(lines);
   }
 
@@ -75,159 +71,89 @@ class FilerTest : public ::testing::Test {
     return log;
   }
 
+  static std::string notMounted(const std::string& key) {
+    return "STA0103W The file system \"" + key +
+           "\" is not mounted on this host. It is not scanned; the scan goes on with the others.";
+  }
+
   InstallTree tree_;
   PrivateEtc etc_{tree_.scratch()};
 };
 
 TEST_F(FilerTest, AFileSystemIsFoundInTheMountTableByAnyOfItsKeys) {
+  etc_.hosts(
+      {"10.1.2.3 filer1", "10.9.9.9 elsewhere", "fd00::1 filer6", "10.1.2.7 filer7", "10.1.2.8 filer7"});
   struct Case {
-    const char* what;
-    std::vector<Mount> table;
-    Filer filer;
+    Words table;
+    std::string filer;
     std::string mountPoint;
-    std::string walked;    ///< the file that is found; empty: the file system is not
-    std::string key = {};  ///< that STA0103W shows then
+    std::string walked;  ///< the directory, or the key that STA0103W shows
+    int osType = 1;
   };
-  const Words HOSTS{"10.1.2.3 filer1", "10.9.9.9 elsewhere", "fd00::1 filer6", "10.1.2.7 filer7",
-                    "10.1.2.8 filer7"};
-  const std::vector<Case> cases = {
-      {"by its network name", {{"net1:/vol/a", "A"}}, {"net1", "", ""}, "/vol/a", "/vol/a/in-A"},
-      {"by its name", {{"name1:/vol/a", "A"}}, {"net1", "name1", ""}, "/vol/a", "/vol/a/in-A"},
-      {"by its address", {{"10.7.7.7:/vol/a", "A"}}, {"net1", "name1", "10.7.7.7"}, "/vol/a", "/vol/a/in-A"},
-      {"the network name comes first, then the name, then the address",
-       {{"10.7.7.7:/vol/a", "A"}, {"name1:/vol/a", "B"}, {"net1:/vol/a", "C"}},
-       {"net1", "name1", "10.7.7.7"},
-       "/vol/a",
-       "/vol/a/in-C"},
-      {"hosts are the same in either case",
-       {{"NET1:/vol/a", "A"}},
-       {"Net1", "", ""},
-       "/vol/a",
-       "/vol/a/in-A"},
-      {"paths are not", {{"net1:/vol/A", "A"}}, {"net1", "", ""}, "/vol/a", "", "net1:/vol/a"},
-      {"blanks around a host are no part of it",
-       {{"net1:/vol/a", "A"}},
-       {"  net1 ", "", ""},
-       "/vol/a",
-       "/vol/a/in-A"},
-      {"any version of the protocol",
-       {{"net1:/vol/a", "A", "nfs4"}},
-       {"net1", "", ""},
-       "/vol/a",
-       "/vol/a/in-A"},
-      {"what a host's own server shows is no mount",
-       {{"net1:/vol/a", "A", "nfsd"}, {"none", "B", "tmpfs"}},
-       {"net1", "", ""},
-       "/vol/a",
-       "",
-       "net1:/vol/a"},
-      {"the first of several entries",
-       {{"net1:/vol/a", "A"}, {"net1:/vol/a", "B"}},
-       {"net1", "", ""},
-       "/vol/a",
-       "/vol/a/in-A"},
-      {"mounted by name, wanted by address",
-       {{"filer1:/vol/a", "A"}},
-       {"", "", "10.1.2.3"},
-       "/vol/a",
-       "/vol/a/in-A"},
-      {"an address in the table comes before one that is found out",
-       {{"filer1:/vol/a", "A"}, {"10.1.2.3:/vol/a", "B"}},
-       {"", "", "10.1.2.3"},
-       "/vol/a",
-       "/vol/a/in-B"},
-      {"mounted by address, wanted by a name in the place of the address",
-       {{"10.1.2.3:/vol/a", "A"}},
-       {"", "", "filer1"},
-       "/vol/a",
-       "/vol/a/in-A"},
-      {"another host's address",
-       {{"elsewhere:/vol/a", "A"}},
-       {"", "", "10.1.2.3"},
-       "/vol/a",
-       "",
-       "10.1.2.3:/vol/a"},
-      {"an address of the newer kind stands in brackets",
-       {{"filer6:/vol/a", "A"}},
-       {"", "", "[fd00::1]"},
-       "/vol/a",
-       "/vol/a/in-A"},
-      {"of several addresses the last counts",
-       {{"filer7:/vol/a", "A"}},
-       {"", "", "10.1.2.8"},
-       "/vol/a",
-       "/vol/a/in-A"},
-      {"a host without an address", {{"nowhere:/vol/a", "A"}}, {"nowhere", "", ""}, "/vol/a", "/vol/a/in-A"},
-      {"the root volume of a filer", {{"net1:/", "A"}}, {"net1", "", ""}, "vol/vol0", "vol/vol0/in-A"},
-      {"for each host in turn", {{"name1:/", "A"}}, {"net1", "name1", ""}, "vol/vol0", "vol/vol0/in-A"},
-      {"with a slash in front it is a volume like any other",
-       {{"net1:/", "A"}},
-       {"net1", "", ""},
-       "/vol/vol0",
-       "",
-       "net1:/vol/vol0"},
-      {"and is found as such",
-       {{"net1:/", "A"}, {"net1:/vol/vol0", "B"}},
-       {"net1", "", ""},
-       "/vol/vol0",
-       "/vol/vol0/in-B"},
-      {"of the other shape: its root volume, with the slash",
-       {{"net1:/", "A"}},
-       {"net1", "name1", "", 23},
-       "/vol/vol0",
-       "/vol/vol0/in-A"},
-      {"of the other shape: without it, or another volume, only the name",
-       {{"net1:/", "A"}, {"name1:/vol/vol0", "B"}},
-       {"net1", "name1", "", 23},
-       "vol/vol0",
-       "",
-       "name1"},
-      {"a filer that has no host", {{"net1:/vol/a", "A"}}, {"", " ", ""}, "/vol/a", "", "<NULL>"},
-      {"the directory of the mount is no key",
-       {{"net1:/vol/a", "A"}},
-       {"other", "", ""},
-       tree_.room("A"),
-       "",
-       "other:" + tree_.room("A")},
-  };
-  etc_.hosts(HOSTS);
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.what);
+  const std::string local = tree_.room("A");
+  for (const Case& c : std::vector<Case>{
+           // The network name comes first, then the name, then the address.
+           {{"net1:/vol/a A"}, "net1", "/vol/a", "A"},
+           {{"name1:/vol/a A"}, "net1,name1", "/vol/a", "A"},
+           {{"10.7.7.7:/vol/a A"}, "net1,name1,10.7.7.7", "/vol/a", "A"},
+           {{"10.7.7.7:/vol/a A", "name1:/vol/a B", "net1:/vol/a C"}, "net1,name1,10.7.7.7", "/vol/a", "C"},
+           {{"10.7.7.7:/vol/a A", "name1:/vol/a B"}, "net1,name1,10.7.7.7", "/vol/a", "B"},
+           // Hosts are the same in either case and without blanks around them, paths are not.
+           {{"NET1:/vol/a A"}, "Net1", "/vol/a", "A"},
+           {{"net1:/vol/a A"}, "  net1 ", "/vol/a", "A"},
+           {{"net1:/vol/A A"}, "net1", "/vol/a", "net1:/vol/a"},
+           // Any version of the protocol, but not what this host's own server shows. The first entry wins.
+           {{"net1:/vol/a A nfs4"}, "net1", "/vol/a", "A"},
+           {{"net1:/vol/a A nfsd", "none B tmpfs"}, "net1", "/vol/a", "net1:/vol/a"},
+           {{"net1:/vol/a A", "net1:/vol/a B"}, "net1", "/vol/a", "A"},
+           // Mounted by name, wanted by address; an address in the table comes before one that was looked up.
+           {{"filer1:/vol/a A"}, ",,10.1.2.3", "/vol/a", "A"},
+           {{"elsewhere:/vol/a A"}, ",,10.1.2.3", "/vol/a", "10.1.2.3:/vol/a"},
+           {{"filer1:/vol/a A", "10.1.2.3:/vol/a B"}, ",,10.1.2.3", "/vol/a", "B"},
+           {{"filer6:/vol/a A"}, ",,[fd00::1]", "/vol/a", "A"},
+           {{"filer7:/vol/a A"}, ",,10.1.2.8", "/vol/a", "A"},  // of several the last
+           // Mounted by address, wanted by a name that stands in the place of the address.
+           {{"10.1.2.3:/vol/a A"}, ",,filer1", "/vol/a", "A"},
+           {{"nowhere:/vol/a A"}, "nowhere", "/vol/a", "A"},  // a host without an address
+           // The root volume, for each host in turn; with a slash in front it is one like any other.
+           {{"net1:/ A"}, "net1", "vol/vol0", "A"},
+           {{"name1:/ A"}, "net1,name1", "vol/vol0", "A"},
+           {{"net1:/ A"}, "net1", "/vol/vol0", "net1:/vol/vol0"},
+           {{"net1:/ A", "net1:/vol/vol0 B"}, "net1", "/vol/vol0", "B"},
+           // Filers of the other shape: the name alone, or their root volume, here with the slash.
+           {{"net1:/ A"}, "net1,name1", "/vol/vol0", "A", 23},
+           {{"net1:/ A", "name1:/vol/vol0 B"}, "net1,name1", "vol/vol0", "name1", 23},
+           // A filer without a host has no key; the directory of a mount is none.
+           {{"net1:/vol/a A"}, ", ,", "/vol/a", "<NULL>"},
+           {{"net1:/vol/a A"}, "other", local, "other:" + local},
+       }) {
+    SCOPED_TRACE(c.table.front() + " for " + c.filer + " " + c.mountPoint);
+    const bool found = c.walked.size() == 1;
     fs::remove(tree_.logFile());
     mounts(c.table);
 
-    EXPECT_EQ(scan(Definition().add(withFiler(filesystem(1, c.mountPoint, 14), c.filer))).status,
-              c.walked.empty() ? 4 : 0);
+    EXPECT_EQ(scan(Definition().add(onFiler(filesystem(1, c.mountPoint, 14), c.filer, c.osType))).status,
+              found ? 0 : 4);
 
-    if (c.walked.empty()) {
-      EXPECT_THAT(
-          mountLog(),
-          ElementsAre(
-              "STA0103W The file system \"" + c.key +
-              "\" is not mounted on this host. It is not scanned; the scan goes on with the others."));
-    } else {
-      const ResultFile result(tree_.result());
-      EXPECT_THAT(namesIn(result, result.results(5, 1)), ElementsAre(c.walked));
-      EXPECT_THAT(mountLog(), ElementsAre());
+    const ResultFile result(tree_.result());
+    EXPECT_THAT(mountLog(), ElementsAreArray(found ? Words{} : Words{notMounted(c.walked)}));
+    if (found) {
+      EXPECT_THAT(namesIn(result, result.results(5, 1)), ElementsAre(c.mountPoint + "/in-" + c.walked));
     }
   }
 }
 
 TEST_F(FilerTest, LocalFileSystemsAreFoundByTheirMountPoint) {
   struct Case {
-    const char* what;
-    std::vector<Mount> table;
+    Words table;
     int status;
   };
-  for (const Case& c :
-       {Case{"of any kind that isn't known", {{"none", "A", "newfs"}}, 0},
-        Case{"the first of several: the second would have a device that isn't there",
-             {{"none", "A", "tmpfs"}, {"/nowhere", "A", "ext4"}},
-             0},
-        Case{"an export is found by its source alone", {{"net1:/vol/a", "A"}}, 4},
-        Case{"a kind that is never scanned", {{"none", "A", "proc"}, {"none", "B", "tmpfs"}}, 4},
-        Case{"a device that can't be read", {{"/nowhere", "A", "ext4"}}, 4}}) {
-    SCOPED_TRACE(c.what);
+  for (const Case& c : {Case{{"none A newfs"}, 0},                     // of any kind that isn't known
+                        Case{{"none A tmpfs", "/nowhere A ext4"}, 0},  // the first of several
+                        Case{{"net1:/vol/a A nfs"}, 4},                // an export is found by its source
+                        Case{{"none A proc", "none B tmpfs"}, 4},      // a kind that is never scanned
+                        Case{{"/nowhere A ext4"}, 4}}) {               // a device that can't be read
+    SCOPED_TRACE(c.table.front());
     mounts(c.table);
     EXPECT_EQ(scan(Definition().add(filesystem(1, tree_.room("A")))).status, c.status);
   }
@@ -241,14 +167,10 @@ TEST_F(FilerTest, AMountPointWithBlanksIsReadAsTheTableWritesIt) {
 }
 
 TEST_F(FilerTest, ABrokenSourceIsToldAndTheOthersAreKept) {
-  mounts({{"net1/vol/a", "A"},
-          {"net1:/vol/b", "B"},
-          {":/vol/a", "A"},
-          {"net1:vol", "A"},
-          {"none", "C", "tmpfs"}});
+  mounts({"net1/vol/a A", "net1:/vol/b B", ":/vol/a A", "net1:vol A", "none C tmpfs"});
 
   EXPECT_EQ(scan(Definition()
-                     .add(withFiler(filesystem(1, "/vol/b", 14), {"net1", "", ""}))
+                     .add(onFiler(filesystem(1, "/vol/b", 14), "net1,,"))
                      .add(filesystem(2, tree_.room("C"))))
                 .status,
             4);
@@ -281,9 +203,9 @@ TEST_F(FilerTest, ResultsAndSelectionsKnowTheLogicalNamesAlone) {
   fs::create_directories(local + "/home/anna");
   std::ofstream(local + "/home/anna/mail") << "content";
   std::ofstream(local + "/home/note") << "content";
-  mounts({{"net1:/vol/users", "A"}});
+  mounts({"net1:/vol/users A"});
   Definition definition;
-  definition.add(withFiler(filesystem(1, "/vol/users", 15), {"net1", "name1", ""}, 42))
+  definition.add(onFiler(filesystem(1, "/vol/users", 15), "net1,name1,", 1, 42))
       .add(monitoredDirectory(8, "/vol/users/home", 42))
       .add(monitoredDirectory(9, "/vol/users/home", 43))
       .add(statistic(6, 1, "by path")
@@ -311,9 +233,9 @@ TEST_F(FilerTest, AClusterFileSetIsFoundByTheClustersNameAndBeginsAtTheTop) {
   fs::create_directories(tree_.room("D") + "/cluster1");
   std::ofstream(tree_.room("D") + "/cluster1/file") << "content";
   fs::create_directories(tree_.room("D") + "/.quickcopy");
-  mounts({{"server", "D", "clfs"}});
+  mounts({"server D clfs"});
 
-  EXPECT_EQ(scan(Definition().add(withFiler(filesystem(1, "/set", 18), {"", "cluster1", "", 23}))).status, 0);
+  EXPECT_EQ(scan(Definition().add(onFiler(filesystem(1, "/set", 18), ",cluster1,", 23))).status, 0);
 
   const ResultFile result(tree_.result());
   EXPECT_THAT(namesIn(result, result.results(5, 1)), ElementsAre("/cluster1/file"));
@@ -328,10 +250,9 @@ TEST_F(FilerTest, ANameThatIsLostIsToldAsThisHostKnowsIt) {
   dead.rule({"getattr /file hang"});
   etc_.mounts({"net1:/vol/users " + dead.path() + " nfs"});
 
-  EXPECT_EQ(scan(Definition().add(withFiler(filesystem(1, "/vol/users", 15), {"net1", "", ""})),
-                 {"-nfstimeout", "1"})
-                .status,
-            0);
+  EXPECT_EQ(
+      scan(Definition().add(onFiler(filesystem(1, "/vol/users", 15), "net1,,")), {"-nfstimeout", "1"}).status,
+      0);
 
   EXPECT_THAT(tree_.logLines(),
               Contains("STA0063E Unable to read the attributes of \"" + dead.path() +
@@ -344,9 +265,9 @@ TEST_F(FilerTest, WhatAnotherMountCoversIsLeftOut) {
   // Another file system on top of a directory of the walk: what is below can't be had from here.
   const auto covered = MountedFileSystem::tmpfs(local + "/mounted");
   std::ofstream(covered.path() + "/hidden") << "content";
-  mounts({{"net1:/vol/users", "A"}});
+  mounts({"net1:/vol/users A"});
 
-  EXPECT_EQ(scan(Definition().add(withFiler(filesystem(1, "/vol/users", 15), {"net1", "", ""}))).status, 0);
+  EXPECT_EQ(scan(Definition().add(onFiler(filesystem(1, "/vol/users", 15), "net1,,"))).status, 0);
 
   const ResultFile result(tree_.result());
   EXPECT_THAT(namesIn(result, result.results(5, 1)), ElementsAre("/vol/users/in-A"));
@@ -356,23 +277,23 @@ TEST_F(FilerTest, WhatAnotherMountCoversIsLeftOut) {
 // The order of walks and of the result: local file systems, the last of the definition first; then domain by
 // domain, in each filer by filer as they are met, each filer's file systems as the definition has them.
 TEST_F(FilerTest, FileSystemsOfAFilerStandTogether) {
-  std::vector<Mount> table{{"none", "L1", "tmpfs"}, {"none", "L2", "tmpfs"}};
+  Words table{"none L1 tmpfs", "none L2 tmpfs"};
   Definition definition;
-  const auto onFiler = [&](int id, int filer, int domainID) {
+  const auto volumeOf = [&](int id, int filer, int domainID) {
     const std::string volume = "/vol/" + std::to_string(id);
-    table.push_back({"f" + std::to_string(filer) + ":" + volume, "V" + std::to_string(id)});
+    table.push_back("f" + std::to_string(filer) + ":" + volume + " V" + std::to_string(id));
     Record record = nasFiler(filer, "", "f" + std::to_string(filer));
     if (domainID != 0) record.add(domain(domainID, "domain"));
     definition.add(filesystem(id, volume, 14).add(record));
   };
   definition.add(filesystem(1, tree_.room("L1")));
-  onFiler(2, 50, 200);
-  onFiler(3, 51, 100);
+  volumeOf(2, 50, 200);
+  volumeOf(3, 51, 100);
   definition.add(filesystem(4, tree_.room("L2")));
-  onFiler(5, 50, 200);
-  onFiler(6, 52, 0);
-  onFiler(7, 53, 100);
-  onFiler(8, 51, 100);
+  volumeOf(5, 50, 200);
+  volumeOf(6, 52, 0);
+  volumeOf(7, 53, 100);
+  volumeOf(8, 51, 100);
   mounts(table);
 
   EXPECT_EQ(scan(definition).status, 0);

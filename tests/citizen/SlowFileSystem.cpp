@@ -41,13 +41,14 @@ std::string tree;
 std::string rules;
 std::string journal;
 
-/// Whether a thread has been told to die: only its SIGKILL counts, as in a killable wait of the kernel.
-bool isKilled(pid_t thread) {
+/// Whether a thread has been told to die, as a killable wait of the kernel tests it; no other signal counts
+/// but the SIGSTOP of a tracer, since a leak checker stops all threads of a job that ends.
+bool isToLetGo(pid_t thread) {
   std::ifstream status("/proc/" + std::to_string(thread) + "/status");
   if (!status) return true;
   for (std::string line; std::getline(status, line);) {
-    if (line.starts_with("SigPnd:"))
-      return (std::stoull(line.substr(8), nullptr, 16) & 1u << (SIGKILL - 1)) != 0;
+    if (!line.starts_with("SigPnd:")) continue;
+    return (std::stoull(line.substr(8), nullptr, 16) & (1u << (SIGKILL - 1) | 1u << (SIGSTOP - 1))) != 0;
   }
   return true;
 }
@@ -80,7 +81,7 @@ int waitFor(const std::string& operation, const char* path) {
   const auto start = std::chrono::steady_clock::now();
   const pid_t caller = fuse_get_context()->pid;
   while (std::chrono::steady_clock::now() - start < delayOf(operation, path)) {
-    if (isKilled(caller)) return -EINTR;
+    if (isToLetGo(caller)) return -EINTR;
     std::this_thread::sleep_for(5ms);
   }
   return 0;

@@ -158,13 +158,14 @@ TEST_F(TimeLimitTest, TheLimitHoldsInAStormOfSignals) {
   file("x/dead");
   file("b");
   define();
+  const AgentStandIn agent(tree_);
 
   const Outcome outcome = scan({"getattr /x/dead hang"}, [&](pid_t job) {
     EXPECT_TRUE(slow_.sees("getattr /x/dead"));
-    while (isRunning(job)) {
+    EXPECT_TRUE(eventually([&] {
       for (const int harmless : {SIGCONT, SIGHUP, SIGPIPE, SIGCHLD, SIGWINCH, SIGURG}) kill(job, harmless);
-      std::this_thread::sleep_for(100us);
-    }
+      return !agent.told().empty();
+    }));
   });
 
   EXPECT_EQ(outcome.status, 0);
