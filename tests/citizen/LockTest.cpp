@@ -5,9 +5,9 @@
 #include <fstream>
 
 #include "Common/unix/FileDescriptor.h"
+#include "citizen/Results.h"
 #include "citizen/SlowJob.h"
 #include "common/TemporaryDirectory.h"
-#include "system/ResultFile.h"
 
 namespace agent::test {
 namespace {
@@ -59,8 +59,7 @@ TEST_F(LockTest, TheSecondJobOnAFileSystemIsRefusedAndTheFirstGoesOn) {
   });
 
   EXPECT_EQ(outcome.status, 0);
-  const ResultFile result(tree_.result());
-  EXPECT_EQ(result.number(result.results(5, 1).only("SSummary"), "sumFileCount"), 1);
+  EXPECT_EQ(summed(tree_, "sumFileCount"), 1);
   EXPECT_EQ(locks(), file({}));
   expectTidy();
 }

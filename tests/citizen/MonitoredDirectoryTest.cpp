@@ -227,11 +227,16 @@ TEST_F(MonitoredDirectoryTest, RelativeNamesOfADirectoryStatisticBeginAtTheDirec
       << "its bytes, no list";
 }
 
-TEST_F(MonitoredDirectoryTest, WithoutADirectoryADirectoryStatisticIsNotPrinted) {
-  EXPECT_EQ(scan(job({})), 0);
-
-  const ResultFile result(tree_.result());
-  EXPECT_EQ(result.root().all("CuStatDef").size(), 1u);
+TEST_F(MonitoredDirectoryTest, ADirectoryStatisticIsPrintedWhereADirectoryMayBe) {
+  struct Case {
+    std::string path;
+    size_t printed;  ///< statistics: that of the file system is always one
+  };
+  for (const Case& c : {Case{m() + "/nowhere", 2}, Case{m() + "m/a", 1}, Case{"/a", 1}}) {
+    SCOPED_TRACE(c.path);
+    EXPECT_EQ(scan(job({monitoredDirectory(1, c.path)})), 0);
+    EXPECT_EQ(ResultFile(tree_.result()).root().all("CuStatDef").size(), c.printed);
+  }
   EXPECT_THAT(tree_.logLines(),
               ::testing::IsSupersetOf(
                   {std::string("STA0027I The scan gathers these statistics for monitored directories:"),

@@ -21,7 +21,7 @@ using ::testing::Le;
 /// A terminal whose job end is the standard error of a job.
 class Terminal {
  public:
-  explicit Terminal(unsigned short columns) {
+  explicit Terminal(uint16_t columns) {
     winsize size = {};
     size.ws_row = 24;
     size.ws_col = columns;
@@ -33,7 +33,9 @@ class Terminal {
     job_ = FileDescriptor(ends[1]);
   }
 
-  void handTo(Launch& launch) const { launch.handed.emplace_back(job_.get(), STDERR_FILENO); }
+  void handTo(Launch& launch, int number = STDERR_FILENO) const {
+    launch.handed.emplace_back(job_.get(), number);
+  }
   /// All that was shown since the last look.
   std::string shown() const {
     std::string all;
@@ -62,7 +64,7 @@ TEST_F(ProgressTest, OnATerminalOneLineShowsHowFarTheWalkIs) {
   fs::create_directories(slow_.tree() + "/" + hostile);
   for (int i = 0; i < 120; ++i) std::ofstream(slow_.tree() + "/" + hostile + "/" + std::to_string(i));
   slow_.rule({"getattr */[0-9]* 10"});
-  for (const unsigned short columns : {200, 60}) {
+  for (const uint16_t columns : {uint16_t{200}, uint16_t{60}}) {
     SCOPED_TRACE(columns);
     define();
     const Terminal terminal(columns);
@@ -88,7 +90,9 @@ TEST_F(ProgressTest, OnATerminalOneLineShowsHowFarTheWalkIs) {
       entries.push_back(std::stol(parts[1]));
       EXPECT_LT(line.size(), columns);
       EXPECT_THAT(std::stod(parts[2]), AllOf(Ge(10), Le(110))) << "ten milliseconds each, at the least";
-      if (columns == 200) EXPECT_EQ(parts[3], slow_.path() + R"(/a\x1B[2J\x0D\x0A\x07\xFF)");
+      if (columns == 200) {
+        EXPECT_EQ(parts[3], slow_.path() + R"(/a\x1B[2J\x0D\x0A\x07\xFF)");
+      }
       for (const char c : line) EXPECT_TRUE(c >= ' ' && c <= '~') << line;
     }
     EXPECT_THAT(entries.size(), AllOf(Ge(3u), Le(static_cast<size_t>(took.count() * 5)))) << took.count();
@@ -117,35 +121,43 @@ TEST_F(ProgressTest, AJobWithoutAResultSaysSo) {
   EXPECT_EQ(terminal.shown(), "The scan ended with 13 and no result. Log: " + tree_.logFile() + "\r\n");
 }
 
-TEST_F(ProgressTest, UnderAnAgentTheTerminalStaysEmpty) {
+TEST_F(ProgressTest, UnderAnAgentOrWithoutATerminalNothingIsShown) {
   for (int i = 0; i < 60; ++i) std::ofstream(slow_.tree() + "/" + std::to_string(i));
   slow_.rule({"getattr /[0-9]* 10"});
   const Terminal terminal(80);
   StatusPipe status;
-  Launch launch = tree_.launch();
-  terminal.handTo(launch);
-  status.handTo(launch);
-
-  const Outcome outcome = run(launch);
-
-  EXPECT_EQ(outcome.status, 0);
-  EXPECT_EQ(terminal.shown() + outcome.out, "");
+  Launch underAnAgent = tree_.launch();
+  terminal.handTo(underAnAgent);
+  status.handTo(underAnAgent);
+  for (const Launch& launch : {underAnAgent, tree_.launch()}) {
+    define();
+    const Outcome outcome = run(launch);
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.out + outcome.err + terminal.shown(), "");
+  }
 }
 
-TEST_F(ProgressTest, WithoutATerminalNothingIsShown) {
-  for (int i = 0; i < 60; ++i) std::ofstream(slow_.tree() + "/" + std::to_string(i));
-  slow_.rule({"getattr /[0-9]* 10"});
+TEST_F(ProgressTest, ATerminalThatStopsWritersOfItsBackgroundDoesNotStopAJob) {
+  const Terminal terminal(80);
+  Launch launch = tree_.launch();
+  // The shell of a session on this terminal starts the job, which makes a process group of its own.
+  const std::vector<std::string> job = launch.arguments;
+  launch.arguments = {"-c", "/bin/sh", "-c", "stty tostop && \"$@\"; exit $?", "sh", launch.program};
+  launch.arguments.insert(launch.arguments.end(), job.begin(), job.end());
+  launch.program = "/usr/bin/setsid";
+  launch.limit = std::chrono::seconds(10);
+  terminal.handTo(launch, STDIN_FILENO);
+  terminal.handTo(launch);
 
-  const Outcome outcome = tree_.scan();
+  EXPECT_EQ(run(launch).status, 0);
 
-  EXPECT_EQ(outcome.status, 0);
-  EXPECT_EQ(outcome.out + outcome.err, "");
+  EXPECT_EQ(terminal.shown(), files());
 }
 
 TEST_F(ProgressTest, ATerminalThatGoesAwayCostsTheLineAlone) {
   for (int i = 0; i < 60; ++i) std::ofstream(slow_.tree() + "/" + std::to_string(i));
   slow_.rule({"getattr /[0-9]* 10"});
-  auto terminal = std::make_unique<Terminal>(static_cast<unsigned short>(80));
+  auto terminal = std::make_unique<Terminal>(uint16_t{80});
   Launch launch = tree_.launch();
   terminal->handTo(launch);
   launch.whileRunning = [&](pid_t) {

@@ -4,9 +4,16 @@
 #include <string>
 #include <vector>
 
+#include "system/InstallTree.h"
 #include "system/ResultFile.h"
 
 namespace agent::test {
+
+/// A figure of the summary of a file system by statistic 5 of summaryOf, in the result of a tree's job.
+inline long long summed(const InstallTree& tree, const std::string& column, int filesystem = 1) {
+  const ResultFile result(tree.result());
+  return result.number(result.results(5, filesystem).only("SSummary"), column);
+}
 
 /// The names in the records of one class below a node, in file order: those of SFile, SDirectory or SMonDir.
 inline std::vector<std::string> namesIn(const ResultFile& result, const Node& node,
