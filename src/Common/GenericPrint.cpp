@@ -57,7 +57,8 @@ GenericPrint::GenericPrint(int format, std::string fileName)
     }
   }
   // 0666 as every ordinary file: the umask of the agent decides who may read results.
-  descriptor_ = openFile(fileName_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
+  // O_NONBLOCK: a pipe in the file's place fails here or at the first write that would have to wait.
+  descriptor_ = openFile(fileName_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NONBLOCK, 0666);
   if (!descriptor_) {
     openError_ = errno;
     TRACE(TR_MIN, "Unable to open file: %s\n", fileName_.c_str());

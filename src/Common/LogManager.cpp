@@ -20,8 +20,25 @@ constexpr int kNotOpened = 9;
 constexpr size_t kLongestInsert = 4604;
 constexpr const char* kEmptyInsert = "<NULL>";
 
-void lineFeedsToBlanks(std::string& text) {
-  std::replace(text.begin(), text.end(), '\n', ' ');
+/// A text as a line of the log shows it: a line feed becomes a blank unless the job made a list of it, other
+/// control bytes, which a terminal would act upon, become "\\xNN". Names are bytes: all others stay as they
+/// are.
+std::string shownText(std::string_view text, bool keepLineFeeds) {
+  std::string shown;
+  shown.reserve(text.size());
+  char escaped[5];
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (c == '\n') {
+      shown += keepLineFeeds ? '\n' : ' ';
+    } else if (byte < 0x20 || byte == 0x7F) {
+      std::snprintf(escaped, sizeof escaped, "\\x%02X", static_cast<unsigned>(byte));
+      shown += escaped;
+    } else {
+      shown += c;
+    }
+  }
+  return shown;
 }
 
 /// Text inserts as messages take them: never empty, never endless.
@@ -31,7 +48,7 @@ void shapeTextInserts(MessageInserts& inserts, bool keepLineFeeds) {
     if (text == nullptr) continue;
     if (text->empty()) *text = kEmptyInsert;
     if (text->size() > kLongestInsert) text->resize(kLongestInsert);
-    if (!keepLineFeeds) lineFeedsToBlanks(*text);
+    *text = shownText(*text, keepLineFeeds);
   }
 }
 

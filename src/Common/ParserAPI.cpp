@@ -271,16 +271,19 @@ Rows ParserAPI::getEntityData(Entity& entity, int rows) {
 std::vector<ParserAPI::Entity> ParserAPI::getEntityChildren(const Entity& entity) {
   constexpr const char* operation = "getEntityChildren()";
   seek(entity.dataPos, operation);
-  const std::string closeTag = closeTagOf(entity);
   std::vector<Entity> children;
   int64_t depth = 0;
-  while (const auto line = nextLine(operation)) {
+  // The close tag that leaves the entity ends it, also one that is spelled wrong: a search for the right one
+  // would read the rest of the file, for each of many entities, and give it the children of others.
+  while (depth >= 0) {
+    const auto line = nextLine(operation);
+    if (!line) break;
     LineKind kind = classify(*line);
     const int change = depthChange(kind, *line);
     depth += change;
-    if (depth == 1 && change == 1)
+    if (depth == 1 && change == 1) {
       children.push_back(entityHere(std::move(kind.name), std::move(kind.qualifier)));
-    if (depth == -1 && *line == closeTag) break;
+    }
   }
   return children;
 }

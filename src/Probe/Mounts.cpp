@@ -146,7 +146,10 @@ Mounts::~Mounts() {
 
 bool Mounts::openMnttab() {
   closeTable();
-  mountFile_ = fopen(tablePath_.c_str(), "re");
+  // O_NONBLOCK: whatever stands under the name of the table, opening it must not wait.
+  FileDescriptor table = openFile(tablePath_.c_str(), O_RDONLY | O_NONBLOCK);
+  mountFile_ = table ? fdopen(table.get(), "r") : nullptr;
+  if (mountFile_ != nullptr) table.release();
   if (mountFile_ == nullptr) {
     logJobMessage(394, "STA0094E", {getSystemErrorMessage()});
     return false;

@@ -71,29 +71,31 @@ int ExecScan::startScan(int argc, char** argv) {
   cmdArgs_ = std::make_unique<CmdArgs>(argc, argv, CmdArgs::SCAN_PROGRAM);
   openMessages(cmdArgs_->getInstallLocation());
   if (returnCode_ == CLEAN) parseArguments();
+  run();
+  return cleanup();
+}
 
+void ExecScan::run() {
   TRACE_SCOPE("startScan(...)");
   installSignalHandling();
   if (cmdArgs_->wantsVersion()) {
     printf("%s\n", VERSION);
-    return cleanup();
+    return;
   }
   sendAgentStartStatus(cmdArgs_->agentCom, returnCode_ == CLEAN ? STARTED : FAILED_TO_START);
-  if (returnCode_ != CLEAN) return cleanup();
+  if (returnCode_ != CLEAN) return;
 
   logJobMessage(1144, "AGT0146I");
   jobStartTime_ = now();
   const std::string jobFile = createJobFile(SCAN_JOB, *cmdArgs_, true);
   const std::string definitionFile = definitionFileName();
-  if (!readDefinition(definitionFile)) {
+  if (readDefinition(definitionFile)) {
+    scan();
+    finish(definitionFile, jobFile);
+  } else {
     notifyAgent();
-    tellSpectator();
-    return cleanup();
   }
-  scan();
-  finish(definitionFile, jobFile);
   tellSpectator();
-  return cleanup();
 }
 
 // --- Set-up ------------------------------------------------------------------------------------------------
@@ -170,7 +172,8 @@ void ExecScan::scan() {
   try {
     scanLocked();
   } catch (const GenericException& exception) {
-    // Locks taken before the one that failed stay in the resource file: with this process they turn stale.
+    // The log has been told. Locks taken before the one that failed stay in the resource file: with this
+    // process they turn stale.
     TRACE(TR_MIN, "Filesystem already in locked by another scan process: %s\n",
           exception.getMessage().c_str());
     returnCode_ = ABORTED;
@@ -183,10 +186,13 @@ void ExecScan::scan() {
     }
     unlock();
     returnCode_ = ABORTED;
+    logJobMessage(2602, "GEN0102W");
   } catch (const VOXIOException& exception) {
+    logJobMessage(2601, "GEN0101E", {cmdArgs_->resultFile, exception.getCause()});
     TRACE(TR_MIN, "%s: %s\n", exception.getMessage().c_str(), exception.getCause().c_str());
     returnCode_ = WRITE_FAILED;
   } catch (const std::exception& exception) {
+    logJobMessage(2603, "GEN0103E", {std::string(exception.what())});
     TRACE(TR_MIN, "ERROR: %s, the scan ends.\n", exception.what());
     unlock();
     returnCode_ = ABORTED;

@@ -35,6 +35,7 @@ class ExecScan : public Object {
   int startScan(int argc, char** argv);
 
  private:
+  void run();
   void openMessages(const std::string& installLocation);
   void parseArguments();
   void reportBadArguments() const;

@@ -18,6 +18,8 @@
 // docs/architecture.md follows one run and one directory entry through these rooms.
 
 #include <fcntl.h>
+#include <signal.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include "Scan/ExecScan.h"
@@ -32,10 +34,22 @@ void fillStandardDescriptors() {
   if (descriptor > STDERR_FILENO) close(descriptor);
 }
 
+/// A walk holds a descriptor for each level, two hundred at most, and the log needs one at any time.
+void raiseDescriptorLimit() {
+  constexpr rlim_t WANTED = 1024;
+  rlimit limit = {};
+  if (getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur >= WANTED) return;
+  limit.rlim_cur = limit.rlim_max < WANTED ? limit.rlim_max : WANTED;
+  setrlimit(RLIMIT_NOFILE, &limit);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   fillStandardDescriptors();
+  signal(SIGPIPE,
+         SIG_IGN);  // from the first message on: its reader may have gone, the agent wants its status
+  raiseDescriptorLimit();
   agent::ExecScan job;
   return job.startScan(argc, argv);
 }

@@ -44,6 +44,7 @@ void installSignalHandling() {
   setDisposition(SIGPIPE, SIG_IGN);
   setDisposition(SIGHUP, SIG_IGN);
   setDisposition(SIGXFSZ, SIG_IGN);  // a file that may not grow is a failed write, told as such
+  setDisposition(SIGTTOU, SIG_IGN);  // a group of its own is in the background of its terminal
   setDisposition(SIGCHLD, SIG_DFL);
   sigset_t stopSignal;
   sigemptyset(&stopSignal);

@@ -19,10 +19,10 @@ inline bool stopRequested() {
   return true;
 }
 
-/// SIGTERM requests a stop; SIGPIPE, SIGHUP and SIGXFSZ are ignored, so the job outlives its terminal and its
-/// agent; the job becomes the leader of a process group of its own. What the agent may have set otherwise is
-/// put right: SIGTERM is unblocked, and SIGCHLD gets its default, without which no child's exit code could be
-/// had.
+/// SIGTERM requests a stop; SIGPIPE, SIGHUP, SIGXFSZ and SIGTTOU are ignored, so the job outlives its
+/// terminal and its agent; the job becomes the leader of a process group of its own. What the agent may have
+/// set otherwise is put right: SIGTERM is unblocked, and SIGCHLD gets its default, without which no child's
+/// exit code could be had.
 void installSignalHandling();
 
 /// SIGTERM and SIGINT: keeps the number and sets agentStop, nothing else. Any other signal is passed over.

@@ -147,7 +147,10 @@ void CuStatAccum::actUpon(Scanner& scanner, FileAttributes& attributes) {
   // The first sighting of an inode with several names reaches no accumulator, each further one does: an inode
   // with n names in the tree counts n-1 times, one whose other names lie outside not at all. That is the
   // counting that servers rely on.
-  if (attributes.faLinkCount >= 2 && inodeTable_.insert(attributes.faInodeNumber).second) return;
+  if (attributes.faLinkCount >= 2 &&
+      inodeTable_.insert(static_cast<uint64_t>(attributes.faInodeNumber)).second) {
+    return;
+  }
 
   for (auto accumulator = accumulators_.rbegin(); accumulator != accumulators_.rend(); ++accumulator) {
     (*accumulator)->accumulate(scanner, attributes);

@@ -5,6 +5,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "Common/SeededHash.h"
 #include "Scan/statistics/Accumulator.h"
 #include "Scan/walk/FileAction.h"
 
@@ -51,7 +52,7 @@ class CuStatAccum : public FileAction {
   void push(Arguments&&... arguments);
 
   // Inodes with more than one link seen so far. One file system or monitored directory, so no device.
-  std::unordered_set<int64_t> inodeTable_;
+  std::unordered_set<uint64_t, SeededHash> inodeTable_;
   int32_t level_ = OUTSIDE;                                 // depth inside the subtree
   std::vector<std::unique_ptr<Accumulator>> accumulators_;  // in the order of building; called in reverse
   std::unique_ptr<LargeDirAccum> largeDirectories_;         // apart: it also hears of directories

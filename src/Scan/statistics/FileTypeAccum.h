@@ -4,6 +4,7 @@
 #include <string_view>
 #include <unordered_map>
 
+#include "Common/SeededHash.h"
 #include "Scan/results/FileTypeSummary.h"
 #include "Scan/statistics/Accumulator.h"
 
@@ -33,7 +34,7 @@ class FileTypeAccum : public Accumulator {
 
   int32_t proID_;
   int32_t ftNumber_;
-  std::unordered_map<ExtensionKey, FileTypeSummary> summaries_;
+  std::unordered_map<ExtensionKey, FileTypeSummary, SeededHash> summaries_;
 };
 
 }  // namespace agent

@@ -16,7 +16,7 @@ namespace agent {
 SUserOrGroup& UserOrGroupAccum::totalsOf(const UserOrGroup& identity) {
   if (&identity == lastIdentity_) return *lastTotals_;
   const int32_t key = kind_ == Kind::Owners ? identity.ugID : identity.ugGroupID;
-  const auto [entry, isNew] = totals_.try_emplace(key);
+  const auto [entry, isNew] = totals_.try_emplace(static_cast<uint32_t>(key));
   SUserOrGroup& totals = entry->second;
   if (isNew) {
     totals.sugFilesystemID = filesystem_.fsID;
@@ -59,7 +59,7 @@ void UserOrGroupAccum::finish(CuStatResults& results) {
   byId.reserve(totals_.size());
   for (auto& [id, totals] : totals_) {
     totals.sugStatisticID = results.srID;
-    byId.emplace_back(id, std::move(totals));
+    byId.emplace_back(static_cast<int32_t>(id), std::move(totals));
   }
   totals_.clear();
   lastIdentity_ = nullptr;

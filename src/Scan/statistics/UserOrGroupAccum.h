@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <unordered_map>
 
+#include "Common/SeededHash.h"
 #include "Scan/results/SUserOrGroup.h"
 #include "Scan/statistics/Accumulator.h"
 
@@ -29,7 +30,7 @@ class UserOrGroupAccum : public Accumulator {
   const Filesystem& filesystem_;
   // By the identity's number: two numbers that share a name share an identity, and so one record. Node-based:
   // the pointer to the last hit stays good while others are added.
-  std::unordered_map<int32_t, SUserOrGroup> totals_;
+  std::unordered_map<uint32_t, SUserOrGroup, SeededHash> totals_;
   const UserOrGroup* lastIdentity_ = nullptr;
   SUserOrGroup* lastTotals_ = nullptr;
 };

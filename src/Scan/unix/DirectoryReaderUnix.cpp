@@ -65,11 +65,12 @@ bool DirectoryReaderUnix::isDirectoryThatWasStated(int descriptor) const {
 }
 
 /// The next name as the system lists it, or null at the end. An error counts as the end: what is left of the
-/// directory can't be had.
+/// directory can't be had. One that comes before the first name makes it a directory that couldn't be opened.
 const char* DirectoryReaderUnix::nextName() {
   if (position_ >= filled_) {
     if (!buffer_) buffer_ = std::make_unique_for_overwrite<char[]>(BUFFER_BYTES);
     const ssize_t count = calls_.readEntries(handle_, buffer_.get(), BUFFER_BYTES);
+    if (count < 0) logReadFailure();
     if (count <= 0) return nullptr;
     position_ = 0;
     filled_ = static_cast<size_t>(count);
@@ -77,6 +78,18 @@ const char* DirectoryReaderUnix::nextName() {
   const auto* entry = reinterpret_cast<const dirent64*>(buffer_.get() + position_);
   position_ += entry->d_reclen;
   return entry->d_name;
+}
+
+void DirectoryReaderUnix::logReadFailure() const {
+  const std::string reason = getSystemErrorMessage();
+  const std::string localName = scanner().localName(scanner().path());
+  const bool nothingWasRead = filled_ == 0;
+  TRACE(TR_MIN, ">> readdir() failed on %s \n", localName.c_str());
+  if (nothingWasRead) {
+    logJobMessage(421, "STA0121E", {localName, reason});
+  } else {
+    logJobMessage(2604, "GEN0104W", {localName, reason});
+  }
 }
 
 bool DirectoryReaderUnix::nextEntry(std::string& path, int handle, int16_t fsType) {

@@ -28,6 +28,7 @@ class DirectoryReaderUnix : public DirectoryReader {
   static constexpr size_t BUFFER_BYTES = 32 * 1024;
 
   const char* nextName();
+  void logReadFailure() const;
   bool isDirectoryThatWasStated(int descriptor) const;
 
   DirectoryCalls& calls_;

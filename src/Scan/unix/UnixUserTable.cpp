@@ -44,8 +44,7 @@ UnixUserTable::UnixUserTable(UberTable& uberTable, std::unique_ptr<UserDatabase>
 // The slot that holds `id`, or the free one where it belongs.
 UnixUserTable::Slot& UnixUserTable::Numbers::slotOf(uint32_t id) {
   const size_t mask = slots.size() - 1;
-  // Numbers often come in steps of a power of two (ranges given to domains): a multiplication spreads them.
-  size_t place = ((static_cast<uint64_t>(id) * 0x9E3779B97F4A7C15U) >> 32) & mask;
+  size_t place = hash(id) & mask;
   while (slots[place].record != nullptr && slots[place].id != id) place = (place + 1) & mask;
   return slots[place];
 }

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "Common/SeededHash.h"
 #include "Scan/identity/UserTable.h"
 
 namespace agent {
@@ -49,6 +50,7 @@ class UnixUserTable : public UserTable {
 
   /// One kind's numbers: an open-addressed table, at most half full, of a power of two slots.
   struct Numbers {
+    SeededHash hash;
     std::vector<Slot> slots = std::vector<Slot>(64);
     size_t count = 0;
     uint32_t lastId = 0;
