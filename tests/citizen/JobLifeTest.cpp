@@ -104,7 +104,7 @@ TEST_F(JobLifeTest, WhicheverStepFailsTheAgentLearnsOfIt) {
   };
   const auto locksAreADirectory = [](Tree tree) { fs::create_directories(tree / "log/vox_scan_res"); };
   const auto outputIsAFile = [](Tree tree) { std::ofstream(tree / "output/srv") << ""; };
-  const auto resultIsADevice = [](Tree tree) {
+  const auto resultDiskIsFull = [](Tree tree) {
     fs::create_directories(tree / "output/srv");
     fs::create_symlink("/dev/full", tree.resultFile());
   };
@@ -139,7 +139,7 @@ TEST_F(JobLifeTest, WhicheverStepFailsTheAgentLearnsOfIt) {
            {lockHeldByUs, {}, "1", 8, "8", "r", IN_USE},
            {locksAreADirectory, {}, "1", 8, "8", "r", IN_USE},
            {outputIsAFile, {}, "1", 9, "9", "", unwritable(tree_, "Not a directory")},
-           {resultIsADevice, {}, "1", 9, "9", "r", unwritable(tree_, "Invalid argument")},
+           {resultDiskIsFull, {}, "1", 9, "9", "r", unwritable(tree_, "No space left on device")},
            {nothing, {}, "1", 4, "4", "ro", "STA0161I The scan is complete."},
        }) {
     SCOPED_TRACE("exit " + std::to_string(failure.exit) + ", " + failure.log);

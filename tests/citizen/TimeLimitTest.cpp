@@ -47,6 +47,7 @@ class TimeLimitTest : public SlowJob {
   Outcome scan(const Words& rules, const std::function<void(pid_t)>& act = {}) {
     slow_.rule(rules);
     Launch launch = tree_.launch({"-nfstimeout", "1"});
+    launch.environment["TSAN_OPTIONS"] = "atexit_sleep_ms=0";  // or every job ends a second late there
     launch.whileRunning = act;
     const auto start = std::chrono::steady_clock::now();
     const Outcome outcome = run(launch);
@@ -149,33 +150,44 @@ TEST_F(TimeLimitTest, ARootThatCannotBeOpenedIsNoEmptyFileSystem) {
                               "STA0161I The scan is complete."}));
 }
 
+// Of all signals only SIGTERM is caught, and so breaks into the wait for an answer; those that are ignored
+// never arrive. The wait goes on with what is left of its limit, whether the storm lasts or has passed by
+// then.
 TEST_F(TimeLimitTest, TheLimitHoldsInAStormOfSignals) {
   file("x/dead");
-  file("b");
-  define();
-  const AgentStandIn agent(tree_);
+  for (const auto storm : {10'000ms, 700ms}) {
+    SCOPED_TRACE("a storm of " + std::to_string(storm.count()) + " ms");
+    define();
+    slow_.forgetRequests();
+    fs::remove(tree_ / "notification");
+    const AgentStandIn agent(tree_);
 
-  const Outcome outcome = scan({"getattr /x/dead hang"}, [&](pid_t job) {
-    EXPECT_TRUE(slow_.sees("getattr /x/dead"));
-    EXPECT_TRUE(eventually([&] {
-      for (const int harmless : {SIGCONT, SIGHUP, SIGPIPE, SIGCHLD, SIGWINCH, SIGURG}) kill(job, harmless);
-      return !agent.told().empty();
-    }));
-  });
+    const Outcome outcome = scan({"getattr /x/dead hang"}, [&](pid_t job) {
+      EXPECT_TRUE(slow_.sees("getattr /x/dead"));
+      const auto end = std::chrono::steady_clock::now() + storm;
+      EXPECT_TRUE(eventually(
+          [&] {
+            for (const int each : {SIGTERM, SIGHUP, SIGPIPE, SIGCHLD}) kill(job, each);
+            return std::chrono::steady_clock::now() > end || !agent.told().empty();
+          },
+          12s));
+    });
 
-  EXPECT_EQ(outcome.status, 0);
-  EXPECT_EQ(summed(tree_, "sumFileCount"), 1);
-  EXPECT_THAT(took_.count(), AllOf(Ge(1.0), Lt(2.6)));
+    EXPECT_EQ(outcome.status, 8) << "it was told to stop, and stops at the next entry";
+    EXPECT_EQ(agent.value("-exitCode"), "8");
+    EXPECT_THAT(took_.count(), AllOf(Ge(1.0), Lt(1.6)));
+  }
 }
 
-TEST_F(TimeLimitTest, SignalsCutNoCallShort) {
+TEST_F(TimeLimitTest, AJobThatIsHaltedAndContinuedLosesNoEntry) {
   for (int i = 0; i < 60; ++i) file("f" + std::to_string(i));
   define();
 
   const Outcome outcome = scan({"getattr /f* 15"}, [&](pid_t job) {
     EXPECT_TRUE(eventually([&] { return !slow_.requests().empty(); }));
     EXPECT_TRUE(eventually([&] {
-      for (int i = 0; i < 50; ++i) kill(job, SIGCONT), kill(job, SIGHUP);
+      kill(job, SIGSTOP);
+      kill(job, SIGCONT);
       return slow_.requests().size() > 50;
     }));
   });
@@ -219,12 +231,13 @@ TEST_F(TimeLimitTest, WhatHangsIsFreedAsSoonAsTheServerIsBack) {
 
   const Outcome outcome = scan({"getattr */dead hang", "readdir / 1"}, [&](pid_t job) {
     EXPECT_TRUE(slow_.sees("readdir /"));
+    const long threads = count(job, "task");
     const long before = count(job, "fd");
     EXPECT_TRUE(eventually([&] { return !agent.told().empty(); }, 20s));
-    EXPECT_THAT(count(job, "task"), AllOf(Ge(1 + HANGING), Le(2 + HANGING)));
+    EXPECT_THAT(count(job, "task"), AllOf(Ge(threads - 1 + HANGING), Le(threads + HANGING)));
     EXPECT_LE(count(job, "fd"), before + 3 * HANGING);
     slow_.rule({});
-    EXPECT_TRUE(eventually([&] { return count(job, "task") <= 2; }));
+    EXPECT_TRUE(eventually([&] { return count(job, "task") <= threads; }));
     EXPECT_LE(count(job, "fd"), before);
     std::ofstream(go) << "";
   });
