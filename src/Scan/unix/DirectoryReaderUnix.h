@@ -25,7 +25,7 @@ class DirectoryReaderUnix : public DirectoryReader {
 
  private:
   // Big enough that a directory of ordinary size takes one call, small enough for two hundred open levels.
-  static constexpr size_t BUFFER_BYTES = 32 * 1024;
+  static constexpr size_t BUFFER_BYTES = 32768;
 
   const char* nextName();
   void logReadFailure() const;

@@ -9,7 +9,7 @@
 namespace agent {
 
 /// The walker of this platform: stats entries relative to their open directory.
-class ScannerUnix : public Scanner {
+class ScannerUnix final : public Scanner {
  public:
   ScannerUnix(const Setup& setup, DirectoryCalls& calls);
 
