@@ -154,22 +154,18 @@ void TextReport::results(const ResultNode& node) {
   for (const ResultNode* times : node.childrenOf(ScanVOXTags::TD)) ages(*times);
   directories(node.childrenOf(ScanVOXTags::DIR));
 
-  struct List {
-    int16_t type;
-    const char* title;
-    bool byAge;
-  };
-  constexpr List LISTS[] = {{SFile::LARGEST, "Largest files", false},
-                            {SFile::LEAST_ACCESSED, "Files least recently used", true},
-                            {SFile::OLDEST_NOT_BACKED_UP, "Oldest files that want a backup", true},
-                            {SFile::LARGEST_ORPHAN, "Largest files whose owner is gone", false},
-                            {SFile::OLDEST_ORPHAN, "Least recently used files whose owner is gone", true}};
-  for (const List& list : LISTS) {
+  constexpr FileList LISTS[] = {
+      {SFile::LARGEST, "Largest files", false, true},
+      {SFile::LEAST_ACCESSED, "Files least recently used", true, false},
+      {SFile::OLDEST_NOT_BACKED_UP, "Oldest files that want a backup", true, false},
+      {SFile::LARGEST_ORPHAN, "Largest files whose owner is gone, with the owner's number", false, true},
+      {SFile::OLDEST_ORPHAN, "Least recently used files whose owner is gone, with the number", true, true}};
+  for (const FileList& list : LISTS) {
     std::vector<const ResultNode*> ofList;
     for (const ResultNode* file : node.childrenOf(ScanVOXTags::SFILE)) {
       if (file->number(ScanVOXTags::SFILE_STAT_TYPE) == list.type) ofList.push_back(file);
     }
-    files(list.title, ofList, list.byAge);
+    files(list, ofList);
   }
   fileTypes(node.childrenOf(ScanVOXTags::FTP_SUMM));
 }
@@ -255,17 +251,22 @@ void TextReport::directories(const std::vector<const ResultNode*>& nodes) {
   more(nodes.size());
 }
 
-void TextReport::files(const char* heading, const std::vector<const ResultNode*>& nodes, bool byAge) {
+void TextReport::files(const FileList& list, const std::vector<const ResultNode*>& nodes) {
   if (nodes.empty()) return;
-  section(heading);
+  section(list.title);
   for (size_t i = 0; i < nodes.size() && i < rows_; ++i) {
     const ResultNode& node = *nodes[i];
-    const ResultNode* owner = node.child(ScanVOXTags::UG_USER);
-    const std::string ownerName = owner != nullptr ? safeText(owner->text(ScanVOXTags::UG_NAME)) : "?";
-    const int64_t age = (scanTime_ - node.number(ScanVOXTags::FA_ACCESSED)) / 1000;
-    out_ << padLeft(humanBlocks(node.number(ScanVOXTags::FA_BLOCKS)), SIZE + 2) << "  "
-         << (byAge ? padLeft(humanAge(age), COUNT) : padRight(fit(ownerName, COUNT), COUNT)) << "  "
-         << shown(node, WIDTH - SIZE - COUNT - 6) << '\n';
+    std::string line = padLeft(humanBlocks(node.number(ScanVOXTags::FA_BLOCKS)), SIZE + 2) + "  ";
+    if (list.age) {
+      const int64_t age = (scanTime_ - node.number(ScanVOXTags::FA_ACCESSED)) / 1000;
+      line += padLeft(humanAge(age), COUNT) + "  ";
+    }
+    if (list.owner) {
+      const ResultNode* owner = node.child(ScanVOXTags::UG_USER);
+      const std::string name = owner != nullptr ? safeText(owner->text(ScanVOXTags::UG_NAME)) : "?";
+      line += padRight(fit(name, COUNT), COUNT) + "  ";
+    }
+    out_ << line << shown(node, WIDTH - displayWidth(line)) << '\n';
   }
   more(nodes.size());
 }

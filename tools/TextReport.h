@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -19,6 +20,14 @@ class TextReport {
   void print(const std::vector<ResultNode>& nodes);
 
  private:
+  /// One of a statistic's lists of files, and what is shown of each beside size and path.
+  struct FileList {
+    int16_t type;
+    const char* title;
+    bool age;
+    bool owner;
+  };
+
   void filesystem(const ResultNode& node);
   void statistic(const ResultNode& definition);
   void directoryTotals(const ResultNode& directory, const ResultNode& node);
@@ -31,7 +40,7 @@ class TextReport {
   void histogram(const char* const* labels, const std::vector<int64_t>& sizes,
                  const std::vector<int64_t>& counts);
   void directories(const std::vector<const ResultNode*>& nodes);
-  void files(const char* title, const std::vector<const ResultNode*>& nodes, bool byAge);
+  void files(const FileList& list, const std::vector<const ResultNode*>& nodes);
   void fileTypes(const std::vector<const ResultNode*>& nodes);
   std::string shown(const ResultNode& node, size_t width) const;
   void title(const std::string& text);
