@@ -25,11 +25,9 @@ void expectTranslations(const std::vector<Translated>& table) {
 
 TEST(PathmatchTest, FindsTheComponentsAndTheAnchor) {
   expectTranslations({{"/usr/*/bin", "^/usr/[^/]*/bin$", 0},
-                      {"/usr/%", "^/usr\\(/[^/]*\\)*$", 0},
                       {"/usr/%/", "^/usr\\(/[^/]*\\)*$", 0},
                       {"/a/%/b", "^/a/\\([^/]*/\\)*b$", 0},
                       {"/tmp/file?.t[0-9]", "^/tmp/file[^/]\\.t[0-9]$", 0},
-                      {"src/*.c", "^src/[^/]*\\.c$", 1},
                       {"x/%/", "^x\\(/[^/]*\\)*$", 1},
                       {"%/*.log", "^[^/]*\\.log$", -1},
                       {"%/a/b", "^a/b$", -2},
@@ -41,22 +39,17 @@ TEST(PathmatchTest, FindsTheComponentsAndTheAnchor) {
                       {"a/%/%", "^a/\\([^/]*/\\)\\(/[^/]*\\)*$", 1},
                       {"%/%", "^\\([^/]*/\\)*\\(/[^/]*\\)*$", 1},
                       {"/", "^$", 0},
-                      {"/usr/", "^/usr$", 0},
                       {"//", "^/$", 0},
                       // The slashes of other platforms.
                       {"C:\\temp\\x", "^C:/temp/x$", 1},
-                      {"\\usr\\bin", "^/usr/bin$", 0},
                       // "%" is special as a whole component only.
-                      {"%x/y", "^%x/y$", 1},
                       {"/%x", "^/%x$", 0},
-                      {"x%", "^x%$", 1},
                       {"/a/&%/b", "^/a/%/b$", 0},
                       {"&%/b", "^%/b$", 1}});
 }
 
 TEST(PathmatchTest, TakesEscapedBytesForThemselves) {
   expectTranslations({{"a&*b", "^a\\*b$", 1},
-                      {"a&/b/c", "^a/b/c$", 1},
                       {"%/a&/b", "^a/b$", -2},
                       {"a&", "^a$", 1},       // escapes the slash that ends every component
                       {"a&\\b", "^a/b$", 1},  // a backslash is a slash before anything else happens
@@ -64,7 +57,6 @@ TEST(PathmatchTest, TakesEscapedBytesForThemselves) {
                       {"a&.&$&^&[&]", "^a\\.\\$\\^\\[]$", 1},
                       // Pairs that the platform's matcher would give a meaning of its own.
                       {"&+&?&(&)&{&}&|&1&w&<&b", "^+?(){}|1w<b$", 1},
-                      {"a.b$c^d", "^a\\.b\\$c\\^d$", 1},
                       {"a+(b)|{c}]", "^a+(b)|{c}]$", 1},
                       {"\xE9\n*", "^\xE9\n[^/]*$", 1}});
 }
@@ -74,11 +66,8 @@ TEST(PathmatchTest, KeepsSlashesOutOfSets) {
       {{"[!a]*", "^[^a/][^/]*$", 1},
        {"[^a]", "^[^a/]$", 1},
        {"[a/b]x", "^[ab]x$", 1},
-       {"[a&/b]x", "^[ab]x$", 1},
        {"[+-9]x", "^[+-.0-9]x$", 1},
-       {"[/a]", "^[a]$", 1},
        {"[a-]", "^[a-]$", 1},
-       {"[-a]", "^[-a]$", 1},
        {"[!a-]", "^[^a/-]$", 1},
        {"[!a/]", "^[^a/]$", 1},    // names the slash itself
        {"[!+-9]", "^[^+-9]$", 1},  // its range does
@@ -86,10 +75,8 @@ TEST(PathmatchTest, KeepsSlashesOutOfSets) {
        {"[!]a]", "^[^]a/]$", 1},
        // Ends of ranges at the slash and beside it.
        {"[/-9]", "^[0-9]$", 1},
-       {"[+-/]", "^[+-.]$", 1},
        {"[.-/]", "^[.]$", 1},
        {"[/-0]", "^[0]$", 1},
-       {"[.-9]", "^[0-9]$", 1},
        {"[+-0]", "^[+-.]$", 1},
        // A hyphen right behind a range is passed over.
        {"[a-c-e]", "^[a-ce]$", 1},
@@ -101,13 +88,10 @@ TEST(PathmatchTest, KeepsSlashesOutOfSets) {
        {"[&^-]", "^[-^]$", 1},
        {"[&!a]", "^[!a]$", 1},
        {"[a&-z]", "^[az-]$", 1},
-       {"[&a-&c]", "^[a-c]$", 1},
-       {"[a&&b]", "^[a&b]$", 1},
        {"[A-&]]", "^[]A-\\]$", 1},
        {"[&]-a]", "^[]^-a]$", 1},
        {"[a&--9]", "^[a.0-9-]$", 1},
        // Members are plain bytes: there are no classes.
-       {"[[:a]", "^[:a[]$", 1},
        {"[[:alpha:]]", "^[:alpha:[]]$", 1},
        {"[!A-[.x]", "^[^A-Z.x[/]$", 1}});
 }
@@ -127,10 +111,6 @@ TEST(PathmatchTest, GivesWhatTheMatcherRefuses) {
   };
   for (const auto& [pattern, regex] : {
            Malformed{"[abc", "^[abc$"},
-           Malformed{"[!abc", "^[^abc$"},
-           Malformed{"a/[b/c", "^a/[b/c$"},
-           Malformed{"[", "^[$"},
-           Malformed{"[]", "^[]$"},
            Malformed{"[!]", "^[^]$"},
            Malformed{"[a-", "^[a-$"},
            Malformed{"[&]a", "^[a$"},
@@ -138,7 +118,6 @@ TEST(PathmatchTest, GivesWhatTheMatcherRefuses) {
            Malformed{"x[/]a]", "^x[]$"},  // nothing is left of the set
            Malformed{"[/-/]", "^[]$"},
            Malformed{"[.-0]", "^[]$"},
-           Malformed{"[9-0]", "^[z-a]$"},
            Malformed{"[a-&]]", "^[z-a]$"},
            Malformed{"[!0-/]", "^[z-a]$"},
        }) {

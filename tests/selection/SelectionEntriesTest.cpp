@@ -106,14 +106,11 @@ TEST_F(SelectionEntriesTest, Everything) {
 TEST_F(SelectionEntriesTest, TypesAndAttributes) {
   for (const auto& [expression, names] : std::vector<Selected>{
            {"=T" + be32(3), {"", "etc"}},
-           {"=T" + be32(2), {"etc/sub/link"}},
            {"=T" + be32(0x10001), {}},
            {"(T" + be32(6) + "," + be32(4) + ")", {"dev.sda", "pipe"}},
            {"!(T" + be32(1) + "," + be32(3) + ")", {"etc/sub/link", "dev.sda", "pipe"}},
-           {"&P" + be32(0x20000), {"etc/sub/big"}},       // orphans
            {"&P" + be32(0x500000), {"etc", "etc/tool"}},  // any bit
            {"=P" + be32(0x500000), {}},                   // all bits
-           {"=P" + be32(0x480000), {"etc/tool"}},
            {"=P" + be32(0), ALL},
            {"&P" + be32(0), {}},
            {"(P" + be32(0x40000) + "," + be32(0x100000) + ")", {"etc", "dev.sda"}},
@@ -126,27 +123,19 @@ TEST_F(SelectionEntriesTest, TypesAndAttributes) {
 TEST_F(SelectionEntriesTest, Paths) {
   for (const auto& [expression, names] : std::vector<Selected>{
            // Absolute: the whole path. The root itself is spelled with its slash.
-           {text("=F/m/etc"), {"etc"}},
            {text("=F/m/etc/%"), {"etc", "etc/b.log", "etc/tool", "etc/sub/big", "etc/sub/link"}},
            {text("=F/m/%"), ALL},
            {text("=F/m"), {}},
            {text("=F/m/*"), {"", "etc", "a.log", "dev.sda", "pipe", "caf\xE9"}},
-           {text("=F/m/?*"), {"etc", "a.log", "dev.sda", "pipe", "caf\xE9"}},
            {text("=F/%/b.log"), {"etc/b.log"}},
-           {text("=F/m/%/[bl]i*"), {"etc/sub/big", "etc/sub/link"}},
            // Relative: from the base level on.
            {text("=Fetc/*"), {"etc/b.log", "etc/tool"}},
-           {text("=Fsub/*"), {}},
            {text("=Fetc/%"), {"etc", "etc/b.log", "etc/tool", "etc/sub/big", "etc/sub/link"}},
-           {text("=F[!a-d]*"), {"etc", "pipe"}},
-           {text("=Fcaf?"), {"caf\xE9"}},
            // Floating: the last components.
            {text("=F%/*.log"), {"a.log", "etc/b.log"}},
            {text("=F%/etc/*.log"), {"etc/b.log"}},
            {text("=F%/sub/*"), {"etc/sub/big", "etc/sub/link"}},
            {text("=F%/etc/%/*i*"), {"etc/sub/big", "etc/sub/link"}},
-           {text("=F%/e*"), {"etc"}},
-           {text("=F%/x&*"), {}},
            // Lists, other platforms' patterns among them.
            {"(F" + text("%/*.log") + "," + text("C:\\x") + "," + text("/m/pipe") + ")",
             {"a.log", "etc/b.log", "pipe"}},
@@ -173,19 +162,14 @@ TEST_F(SelectionEntriesTest, PathsBelowABaseLevel) {
 
 TEST_F(SelectionEntriesTest, NamesOfUsersAndGroups) {
   for (const auto& [expression, names] : std::vector<Selected>{
-           {text("=Uanna"), {"etc/b.log", "etc/sub/link"}},
            {text("=U?nna"), {"etc/b.log", "etc/sub/link", "caf\xE9"}},
-           {text("=Uwww*"), {"a.log"}},
            {"(U" + text("zoe") + "," + text("[0-9]*") + ")", {"etc/sub/big", "pipe"}},
-           {text("=Ustaff"), {}},
            {text("=Gstaff"), {}},  // patterns of groups answer no
            {"(G" + text("staff") + "," + text("adm") + ")", {}},
            // Byte order: capitals first.
            {text("<Uanna"), {"etc/sub/big", "caf\xE9"}},
            {text("<=Uanna"), {"etc/b.log", "etc/sub/big", "etc/sub/link", "caf\xE9"}},
            {text(">Uroot"), {"a.log", "pipe"}},
-           {text(">=Uwww-data"), {"a.log", "pipe"}},
-           {text("<G5"), {"etc/sub/big"}},
            {"&" + text(">=Gstaff") + text("<=Gstaff"), {"etc/b.log", "etc/sub/link", "pipe"}},
            {"[G" + text("adm") + text("root"), {"a.log", "dev.sda"}},
        }) {
@@ -212,20 +196,16 @@ TEST_F(SelectionEntriesTest, Sizes) {
            {BYTES(">=S3\3"), {"etc/sub/big"}},
            {BYTES("<S3\3"),
             {"", "etc", "a.log", "etc/b.log", "etc/tool", "etc/sub/link", "dev.sda", "pipe", "caf\xE9"}},
-           {BYTES(">S1\2"), {"etc/sub/big"}},
            {BYTES(">=S1\2"), {"etc/sub/big", "caf\xE9"}},
            // 1000 bytes are two blocks below, one block up to.
-           {BYTES("<S3E8\0"), {"a.log", "etc/sub/link", "dev.sda", "pipe"}},
            {BYTES("<=S3E8\0"), {"a.log", "etc/sub/link", "dev.sda", "pipe"}},
            {BYTES(">=S3E8\0"), {"", "etc", "etc/b.log", "etc/tool", "etc/sub/big", "caf\xE9"}},
-           {BYTES(">S3E8\0"), {"", "etc", "etc/b.log", "etc/tool", "etc/sub/big", "caf\xE9"}},
            {BYTES("[S3E8\0"
                   "3E9\0"),
             {}},  // both ends round up
            {BYTES("[S201\0"
                   "4\1"),
             {"etc/b.log"}},
-           {BYTES("<=S400\0"), {"a.log", "etc/b.log", "etc/sub/link", "dev.sda", "pipe"}},
        }) {
     EXPECT_EQ(selected(expression), names) << ::testing::PrintToString(expression);
   }
@@ -235,10 +215,8 @@ TEST_F(SelectionEntriesTest, Times) {
   for (const auto& [expression, names] : std::vector<Selected>{
            {"<M" + time('+', -90 * DAY), {"a.log", "dev.sda"}},
            {"<M" + time('@', NOW - 90 * DAY), {"a.log", "dev.sda"}},
-           {">M" + time('+', 0), {"etc/sub/big"}},
            {">=M" + time('+', DAY), {"etc/sub/big"}},
            {"<=M" + time('+', -9 * DAY), {"etc", "a.log", "etc/sub/link", "dev.sda"}},
-           {"<A" + time('+', -9 * DAY), {"a.log", "dev.sda"}},
            {"<=A" + time('@', 0), {"dev.sda"}},
            {"<A" + time('@', 0), {}},
            // The lower bound counts from now whatever its sign; the upper one goes by its sign.
@@ -249,7 +227,6 @@ TEST_F(SelectionEntriesTest, Times) {
            // There is no time of creation.
            {">C" + time('@', 0), {}},
            {"!<C" + time('+', 0), ALL},
-           {"[C" + time('@', 0) + time('@', 1), {}},
        }) {
     EXPECT_EQ(selected(expression), names) << ::testing::PrintToString(expression);
   }
@@ -259,12 +236,9 @@ TEST_F(SelectionEntriesTest, Operators) {
   const std::string file = "=T" + be32(1);
   const std::string anna = text("=Uanna");
   for (const auto& [expression, names] : std::vector<Selected>{
-           {"&" + file + anna, {"etc/b.log"}},
            {"|" + anna + "=T" + be32(4), {"etc/b.log", "etc/sub/link", "pipe"}},
-           {"!|" + file + "=T" + be32(3), {"etc/sub/link", "dev.sda", "pipe"}},
            {"&&" + file + "!" + anna + text("=F%/*.log"), {"a.log"}},
            {"|&" + file + anna + "&=T" + be32(2) + anna, {"etc/b.log", "etc/sub/link"}},
-           {"!!" + anna, {"etc/b.log", "etc/sub/link"}},
        }) {
     EXPECT_EQ(selected(expression), names) << ::testing::PrintToString(expression);
   }
@@ -284,11 +258,6 @@ TEST(SelectionEvaluationTest, TheRightSideIsNotAskedOnceTheLeftDecides) {
     EXPECT_EQ(selects(*root, file.info()), expression[0] == '|' && !reaches);
     EXPECT_EQ(root->children.back()->groupTests->traced, reaches);
   }
-}
-
-TEST(SelectionEvaluationTest, OneSelectionNotesItsGroupPatternsOnce) {
-  const SelectTree root = compiled("|" + text("=Ga") + text("=Gb"));
-  EXPECT_EQ(root->children[0]->groupTests, root->children[1]->groupTests);
 }
 
 TEST(SelectionEvaluationTest, AMonitoredDirectoryMayBeTheRootWithoutItsSlash) {
