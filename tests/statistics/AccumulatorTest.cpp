@@ -12,19 +12,15 @@
 #include "Scan/statistics/SizeDistAccum.h"
 #include "Scan/statistics/SummaryAccum.h"
 #include "Scan/statistics/TimeDistAccum.h"
-#include "Scan/statistics/UserOrGroupAccum.h"
 #include "statistics/WalkStandIn.h"
 
 namespace agent::test {
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
 class AccumulatorTest : public ::testing::Test {
  protected:
-  AccumulatorTest() { results.srID = 77; }
-
   void feed(Accumulator& accumulator, std::vector<FileAttributes> entries) {
     for (FileAttributes& entry : entries) accumulator.accumulate(walk.scanner, entry);
   }
@@ -38,60 +34,12 @@ class AccumulatorTest : public ::testing::Test {
   CuStatResults results;
 };
 
-TEST_F(AccumulatorTest, SummaryCountsFilesLinksAndDirectoriesAndTheSizeOfAll) {
-  SSummary summary;
-  SummaryAccum accumulator(summary);
-  feed(accumulator, {WalkStandIn::file("f", 10), WalkStandIn::ofType(FileAttributes::SYMBOLIC_LINK, "l", 1),
-                     WalkStandIn::directory("d", 8), WalkStandIn::ofType(FileAttributes::FIFO, "p", 0),
-                     WalkStandIn::ofType(FileAttributes::OTHER, "o", 4)});
-  EXPECT_EQ(summary.sumFileCount, 2);
-  EXPECT_EQ(summary.sumDirectoryCount, 1);
-  EXPECT_EQ(summary.sumTotalSize, 23);
-}
-
 // Whoever writes a file system can give any number as a size: totals wrap, as the counters of the format do.
 TEST_F(AccumulatorTest, SummaryTakesAnySize) {
   SSummary summary;
   SummaryAccum accumulator(summary);
   feed(accumulator, {WalkStandIn::file("f", std::numeric_limits<int64_t>::max()), WalkStandIn::file("g", 1)});
   EXPECT_EQ(summary.sumTotalSize, std::numeric_limits<int64_t>::min());
-}
-
-TEST_F(AccumulatorTest, OwnersStandByDescendingIdWithTheirTotals) {
-  UserOrGroup seven = UserOrGroup::ofKey(7, false);
-  UserOrGroup many = UserOrGroup::ofKey(501, false);
-  UserOrGroup negative = UserOrGroup::ofKey(-1, false);
-  UserOrGroupAccum accumulator(UserOrGroupAccum::Kind::Owners, walk.filesystem);
-  const auto of = [](const UserOrGroup& owner, FileAttributes entry) {
-    entry.faOwner = &owner;
-    return entry;
-  };
-  feed(accumulator,
-       {of(seven, WalkStandIn::file("a", 5)), of(seven, WalkStandIn::file("b", 5)),
-        of(many, WalkStandIn::file("c", 3)), of(seven, WalkStandIn::file("d", 3)),
-        of(many, WalkStandIn::file("e", 2049)), of(negative, WalkStandIn::directory("f", 8)),
-        of(many, WalkStandIn::ofType(FileAttributes::SOCKET, "s", 0)), WalkStandIn::file("nobody's", 1000)});
-  accumulator.finish(results);
-
-  ASSERT_EQ(results.srOwners.size(), 3u);
-  const SUserOrGroup& first = results.srOwners[0];
-  EXPECT_EQ(first.sugIdentity, &many);
-  EXPECT_EQ(first.sugFileCount, 2);
-  EXPECT_EQ(first.sugTotalSize, 2052);
-  EXPECT_EQ(first.sugLargestSize, 2049);
-  EXPECT_EQ(first.sug2ndLargestSize, 3);
-  EXPECT_THAT(first.sugCounts, ElementsAre(0, 1, 0, 0, 1, 0, 0, 0));
-  EXPECT_EQ(first.sugTimestamp, 5000);
-  EXPECT_EQ(first.sugStatisticID, 77);
-  const SUserOrGroup& second = results.srOwners[1];
-  EXPECT_EQ(second.sugIdentity, &seven);
-  EXPECT_EQ(second.sugLargestSize, 5);
-  EXPECT_EQ(second.sug2ndLargestSize, 5);
-  const SUserOrGroup& third = results.srOwners[2];
-  EXPECT_EQ(third.sugDirectoryCount, 1);
-  EXPECT_EQ(third.sugTotalSize, 8);
-  EXPECT_EQ(third.sugLargestSize, 0);  // a directory takes no place among files
-  EXPECT_THAT(results.srGroups, IsEmpty());
 }
 
 TEST_F(AccumulatorTest, SizeBucketsHaveInclusiveLimits) {
@@ -169,7 +117,6 @@ TEST_F(AccumulatorTest, TheLargestFilesRankByTheLowThirtyTwoBits) {
   largest.finish(results);
   EXPECT_THAT(names(results.srLargestFiles), ElementsAre("link", "two", "wrapped"));
   EXPECT_EQ(results.srLargestFiles[0].sfFilesystemID, 11);
-  EXPECT_EQ(results.srLargestFiles[0].sfStatisticID, 77);
 
   LargestOrphansAccum orphans(3);
   FileAttributes orphan = WalkStandIn::file("wrapped", wrapped);
@@ -189,57 +136,6 @@ TEST_F(AccumulatorTest, OnFatTheLargestFilesRankByLength) {
   feed(largest, {WalkStandIn::file("blocks", 50), longest});
   largest.finish(results);
   EXPECT_THAT(names(results.srLargestFiles), ElementsAre("longest"));
-}
-
-TEST_F(AccumulatorTest, TheOldestFilesKeepFirstArrivalsAndListTheLastOfThemFirst) {
-  const auto accessed = [](const std::string& name, int64_t time, uint32_t attributes = 0) {
-    FileAttributes entry = WalkStandIn::file(name, 1);
-    entry.faAccessed = time;
-    entry.faAttributes = attributes;
-    return entry;
-  };
-  OldFileAccum oldest(2);
-  feed(oldest, {accessed("a", 5), accessed("b", 5), accessed("c", 5)});
-  oldest.finish(results);
-  EXPECT_THAT(names(results.srLeastAccessed), ElementsAre("b", "a"));
-
-  OldestOrphansAccum orphans(2);
-  feed(orphans,
-       {accessed("new", 9, ATTRIBUTE_ORPHAN), accessed("owned", 1), accessed("old", 2, ATTRIBUTE_ORPHAN)});
-  orphans.finish(results);
-  EXPECT_THAT(names(results.srOldestOrphans), ElementsAre("old", "new"));
-
-  VulnerableFileAccum vulnerable(2);
-  feed(vulnerable, {accessed("a", 1)});
-  vulnerable.finish(results);
-  EXPECT_THAT(results.srOldestNotBackedUp, IsEmpty());
-}
-
-TEST_F(AccumulatorTest, ADirectoryCountsWhatLiesDirectlyInItAtEachSighting) {
-  LargeDirAccum accumulator(5, 11);
-  FileAttributes root = WalkStandIn::directory("/m/", 8);
-  accumulator.accumulate(walk.scanner, root);  // its own entry belongs to nothing
-  accumulator.newDirectory(root);
-  FileAttributes linked = WalkStandIn::file("l", 4);
-  linked.faLinkCount = 2;
-  linked.faInodeNumber = 9;
-  FileAttributes below = WalkStandIn::directory("/m/d", 100);
-  feed(accumulator, {linked, linked, below});
-  accumulator.newDirectory(below);
-  feed(accumulator, {WalkStandIn::file("x", 30)});
-  accumulator.closeDirectory();
-  accumulator.closeDirectory();
-  accumulator.finish(results);
-
-  ASSERT_EQ(results.srLargestDirectories.size(), 2u);
-  const SDirectory& first = results.srLargestDirectories[0];
-  EXPECT_EQ(first.faName, "/m/");
-  EXPECT_EQ(first.dirTotalSize, 108);
-  EXPECT_EQ(first.dirFileCount, 2);
-  EXPECT_EQ(first.dirDirectoryCount, 1);
-  EXPECT_EQ(first.dirStatisticID, 77);
-  EXPECT_THAT(first.dirCounts, ElementsAre(0, 2, 1, 0, 0, 0, 0, 0));
-  EXPECT_EQ(results.srLargestDirectories[1].dirTotalSize, 30);  // nothing rolled up
 }
 
 TEST_F(AccumulatorTest, PlacesInADirectoryAreLopsided) {
@@ -292,29 +188,6 @@ TEST_F(AccumulatorTest, FindsTheExtensionFromTheEnd) {
       {".", ""},
   };
   for (const Case& c : cases) EXPECT_EQ(extractExtensionName(c.path), c.extension) << c.path;
-}
-
-TEST_F(AccumulatorTest, FileTypesRankBySpaceAndShareTheirRecord) {
-  FileTypeAccum two(77, 2), other(78, 5);
-  const std::vector<FileAttributes> entries = {
-      WalkStandIn::file("/x.A", 60),       WalkStandIn::file("/x.b", 50),
-      WalkStandIn::file("/x.c", 75),       WalkStandIn::file("/y.a", 40),
-      WalkStandIn::directory("/d.b", 900), WalkStandIn::ofType(FileAttributes::SYMBOLIC_LINK, "/l.b", 900)};
-  feed(two, entries);
-  feed(other, entries);
-  CuStatResults otherResults;
-  two.finish(results);
-  other.finish(otherResults);
-
-  ASSERT_EQ(results.srFileTypes.size(), 2u);
-  EXPECT_EQ(results.srFileTypes[0].fileType->ftpFileExtension, ".a");
-  EXPECT_EQ(results.srFileTypes[0].fileCount, 2);
-  EXPECT_EQ(results.srFileTypes[0].spaceUsed, 100);
-  EXPECT_EQ(results.srFileTypes[0].profileID, 77);
-  EXPECT_EQ(results.srFileTypes[1].fileType->ftpFileExtension, ".c");
-  EXPECT_EQ(otherResults.srFileTypes.size(), 3u);
-  EXPECT_EQ(otherResults.srFileTypes[0].fileType, results.srFileTypes[0].fileType);
-  EXPECT_EQ(walk.fileTypes.size(), 3u);
 }
 
 // Extensions arrive in the order of their bytes and follow the list's own rule: ".\xff" doesn't beat the

@@ -2,7 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include "Common/ComputerID.h"
 #include "Scan/results/CuStatResults.h"
 #include "Scan/statistics/CuStatDef.h"
 #include "statistics/WalkStandIn.h"
@@ -11,7 +10,6 @@ namespace agent::test {
 namespace {
 
 using ::testing::IsEmpty;
-using ::testing::SizeIs;
 
 class CuStatAccumTest : public ::testing::Test {
  protected:
@@ -42,29 +40,6 @@ TEST_F(CuStatAccumTest, CountsAnInodeOnceLessThanItHasNamesInTheTree) {
   }
 }
 
-TEST_F(CuStatAccumTest, FinishesWhenTheDirectoryEnteredFirstIsLeft) {
-  definition.sdID = 5;
-  definition.sdLargestFiles = 3;
-  definition.sdLargestDirectories = 3;
-  definition.sdLargestFileTypes = 3;
-  accumulator.buildAccum(definition, walk.filesystem);
-  const auto results = accumulator.takeResults();
-  act(WalkStandIn::directory("/m/"));
-  enter(WalkStandIn::directory("/m/"));
-  act(WalkStandIn::directory("/m/d"));
-  enter(WalkStandIn::directory("/m/d"));
-  act(WalkStandIn::file("/m/d/x.txt", 2));
-  accumulator.directoryLeft();
-  EXPECT_THAT(results->srLargestFiles, IsEmpty());
-
-  accumulator.directoryLeft();
-
-  EXPECT_EQ(results->srID, 5);
-  EXPECT_THAT(results->srLargestFiles, SizeIs(1));
-  EXPECT_THAT(results->srLargestDirectories, SizeIs(2));
-  EXPECT_THAT(results->srFileTypes, SizeIs(1));
-}
-
 TEST_F(CuStatAccumTest, BuildsNothingForCountsBelowOneAndForWindowsAlone) {
   definition.sdID = 5;
   definition.sdLargestDirectories = -1;
@@ -85,26 +60,6 @@ TEST_F(CuStatAccumTest, BuildsNothingForCountsBelowOneAndForWindowsAlone) {
   EXPECT_EQ(results->srSummary, nullptr);
   EXPECT_EQ(results->srCreated, nullptr);
   EXPECT_FALSE(definition.sdGroupByCreation);  // the result shows "N"
-}
-
-TEST_F(CuStatAccumTest, StampsTheFileSystemWithTheScanningComputer) {
-  definition.sdSummary = true;
-  walk.filesystem.fsCapacity = 100;
-  walk.filesystem.fsUsedSpace = 70;
-  walk.filesystem.fsFreeSpace = 30;
-  accumulator.buildAccum(definition, walk.filesystem);
-  EXPECT_EQ(walk.filesystem.fsScanningCompID, -1);
-
-  ComputerID::cachedCID = std::make_unique<ComputerID>(17);
-  accumulator.buildAccum(definition, walk.filesystem);
-  ComputerID::cachedCID.reset();
-
-  EXPECT_EQ(walk.filesystem.fsScanningCompID, 17);
-  const auto results = accumulator.takeResults();
-  EXPECT_EQ(results->srSummary->sumFilesystemID, 11);
-  EXPECT_EQ(results->srSummary->sumCapacity, 100);
-  EXPECT_EQ(results->srSummary->sumUsedSpace, 70);
-  EXPECT_EQ(results->srSummary->sumFreeSpace, 30);
 }
 
 }  // namespace

@@ -81,20 +81,6 @@ TEST(CuStatDef, DecodesTheWhereClauseFromSignedDecimals) {
   }
 }
 
-TEST(CuStatDef, PrintsItsRowWithNullsAndFlags) {
-  CuStatDef definition;
-  definition.sdID = 5;
-  definition.sdCreator = "Someone";
-  definition.sdLargestFiles = 10;
-  definition.sdSummary = true;
-  EXPECT_EQ(
-      printed(definition),
-      "[CuStatDef]\n"
-      "\"5\",\"-1\",\"Someone\",\"null\",\"null\",\"0\",\"0\",\"0\",\"10\",\"0\",\"0\",\"0\",\"0\",\"Y\","
-      "\"N\",\"N\",\"N\",\"N\",\"N\",\"N\",\"N\",\"N\",\"0\",\"0\",\"0\",\"0\",\"N\",\"null\"\n"
-      "[/CuStatDef]\n");
-}
-
 TEST(CuStatDef, FiltersItsResultsByFileSystem) {
   Filesystem one, two;
   one.fsID = 1;

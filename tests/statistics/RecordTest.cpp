@@ -5,7 +5,6 @@
 #include "Common/GenericPrint.h"
 #include "Common/VoxObjectCreationException.h"
 #include "Scan/results/SFile.h"
-#include "Scan/results/SMonDir.h"
 #include "Scan/results/SSizeDist.h"
 #include "Scan/statistics/BackupAction.h"
 #include "Scan/statistics/FileScoreRule.h"
@@ -59,21 +58,6 @@ TEST(MonDirSpec, ReadsItsColumnsAndRefusesARowOfTheWrongLength) {
                           {{"/m/*", "4", "y", "17", "2"}, {"/m/d", "5", "true", "17", "2"}});
   EXPECT_EQ(printed(spec), "[MonDirSpec]\n\"5\",\"2\",\"17\",\"/m/d\",\"Y\"\n[/MonDirSpec]\n");
   EXPECT_THROW(spec.inititializeObject({"mdsPath"}, {{"/m", "1"}}), VoxObjectCreationException);
-}
-
-TEST(SMonDir, PrintsItsSpecsAsRowsOfOneNode) {
-  Filesystem filesystem;
-  MonDirSpec first, second;
-  first.setMdsPath("/m/d");
-  second.setMdsPath("/m/*");
-  second.setMdsMaskedPath(true);
-  SMonDir directory(filesystem);
-  directory.enterWith(WalkStandIn::directory("/m/d", 8), 11);
-  directory.smDirSpecs = {&first, &second};
-  EXPECT_EQ(printed(directory),
-            "[SMonDir]\n\"3\",\"/m/d\",\"0\",\"0\",\"0\",\"8\",\"0\",\"0\",\"1\",\"0\",\"11\",\"0\",\"Y\","
-            "\"0\",\"0\"\n[MonDirSpec]\n\"0\",\"0\",\"0\",\"/m/d\",\"N\"\n\"0\",\"0\",\"0\",\"/m/*\",\"Y\"\n"
-            "[/MonDirSpec]\n[/SMonDir]\n");
 }
 
 }  // namespace
