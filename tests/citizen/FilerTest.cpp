@@ -15,7 +15,6 @@ namespace agent::test {
 namespace {
 
 namespace fs = std::filesystem;
-using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
 using ::testing::HasSubstr;
@@ -94,16 +93,12 @@ TEST_F(FilerTest, AFileSystemIsFoundInTheMountTableByAnyOfItsKeys) {
   for (const Case& c : std::vector<Case>{
            // The network name comes first, then the name, then the address.
            {{"net1:/vol/a A"}, "net1", "/vol/a", "A"},
-           {{"name1:/vol/a A"}, "net1,name1", "/vol/a", "A"},
            {{"10.7.7.7:/vol/a A"}, "net1,name1,10.7.7.7", "/vol/a", "A"},
            {{"10.7.7.7:/vol/a A", "name1:/vol/a B", "net1:/vol/a C"}, "net1,name1,10.7.7.7", "/vol/a", "C"},
-           {{"10.7.7.7:/vol/a A", "name1:/vol/a B"}, "net1,name1,10.7.7.7", "/vol/a", "B"},
            // Hosts are the same in either case and without blanks around them, paths are not.
-           {{"NET1:/vol/a A"}, "Net1", "/vol/a", "A"},
-           {{"net1:/vol/a A"}, "  net1 ", "/vol/a", "A"},
+           {{"NET1:/vol/a A nfs4"}, " Net1 ", "/vol/a", "A"},
            {{"net1:/vol/A A"}, "net1", "/vol/a", "net1:/vol/a"},
            // Any version of the protocol, but not what this host's own server shows. The first entry wins.
-           {{"net1:/vol/a A nfs4"}, "net1", "/vol/a", "A"},
            {{"net1:/vol/a A nfsd", "none B tmpfs"}, "net1", "/vol/a", "net1:/vol/a"},
            {{"net1:/vol/a A", "net1:/vol/a B"}, "net1", "/vol/a", "A"},
            // Mounted by name, wanted by address; an address in the table comes before one that was looked up.
@@ -114,9 +109,7 @@ TEST_F(FilerTest, AFileSystemIsFoundInTheMountTableByAnyOfItsKeys) {
            {{"filer7:/vol/a A"}, ",,10.1.2.8", "/vol/a", "A"},  // of several the last
            // Mounted by address, wanted by a name that stands in the place of the address.
            {{"10.1.2.3:/vol/a A"}, ",,filer1", "/vol/a", "A"},
-           {{"nowhere:/vol/a A"}, "nowhere", "/vol/a", "A"},  // a host without an address
            // The root volume, for each host in turn; with a slash in front it is one like any other.
-           {{"net1:/ A"}, "net1", "vol/vol0", "A"},
            {{"name1:/ A"}, "net1,name1", "vol/vol0", "A"},
            {{"net1:/ A"}, "net1", "/vol/vol0", "net1:/vol/vol0"},
            {{"net1:/ A", "net1:/vol/vol0 B"}, "net1", "/vol/vol0", "B"},
@@ -141,48 +134,6 @@ TEST_F(FilerTest, AFileSystemIsFoundInTheMountTableByAnyOfItsKeys) {
       EXPECT_THAT(namesIn(result, result.results(5, 1)), ElementsAre(c.mountPoint + "/in-" + c.walked));
     }
   }
-}
-
-TEST_F(FilerTest, LocalFileSystemsAreFoundByTheirMountPoint) {
-  struct Case {
-    Words table;
-    int status;
-  };
-  for (const Case& c : {Case{{"none A newfs"}, 0},                     // of any kind that isn't known
-                        Case{{"none A tmpfs", "/nowhere A ext4"}, 0},  // the first of several
-                        Case{{"net1:/vol/a A nfs"}, 4},                // an export is found by its source
-                        Case{{"none A proc", "none B tmpfs"}, 4},      // a kind that is never scanned
-                        Case{{"/nowhere A ext4"}, 4}}) {               // a device that can't be read
-    SCOPED_TRACE(c.table.front());
-    mounts(c.table);
-    EXPECT_EQ(scan(Definition().add(filesystem(1, tree_.room("A")))).status, c.status);
-  }
-}
-
-TEST_F(FilerTest, AMountPointWithBlanksIsReadAsTheTableWritesIt) {
-  std::ofstream(tree_.room("my data") + "/file") << "content";
-  etc_.mounts({"none " + tree_.scratch() + "/my\\040data tmpfs"});
-
-  EXPECT_EQ(scan(Definition().add(filesystem(1, tree_.scratch() + "/my data"))).status, 0);
-}
-
-TEST_F(FilerTest, ABrokenSourceIsToldAndTheOthersAreKept) {
-  mounts({"net1/vol/a A", "net1:/vol/b B", ":/vol/a A", "net1:vol A", "none C tmpfs"});
-
-  EXPECT_EQ(scan(Definition()
-                     .add(onFiler(filesystem(1, "/vol/b", 14), "net1,,"))
-                     .add(filesystem(2, tree_.room("C"))))
-                .status,
-            4);
-
-  const auto leftOut = [](const std::string& source) {
-    return "NAA0039W The mount \"" + source +
-           "\" is left out: the source of a network mount has the form \"host:/path\". The scan goes on.";
-  };
-  EXPECT_THAT(mountLog(), ElementsAre(leftOut("net1/vol/a"), leftOut(":/vol/a"), leftOut("net1:vol")));
-  const ResultFile result(tree_.result());
-  EXPECT_THAT(namesIn(result, result.results(5, 1)), ElementsAre("/vol/b/in-B"));
-  EXPECT_THAT(namesIn(result, result.results(5, 2)), ElementsAre(tree_.room("C") + "/in-C"));
 }
 
 TEST_F(FilerTest, AnEmptyOrMissingTableFindsNothing) {
@@ -241,74 +192,6 @@ TEST_F(FilerTest, AClusterFileSetIsFoundByTheClustersNameAndBeginsAtTheTop) {
   EXPECT_THAT(namesIn(result, result.results(5, 1)), ElementsAre("/cluster1/file"));
   EXPECT_THAT(namesIn(result, result.results(5, 1), "SDirectory"),
               ::testing::UnorderedElementsAre("/", "/cluster1"));
-}
-
-TEST_F(FilerTest, ANameThatIsLostIsToldAsThisHostKnowsIt) {
-  SlowMount dead(tree_.scratch());
-  if (!dead) GTEST_SKIP() << dead.whyNot();
-  std::ofstream(dead.tree() + "/file") << "content";
-  dead.rule({"getattr /file hang"});
-  etc_.mounts({"net1:/vol/users " + dead.path() + " nfs"});
-
-  EXPECT_EQ(
-      scan(Definition().add(onFiler(filesystem(1, "/vol/users", 15), "net1,,")), {"-nfstimeout", "1"}).status,
-      0);
-
-  EXPECT_THAT(tree_.logLines(),
-              Contains("STA0063E Unable to read the attributes of \"" + dead.path() +
-                       "/file\": Stale file handle. The entry is not counted; the scan goes on."));
-}
-
-TEST_F(FilerTest, WhatAnotherMountCoversIsLeftOut) {
-  const std::string local = tree_.room("A");
-  fs::create_directories(local + "/mounted");
-  // Another file system on top of a directory of the walk: what is below can't be had from here.
-  const auto covered = MountedFileSystem::tmpfs(local + "/mounted");
-  std::ofstream(covered.path() + "/hidden") << "content";
-  mounts({"net1:/vol/users A"});
-
-  EXPECT_EQ(scan(Definition().add(onFiler(filesystem(1, "/vol/users", 15), "net1,,"))).status, 0);
-
-  const ResultFile result(tree_.result());
-  EXPECT_THAT(namesIn(result, result.results(5, 1)), ElementsAre("/vol/users/in-A"));
-  EXPECT_THAT(namesIn(result, result.results(5, 1), "SDirectory"), ElementsAre("/vol/users/"));
-}
-
-// The order of walks and of the result: local file systems, the last of the definition first; then domain by
-// domain, in each filer by filer as they are met, each filer's file systems as the definition has them.
-TEST_F(FilerTest, FileSystemsOfAFilerStandTogether) {
-  Words table{"none L1 tmpfs", "none L2 tmpfs"};
-  Definition definition;
-  const auto volumeOf = [&](int id, int filer, int domainID) {
-    const std::string volume = "/vol/" + std::to_string(id);
-    table.push_back("f" + std::to_string(filer) + ":" + volume + " V" + std::to_string(id));
-    Record record = nasFiler(filer, "", "f" + std::to_string(filer));
-    if (domainID != 0) record.add(domain(domainID, "domain"));
-    definition.add(filesystem(id, volume, 14).add(record));
-  };
-  definition.add(filesystem(1, tree_.room("L1")));
-  volumeOf(2, 50, 200);
-  volumeOf(3, 51, 100);
-  definition.add(filesystem(4, tree_.room("L2")));
-  volumeOf(5, 50, 200);
-  volumeOf(6, 52, 0);
-  volumeOf(7, 53, 100);
-  volumeOf(8, 51, 100);
-  mounts(table);
-
-  EXPECT_EQ(scan(definition).status, 0);
-
-  const ResultFile result(tree_.result());
-  std::vector<long long> order;
-  for (const Node* node : result.root().all("Filesystem")) order.push_back(result.number(*node, "fsID"));
-  EXPECT_THAT(order, ElementsAre(4, 1, 6, 3, 8, 7, 2, 5));
-  const std::string walk = "STA0025I Scanning the file system \"";
-  Words walks;
-  for (const std::string& line : tree_.logLines()) {
-    if (line.starts_with(walk)) walks.push_back(line.substr(walk.size(), line.size() - walk.size() - 2));
-  }
-  EXPECT_THAT(walks, ElementsAre(tree_.room("L2") + "/", tree_.room("L1") + "/", "/vol/6/ ()", "/vol/3/ ()",
-                                 "/vol/8/ ()", "/vol/7/ ()", "/vol/2/ ()", "/vol/5/ ()"));
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <fstream>
+#include <set>
 
 #include "Common/unix/FileDescriptor.h"
 #include "citizen/Results.h"
@@ -97,24 +98,6 @@ TEST_F(LockTest, JobsOnOtherFileSystemsOrOfOtherServersRunSideBySide) {
 
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(locks(), file({}));
-}
-
-TEST_F(LockTest, AnEntryOfADeadProcessIsTakenOverAndTheOthersAreKept) {
-  const pid_t dead = fork();
-  if (dead == 0) _exit(0);
-  waitpid(dead, nullptr, 0);
-  std::filesystem::create_directories(tree_ / "log");
-  std::ofstream(tree_ / "log/vox_scan_res")
-      << file({{"scan_srv9", 1}, {"scan_srv1", dead}, {"scan_srv11", dead}});
-
-  const Outcome outcome = scanUntil("readdir /", [&](pid_t job) {
-    EXPECT_EQ(locks(), file({{"scan_srv9", 1}, {"scan_srv11", dead}, {"scan_srv1", job}}));
-    expectTidy();
-  });
-
-  EXPECT_EQ(outcome.status, 0);
-  EXPECT_EQ(locks(), file({{"scan_srv9", 1}, {"scan_srv11", dead}}));
-  expectTidy();
 }
 
 TEST_F(LockTest, WhileSomebodyIsAtWorkOnTheFileAJobWaits) {

@@ -2,6 +2,7 @@
 
 #include <fstream>
 #include <map>
+#include <set>
 
 #include "citizen/PrivateEtc.h"
 #include "citizen/Results.h"
@@ -13,8 +14,6 @@ namespace agent::test {
 namespace {
 
 namespace fs = std::filesystem;
-using ::testing::ElementsAre;
-using ::testing::ElementsAreArray;
 using ::testing::UnorderedElementsAre;
 
 using Names = std::vector<std::string>;
@@ -95,23 +94,18 @@ TEST_F(MonitoredDirectoryTest, EachSpecFindsItsDirectories) {
   };
   for (const Case& c : std::vector<Case>{
            // One directory, with a slash at its end, deep in the tree, with another platform's separators.
-           {{"M/a"}, "a{1}"},
            {{"M/a/"}, "a{1}"},
-           {{"M/a/b/c"}, "a/b/c{1}"},
            {{"M\\a\\b", "M\\\\home\\\\anna"}, "a/b{1} home/anna{2}"},
            // Not there, a file, elsewhere, with a name that only begins alike.
            {{"M/nowhere", "M/m-file", "/a", "Mm/a", "M/hom", "M/h", ""}, ""},
            // One in another: the inner one counts for both. Several at one level. Two specs for one.
            {{"M/a", "M/a/b"}, "a/b{2} a{1}"},
-           {{"M/home/anna", "M/home/ben"}, "home/anna{1} home/ben{2}"},
            {{"M/a/b", "M/home/ben", "M/home"}, "a/b{1} home/ben{2} home{3}"},
            {{"M/a", "M/a"}, "a{1,2}"},
            {{"M/home/anna", "M/home/*"}, "home/anna{1,2} home/ben{2} home/st*r{2}"},
            // A mask fires again and again; behind a slash it needs one character at least.
-           {{"M/home/*"}, "home/anna{1} home/ben{1} home/st*r{1}"},
            {{"M/*"}, "a{1} home{1}"},
            {{"M/home/???"}, "home/ben{1}"},
-           {{"M/home/[!b]*"}, "home/anna{1} home/st*r{1}"},
            {{"M/home/st&*r"}, "home/st*r{1}"},
            {{"M/*/b"}, "a/b{1}"},
            {{"M/%/b"}, "a/b{1} home/ben/b{1}"},
@@ -119,7 +113,6 @@ TEST_F(MonitoredDirectoryTest, EachSpecFindsItsDirectories) {
            {{"M/a/%"}, "a{1,1,1}"},
            // The mount point: by name, by a mask, with all below it, with one below it.
            {{"M"}, "{1}"},
-           {{"M/"}, "{1}"},
            {{"S/[m]"}, "{1}"},
            {{"S/[!m]"}, ""},
            {{"M/%"}, "{1,1,1,1,1,1,1,1,1}"},
@@ -158,56 +151,11 @@ TEST_F(MonitoredDirectoryTest, SpecsOfOtherComputersAreLeftOut) {
   }
 }
 
-TEST_F(MonitoredDirectoryTest, ARecordShowsItsDirectoryAndItsSpec) {
-  EXPECT_EQ(scan(job({monitoredDirectory(11, m() + "\\home\\*n*", 17)})), 0);
-
-  const ResultFile result(tree_.result());
-  const auto records = result.root().all("SMonDir");
-  ASSERT_EQ(records.size(), 2u) << "anna and ben";
-  for (const Node* record : records) {
-    const fs::path name = result.text(*record, "faName");
-    EXPECT_TRUE(fs::is_directory(name)) << name;
-    EXPECT_EQ(result.number(*record, "faType"), 3);
-    EXPECT_EQ(result.number(*record, "smFilesystemID"), 1);
-    EXPECT_EQ(result.text(*record, "smNewDirectory"), "Y");
-    EXPECT_THAT(record->only("MonDirSpec").rows,
-                ElementsAre(ElementsAre("11", "7", "17", m() + "/home/*n*", "Y")));
-    EXPECT_EQ(record->only("UserOrGroupUser").rows.size(), 1u);
-  }
-}
-
 TEST_F(MonitoredDirectoryTest, ABrokenMaskIsGivenUpAndTheOthersGoOn) {
   EXPECT_EQ(scan(job({monitoredDirectory(1, m() + "/[a"), monitoredDirectory(2, m() + "/a")})), 4);
 
   const ResultFile result(tree_.result());
   EXPECT_EQ(found(result), "a{2}");
-}
-
-// The last spec of the definition comes first; directories of one spec stand as the walk left them, their
-// results the other way round.
-TEST_F(MonitoredDirectoryTest, RecordsStandInTheOrderOfSpecsAndOfTheWalk) {
-  EXPECT_EQ(scan(job({monitoredDirectory(1, m() + "/home/*"), monitoredDirectory(2, m() + "/a")})), 0);
-
-  Names walked;
-  Names left;
-  for (const auto& entry : fs::directory_iterator(m() + "/home")) {
-    if (entry.is_directory()) walked.push_back(entry.path());
-  }
-  for (const auto& entry : fs::directory_iterator(m())) {
-    if (entry.path().filename() == "a") left.push_back(entry.path());
-    if (entry.path().filename() == "home") left.insert(left.end(), walked.begin(), walked.end());
-  }
-  const ResultFile result(tree_.result());
-  Names records = namesIn(result, result.root(), "SMonDir");
-  walked.insert(walked.begin(), m() + "/a");
-  EXPECT_EQ(records, walked);
-  Names results;
-  for (const Node* each : below(result)) results.push_back(directoryOf(result, *each));
-  EXPECT_THAT(results, ElementsAreArray(left.rbegin(), left.rend()));
-  Names tags;
-  for (const Node& child : result.root().children) tags.push_back(child.tag);
-  EXPECT_THAT(
-      tags, ElementsAre("Filesystem", "SMonDir", "SMonDir", "SMonDir", "SMonDir", "CuStatDef", "CuStatDef"));
 }
 
 TEST_F(MonitoredDirectoryTest, RelativeNamesOfADirectoryStatisticBeginAtTheDirectory) {
@@ -241,32 +189,6 @@ TEST_F(MonitoredDirectoryTest, ADirectoryStatisticIsPrintedWhereADirectoryMayBe)
               ::testing::IsSupersetOf(
                   {std::string("STA0027I The scan gathers these statistics for monitored directories:"),
                    std::string(25, ' ') + "admin.below"}));
-}
-
-TEST_F(MonitoredDirectoryTest, AStatisticOfSomeFileSystemsCountsThemAlone) {
-  const auto other = MountedFileSystem::tmpfs(tree_.room("other"));
-  std::ofstream(other.path() + "/file") << "content";
-  Definition definition = summaryOf({m(), other.path()});
-  Record some = statistic(8, 4, "some").set("sdSummary", "Y").set("sdLargestFiles", 9);
-  some.add(restrictedTo(filesystem(2, "as the server knows it").set("fsExportName", "export")));
-  some.add(restrictedTo(filesystem(9, "one of another job")));
-  definition.add(some);
-
-  EXPECT_EQ(scan(definition), 0);
-
-  const ResultFile result(tree_.result());
-  std::vector<const Node*> results;
-  for (const Node* node : result.root().all("CuStatDef")) {
-    if (result.number(*node, "sdID") != 8) continue;
-    EXPECT_EQ(result.number(*node, "sdType"), 4);
-    for (const Node* each : node->all("ResultsByFS")) results.push_back(each);
-  }
-  ASSERT_EQ(results.size(), 1u);
-  EXPECT_THAT(namesIn(result, results.front()->only("CuStatResults")), ElementsAre(other.path() + "/file"));
-  const Node& source = results.front()->only("Filesystem");
-  EXPECT_EQ(result.number(source, "fsID"), 2);
-  EXPECT_EQ(result.text(source, "fsMountPoint"), "as the server knows it");
-  EXPECT_EQ(result.text(source, "fsExportName"), "export");
 }
 
 TEST_F(MonitoredDirectoryTest, DirectoriesOfTheFileSystemAtTheTop) {

@@ -7,8 +7,8 @@
 #include <regex>
 
 #include "Common/unix/FileDescriptor.h"
-#include "citizen/AgentStandIn.h"
 #include "citizen/SlowJob.h"
+#include "citizen/StatusPipe.h"
 
 namespace agent::test {
 namespace {
@@ -54,7 +54,7 @@ class Terminal {
 /// Jobs started by hand.
 class ProgressTest : public SlowJob {
  protected:
-  AgentStandIn agent_{tree_};  // its absence would be told on standard error
+  ProgressTest() { tree_.installAgent(); }  // its absence would be told on standard error
 
   std::string files() const { return "Result: " + tree_.resultFile() + "  Log: " + tree_.logFile() + "\r\n"; }
 };

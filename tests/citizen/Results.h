@@ -1,6 +1,6 @@
 #pragma once
 
-#include <set>
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -21,6 +21,13 @@ inline std::vector<std::string> namesIn(const ResultFile& result, const Node& no
   std::vector<std::string> names;
   for (const Node* record : node.all(tag)) names.push_back(result.text(*record, "faName"));
   return names;
+}
+
+/// The value behind an option of the last notification of bin/Agent; empty if it wasn't given.
+inline std::string told(const InstallTree& tree, const std::string& option) {
+  const auto arguments = tree.agentArguments();
+  const auto at = std::find(arguments.rbegin(), arguments.rend(), option);
+  return at == arguments.rbegin() || at == arguments.rend() ? std::string() : *std::prev(at);
 }
 
 /// The monitored directory that a ResultsByFS is about; empty when it is about a file system.

@@ -1,11 +1,9 @@
 #include <signal.h>
-#include <sys/statvfs.h>
 
 #include <chrono>
 #include <filesystem>
 #include <fstream>
 
-#include "citizen/AgentStandIn.h"
 #include "citizen/Results.h"
 #include "citizen/SlowJob.h"
 #include "common/TemporaryDirectory.h"
@@ -159,8 +157,8 @@ TEST_F(TimeLimitTest, TheLimitHoldsInAStormOfSignals) {
     SCOPED_TRACE("a storm of " + std::to_string(storm.count()) + " ms");
     define();
     slow_.forgetRequests();
-    fs::remove(tree_ / "notification");
-    const AgentStandIn agent(tree_);
+    fs::remove(tree_ / "told");
+    tree_.installAgent();
 
     const Outcome outcome = scan({"getattr /x/dead hang"}, [&](pid_t job) {
       EXPECT_TRUE(slow_.sees("getattr /x/dead"));
@@ -168,13 +166,13 @@ TEST_F(TimeLimitTest, TheLimitHoldsInAStormOfSignals) {
       EXPECT_TRUE(eventually(
           [&] {
             for (const int each : {SIGTERM, SIGHUP, SIGPIPE, SIGCHLD}) kill(job, each);
-            return std::chrono::steady_clock::now() > end || !agent.told().empty();
+            return std::chrono::steady_clock::now() > end || !tree_.agentArguments().empty();
           },
           12s));
     });
 
     EXPECT_EQ(outcome.status, 8) << "it was told to stop, and stops at the next entry";
-    EXPECT_EQ(agent.value("-exitCode"), "8");
+    EXPECT_EQ(told(tree_, "-exitCode"), "8");
     EXPECT_THAT(took_.count(), AllOf(Ge(1.0), Lt(1.6)));
   }
 }
@@ -227,13 +225,13 @@ TEST_F(TimeLimitTest, WhatHangsIsFreedAsSoonAsTheServerIsBack) {
   for (int i = 0; i < DEAD; ++i) file("d" + std::to_string(i) + "/dead");
   define();
   const std::string go = tree_.scratch() + "/go";
-  const AgentStandIn agent(tree_, "for i in $(seq 500); do [ -e '" + go + "' ] && exit 0; sleep 0.02; done");
+  tree_.installAgent(0, "for i in $(seq 500); do [ -e '" + go + "' ] && exit 0; sleep 0.02; done");
 
   const Outcome outcome = scan({"getattr */dead hang", "readdir / 1"}, [&](pid_t job) {
     EXPECT_TRUE(slow_.sees("readdir /"));
     const long threads = count(job, "task");
     const long before = count(job, "fd");
-    EXPECT_TRUE(eventually([&] { return !agent.told().empty(); }, 20s));
+    EXPECT_TRUE(eventually([&] { return !tree_.agentArguments().empty(); }, 20s));
     EXPECT_THAT(count(job, "task"), AllOf(Ge(threads - 1 + HANGING), Le(threads + HANGING)));
     EXPECT_LE(count(job, "fd"), before + 3 * HANGING);
     slow_.rule({});
@@ -243,33 +241,7 @@ TEST_F(TimeLimitTest, WhatHangsIsFreedAsSoonAsTheServerIsBack) {
   });
 
   EXPECT_EQ(outcome.status, 0);
-  EXPECT_EQ(agent.value("-exitCode"), "0");
-}
-
-TEST_F(TimeLimitTest, FiguresWithALimitAreThoseWithout) {
-  const auto mounted = MountedFileSystem::tmpfs(tree_.room("data"), "size=12M,nr_inodes=777");
-  fs::create_directories(mounted.path() + "/a/b/c");
-  struct statvfs figures = {};
-  ASSERT_EQ(statvfs(mounted.path().c_str(), &figures), 0);
-  const auto blocks = [&](fsblkcnt_t count) {
-    return static_cast<long long>(count * figures.f_frsize / 512);
-  };
-  for (const char* limit : {"0", "1", "-1"}) {
-    SCOPED_TRACE(std::string("-nfstimeout ") + limit);
-    tree_.define(summaryOf({mounted.path()}).text());
-
-    EXPECT_EQ(tree_.scan({"-nfstimeout", limit}).status, 0);
-
-    const ResultFile result(tree_.result());
-    const Node& row = result.root().only("Filesystem");
-    EXPECT_EQ(result.number(row, "fsMaxFiles"), 777);
-    EXPECT_EQ(result.number(row, "fsFreeInodes"), static_cast<long long>(figures.f_favail));
-    EXPECT_EQ(result.number(row, "fsUsedInodes"), static_cast<long long>(figures.f_files - figures.f_ffree));
-    EXPECT_EQ(result.number(row, "fsCapacity"), 12 * 2048);
-    EXPECT_EQ(result.number(row, "fsFreeSpace"), blocks(figures.f_bavail));
-    EXPECT_EQ(result.number(row, "fsUsedSpace"), blocks(figures.f_blocks - figures.f_bavail));
-    EXPECT_EQ(summed(tree_, "sumDirectoryCount"), 4);
-  }
+  EXPECT_EQ(told(tree_, "-exitCode"), "0");
 }
 
 }  // namespace

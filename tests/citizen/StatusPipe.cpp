@@ -1,36 +1,12 @@
-#include "citizen/AgentStandIn.h"
+#include "citizen/StatusPipe.h"
 
 #include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
 
-#include <fstream>
 #include <stdexcept>
 
 namespace agent::test {
-
-AgentStandIn::AgentStandIn(const InstallTree& tree, const std::string& end) : file_(tree / "notification") {
-  const std::string program = tree / "bin/Agent";
-  std::ofstream(program) << "#!/bin/sh\nprintf '%s\\0' \"$@\" >'" << file_ << ".new' && mv '" << file_
-                         << ".new' '" << file_ << "'\n"
-                         << end << "\n";
-  std::filesystem::permissions(program, std::filesystem::perms::owner_all);
-}
-
-std::vector<std::string> AgentStandIn::told() const {
-  std::vector<std::string> arguments;
-  std::ifstream file(file_, std::ios::binary);
-  for (std::string argument; std::getline(file, argument, '\0');) arguments.push_back(argument);
-  return arguments;
-}
-
-std::string AgentStandIn::value(const std::string& option) const {
-  const auto arguments = told();
-  for (size_t i = 0; i + 1 < arguments.size(); ++i) {
-    if (arguments[i] == option) return arguments[i + 1];
-  }
-  throw std::runtime_error("the agent was not told " + option);
-}
 
 StatusPipe::StatusPipe() {
   int ends[2];
