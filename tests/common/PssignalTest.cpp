@@ -9,27 +9,6 @@
 namespace agent::test {
 namespace {
 
-TEST(PssignalTest, OneSigtermRequestsAStopAndNothingElse) {
-  const pid_t child = startChild([] {
-    installSignalHandling();
-    if (stopRequested()) return 1;
-    ::raise(SIGTERM);
-    if (!stopRequested() || !stopRequested()) return 2;  // never cleared
-    return ::getpgrp() == ::getpid() ? 0 : 3;
-  });
-  EXPECT_EQ(endOf(child), 0);
-}
-
-TEST(PssignalTest, TheJobOutlivesItsTerminalAndItsAgent) {
-  const pid_t child = startChild([] {
-    installSignalHandling();
-    ::raise(SIGHUP);
-    ::raise(SIGPIPE);
-    return stopRequested() ? 1 : 0;
-  });
-  EXPECT_EQ(endOf(child), 0);
-}
-
 TEST(PssignalTest, AStopInterruptsNoSystemCall) {
   int ends[2];
   ASSERT_EQ(::pipe(ends), 0);
@@ -63,23 +42,6 @@ TEST(PssignalTest, WhatTheAgentHadSetOtherwiseIsPutRight) {
     return endOf(startChild([] { return 42; })) == 42 ? 0 : 2;
   });
   EXPECT_EQ(endOf(child), 0);
-}
-
-TEST(PssignalTest, SigintEndsTheJobAlthoughTheHandlerKnowsIt) {
-  const pid_t child = startChild([] {
-    installSignalHandling();
-    ::raise(SIGINT);
-    return 0;
-  });
-  EXPECT_EQ(endOf(child), -SIGINT);
-
-  const pid_t handler = startChild([] {
-    unxInterruptHandler(SIGUSR1);
-    if (stopRequested()) return 1;
-    unxInterruptHandler(SIGINT);
-    return stopRequested() ? 0 : 2;
-  });
-  EXPECT_EQ(endOf(handler), 0);
 }
 
 }  // namespace
