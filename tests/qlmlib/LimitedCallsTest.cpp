@@ -5,15 +5,11 @@
 #include <chrono>
 #include <csignal>
 #include <cstring>
-#include <ctime>
-#include <set>
 #include <thread>
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/statfs.h>
 #include <sys/syscall.h>
-#include <sys/time.h>
 #include <unistd.h>
 
 #include "QLMlib/common/thrd/Thread.h"
@@ -42,13 +38,10 @@ void hang() {
   pthread_setcancelstate(before, &before);
 }
 
-bool hangs(const char* name) {
+/// Without a C++ object on the stack, which cancellation would have to unwind.
+void hangIfToldTo(const char* name) {
   const char* base = std::strrchr(name, '/');
-  return std::strncmp(base == nullptr ? name : base + 1, "hang", 4) == 0;
-}
-
-bool sleeps(const char* name) {
-  return std::strstr(name, "sleep") != nullptr;
+  if (std::strncmp(base == nullptr ? name : base + 1, "hang", 4) == 0) hang();
 }
 
 /// An interruptible hang, as of a soft mount: cancellation ends it. A bare system call, for what the
@@ -60,12 +53,12 @@ void sleepForEver() {
 }
 
 int hangingStat(const char* path, struct stat* result) {
-  if (hangs(path)) hang();
-  if (sleeps(path)) sleepForEver();
+  hangIfToldTo(path);
+  if (std::strstr(path, "sleep") != nullptr) sleepForEver();
   return systemFileSystemCalls().lstat(path, result);
 }
 int hangingOpenat(int directory, const char* name, int flags) {
-  if (hangs(name)) hang();
+  hangIfToldTo(name);
   return systemFileSystemCalls().openat(directory, name, flags);
 }
 ssize_t hangingGetdents(int directory, void* buffer, std::size_t size) {
@@ -73,14 +66,12 @@ ssize_t hangingGetdents(int directory, void* buffer, std::size_t size) {
   return systemFileSystemCalls().getdents64(directory, buffer, size);
 }
 int hangingFstatat(int directory, const char* name, struct stat* result, int flags) {
-  if (hangs(name)) hang();
+  hangIfToldTo(name);
   return systemFileSystemCalls().fstatat(directory, name, result, flags);
 }
 
 std::size_t countOf(const char* directory) {
-  std::size_t count = 0;
-  for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(directory)) ++count;
-  return count;
+  return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(directory), {}));
 }
 
 /// Waits until `condition` holds; false after ten seconds.
@@ -130,49 +121,37 @@ class LimitedCallsTest : public FilesTest {
   std::size_t descriptors_ = 0;
 };
 
-TEST_F(LimitedCallsTest, WithoutALimitTheCallerMakesTheCall) {
-  struct stat result {};
-  int errCode = -1;
-  for (const int seconds : {0, -5}) {
-    EXPECT_EQ(lstat("a", seconds, result, errCode), 0);
-    EXPECT_EQ(errCode, 0);
-    EXPECT_EQ(result.st_size, 5);
-    EXPECT_EQ(lstat("missing", seconds, result, errCode), -1);
-    EXPECT_EQ(errCode, ENOENT);
-  }
-  EXPECT_TRUE(nothingIsLeft());
-}
-
-TEST_F(LimitedCallsTest, AThreadGivesTheSameAnswers) {
+TEST_F(LimitedCallsTest, AThreadGivesTheAnswersThatTheCallerGets) {
   struct stat plain {};
   struct stat limited {};
   int errCode = -1;
   ASSERT_EQ(::lstat(path("a").c_str(), &plain), 0);
-  for (int i = 0; i < 3; ++i) {
-    EXPECT_EQ(lstat("a", 5, limited, errCode), 0);
+  for (const int seconds : {0, -5, 5, 5}) {
+    EXPECT_EQ(lstat("a", seconds, limited, errCode), 0);
     EXPECT_EQ(errCode, 0);
     EXPECT_EQ(std::memcmp(&plain, &limited, sizeof plain), 0);
-    EXPECT_EQ(lstat("missing", 5, limited, errCode), -1);
+    EXPECT_EQ(lstat("missing", seconds, limited, errCode), -1);
     EXPECT_EQ(errCode, ENOENT);
+    EXPECT_EQ(threads(), threads_ + (seconds > 0 ? 1 : 0));                 // one for all
+    EXPECT_EQ(zemNFSsyscalls("/", 0, &limited, 7, seconds, &errCode), -1);  // no such operation
+    EXPECT_EQ(errCode, EINVAL);
   }
-  EXPECT_EQ(threads(), threads_ + 1);  // one for all
+  virtStatCleanUp();
+  EXPECT_TRUE(eventually([this] { return nothingIsLeft(); }));  // the kernel takes a moment for a thread
+  EXPECT_EQ(lstat("a", 5, limited, errCode), 0);                // starts afresh
 }
 
-TEST_F(LimitedCallsTest, SpaceFiguresAreThoseOfStatvfs) {
+TEST_F(LimitedCallsTest, SpaceFiguresAreThoseOfTheSystem) {
   struct statvfs plain {};
-  ASSERT_EQ(::statvfs("/proc", &plain), 0);
-  for (const int seconds : {0, 5}) {
-    struct statvfs limited {};
-    ASSERT_EQ(limitedStatvfs("/proc", seconds, limited), 0);
-    EXPECT_EQ(limited.f_bsize, plain.f_bsize);
-    EXPECT_EQ(limited.f_frsize, plain.f_frsize);
-    EXPECT_EQ(limited.f_fsid, plain.f_fsid);
-    EXPECT_EQ(limited.f_flag, plain.f_flag);
-    EXPECT_EQ(limited.f_namemax, plain.f_namemax);
-    EXPECT_EQ(limitedStatvfs(path("missing").c_str(), seconds, limited), ENOENT);
-  }
+  struct statvfs figures {};
+  ASSERT_EQ(limitedStatvfs("/proc", 0, plain), 0);
+  ASSERT_EQ(limitedStatvfs("/proc", 5, figures), 0);
+  EXPECT_EQ(figures.f_fsid, plain.f_fsid);
+  EXPECT_EQ(figures.f_flag, plain.f_flag);
+  EXPECT_EQ(figures.f_namemax, plain.f_namemax);
+  EXPECT_EQ(limitedStatvfs(path("missing").c_str(), 5, figures), ENOENT);
   hangingCalls.statfs = [](const char*, struct statfs* result) {
-    *result = {};
+    std::memset(result, 0, sizeof *result);
     result->f_bsize = 65536;
     result->f_frsize = 4096;
     result->f_blocks = 1000;
@@ -182,7 +161,6 @@ TEST_F(LimitedCallsTest, SpaceFiguresAreThoseOfStatvfs) {
     result->f_ffree = 60;
     return 0;
   };
-  struct statvfs figures {};
   ASSERT_EQ(limitedStatvfs("/", 5, figures), 0);
   EXPECT_EQ(figures.f_bsize, 65536u);
   EXPECT_EQ(figures.f_frsize, 4096u);
@@ -192,17 +170,6 @@ TEST_F(LimitedCallsTest, SpaceFiguresAreThoseOfStatvfs) {
   EXPECT_EQ(figures.f_files, 70u);
   EXPECT_EQ(figures.f_ffree, 60u);
   EXPECT_EQ(figures.f_favail, 60u);
-}
-
-TEST_F(LimitedCallsTest, OperationsThatAreNoneFailWithInvalid) {
-  char result[512] = {};
-  for (const int flag : {nfsStatvfs, 4, 5, 6, 7, -1}) {
-    for (const int seconds : {0, 5}) {
-      int errCode = 0;
-      EXPECT_EQ(zemNFSsyscalls("/", 0, result, flag, seconds, &errCode), -1) << flag;
-      EXPECT_EQ(errCode, EINVAL) << flag;
-    }
-  }
 }
 
 TEST_F(LimitedCallsTest, ACallThatHangsIsStaleAndTheNextOneWorks) {
@@ -245,18 +212,10 @@ TEST_F(LimitedCallsTest, ADirectoryIsOpenedReadAndExaminedByTheThread) {
     EXPECT_EQ(sub, nullptr);
     EXPECT_NE(::fcntl(top->get(), F_GETFD) & FD_CLOEXEC, 0);
 
-    std::set<std::string> names;
     char buffer[256];
     std::size_t bytes = 0;
-    while (limitedReadDirectory(top, buffer, sizeof buffer, seconds, bytes) == 0 && bytes > 0) {
-      for (std::size_t at = 0; at < bytes;) {
-        const auto* entry = reinterpret_cast<const dirent64*>(buffer + at);
-        names.insert(entry->d_name);
-        at += entry->d_reclen;
-      }
-    }
-    EXPECT_EQ(names, (std::set<std::string>{".", "..", "a", "hangdir"}));
-
+    EXPECT_EQ(limitedReadDirectory(top, buffer, sizeof buffer, seconds, bytes), 0);
+    EXPECT_NE(std::string_view(buffer, bytes).find("hangdir"), std::string_view::npos);
     struct stat status {};
     EXPECT_EQ(limitedStatAt(top, "a", AT_SYMLINK_NOFOLLOW, seconds, status), 0);
     EXPECT_EQ(status.st_size, 5);
@@ -297,61 +256,22 @@ TEST_F(LimitedCallsTest, AHangingCallKeepsItsDirectoryOpen) {
   }
 }
 
-TEST_F(LimitedCallsTest, ASignalDoesNotEndTheWaitAndTheLimitHolds) {
-  struct sigaction handler {};
-  struct sigaction before {};
-  handler.sa_handler = [](int) {};
-  ASSERT_EQ(::sigaction(SIGALRM, &handler, &before), 0);
-  struct Case {
-    const char* when;
-    itimerval timer;
-  };
-  const Case cases[] = {
-      {"again and again", {{0, 20'000}, {0, 20'000}}},
-      {"once, shortly before the limit", {{0, 0}, {0, 900'000}}},  // the wait must not start anew
-  };
-  for (const Case& c : cases) {
-    letGo = false;
-    ::setitimer(ITIMER_REAL, &c.timer, nullptr);
-    struct stat result {};
-    int errCode = 0;
-    const auto start = Clock::now();
-    EXPECT_EQ(lstat("hang", 1, result, errCode), -1);
-    const auto spent = Clock::now() - start;
-    const itimerval never{};
-    ::setitimer(ITIMER_REAL, &never, nullptr);
-
-    EXPECT_EQ(errCode, ESTALE) << c.when;
-    EXPECT_GE(spent, 1s) << c.when;
-    EXPECT_LT(spent, 1700ms) << c.when;
-    letGo = true;
-    EXPECT_TRUE(eventually([] { return hanging == 0; }));
-  }
-  ::sigaction(SIGALRM, &before, nullptr);
-}
-
 TEST_F(LimitedCallsTest, SignalsOfTheJobAreLeftToItsOwnThread) {
   struct stat result {};
   int errCode = 0;
   ASSERT_EQ(lstat("a", 5, result, errCode), 0);
   sigset_t user;
   sigset_t before;
-  sigset_t pending;
   sigemptyset(&user);
   sigaddset(&user, SIGUSR1);
   pthread_sigmask(SIG_BLOCK, &user, &before);
-  struct sigaction ignore {};
-  struct sigaction previous {};
-  ignore.sa_handler = [](int) {};
-  ::sigaction(SIGUSR1, &ignore, &previous);
 
   ::kill(::getpid(), SIGUSR1);
   ASSERT_EQ(lstat("a", 5, result, errCode), 0);  // the thread has been awake meanwhile
-  ::sigpending(&pending);
-  EXPECT_EQ(sigismember(&pending, SIGUSR1), 1);
+  const timespec now{};
+  EXPECT_EQ(::sigtimedwait(&user, nullptr, &now), SIGUSR1);  // and has not taken it, which would end us
 
   pthread_sigmask(SIG_SETMASK, &before, nullptr);
-  ::sigaction(SIGUSR1, &previous, nullptr);
 }
 
 TEST_F(LimitedCallsTest, WithoutDescriptorsForThePipesTheCallFailsAndLaterWorks) {
@@ -366,17 +286,6 @@ TEST_F(LimitedCallsTest, WithoutDescriptorsForThePipesTheCallFailsAndLaterWorks)
   EXPECT_EQ(errCode, EMFILE);
   ::setrlimit(RLIMIT_NOFILE, &previous);
   EXPECT_EQ(lstat("a", 1, result, errCode), 0);
-}
-
-TEST_F(LimitedCallsTest, CleaningUpEndsTheThreadAndALaterCallStartsAfresh) {
-  struct stat result {};
-  int errCode = 0;
-  for (int i = 0; i < 3; ++i) {
-    EXPECT_EQ(lstat("a", 1, result, errCode), 0);
-    virtStatCleanUp();
-    EXPECT_EQ(descriptors(), descriptors_);
-    EXPECT_TRUE(eventually([this] { return nothingIsLeft(); }));  // the kernel takes a moment for a thread
-  }
 }
 
 }  // namespace

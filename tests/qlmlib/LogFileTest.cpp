@@ -62,12 +62,15 @@ TEST_F(LogFileTest, WhatCannotBeALogIsRefused) {
   }
 }
 
-TEST_F(LogFileTest, ARefusedWriteIsTold) {
+TEST_F(LogFileTest, WhatCannotBeWrittenIsTold) {
   LogFile log({.path = file()});
   ASSERT_EQ(log.open(), 0);
   const FileSizeLimit full(0);
   EXPECT_EQ(log.write("one\n"), 621);
   EXPECT_EQ(log.lastErrno(), EFBIG);
+  LogFile small({.path = file(), .wrapSize = 200});  // without room for a line
+  EXPECT_EQ(small.open(), -1);
+  EXPECT_EQ(small.lastErrno(), EINVAL);
 }
 
 // ---- files that wrap; the marks are the built-in ones, for no catalog is open ----
@@ -75,11 +78,6 @@ TEST_F(LogFileTest, ARefusedWriteIsTold) {
 constexpr char wrapMark[] = "--- Continued at the beginning of the file ---";
 constexpr char endMark[] = "--- End of data ---\n";
 constexpr uint32_t ringBytes = 512;
-
-std::string padded(std::size_t number, std::size_t width) {
-  std::string text = std::to_string(number);
-  return text + std::string(width - text.size(), ' ');
-}
 
 std::string header(std::size_t nextWrite, uint32_t wrapSize = ringBytes) {
   return "LOGHEADERREC " + padded(nextWrite, 12) + padded(wrapSize, 10) +
@@ -90,11 +88,6 @@ const std::size_t dataStart = header(0).size();
 
 std::string line(char letter) {
   return std::string(49, letter) + "\n";
-}
-
-TEST_F(LogFileTest, AWrappingFileBeginsWithItsHeader) {
-  log({.wrapSize = ringBytes}, {line('a'), line('b')});
-  EXPECT_EQ(content(), header(dataStart + 100) + line('a') + line('b') + endMark);
 }
 
 TEST_F(LogFileTest, AFullFileGoesRoundAndKeepsItsSize) {
@@ -108,7 +101,9 @@ TEST_F(LogFileTest, AFullFileGoesRoundAndKeepsItsSize) {
   std::string closing = wrapMark;
   closing.resize(ringBytes - dataStart - 300 - 2, ' ');
   EXPECT_EQ(content(), header(dataStart + 50) + line('g') + endMark + oldest + closing + "*\n");
-  EXPECT_EQ(content().size(), ringBytes);
+
+  log({.wrapSize = ringBytes}, {std::string(5000, 'x')});  // longer than the file: cut
+  EXPECT_LE(content().size(), ringBytes);
 }
 
 TEST_F(LogFileTest, ALineThatJustFitsStaysAndOneByteMoreGoesRound) {
@@ -152,19 +147,6 @@ TEST_F(LogFileTest, WhatWasNoRingBecomesOneAndNothingIsLost) {
   }
 }
 
-TEST_F(LogFileTest, ALineLongerThanTheFileIsCut) {
-  log({.wrapSize = ringBytes}, {std::string(5000, 'x')});
-  EXPECT_LE(content().size(), ringBytes);
-  log({.wrapSize = ringBytes}, {"next\n"});
-  EXPECT_EQ(content().substr(0, dataStart + 5), header(dataStart + 5) + "next\n");
-}
-
-TEST_F(LogFileTest, ASizeWithoutRoomForALineIsRefused) {
-  LogFile log({.path = file(), .wrapSize = 200});
-  EXPECT_EQ(log.open(), -1);
-  EXPECT_EQ(log.lastErrno(), EINVAL);
-}
-
 // ---- files that are pruned ----
 
 std::string daysAgo(int days) {
@@ -189,22 +171,12 @@ TEST_F(LogFileTest, LinesOlderThanTheRetentionGo) {
   EXPECT_EQ(readFile(path("saved.log")), "saved before\n" + old);
 }
 
-TEST_F(LogFileTest, PruningKeepsTheFilesModeAndLeavesAYoungLogAlone) {
-  writeFile(file(), daysAgo(2) + " young\n");
-  std::filesystem::permissions(file(), std::filesystem::perms(0640));
-  struct stat before;
-  struct stat after;
-  ASSERT_EQ(::stat(file().c_str(), &before), 0);
-  log({.retentionDays = 10, .pruneMode = 'S', .saveFile = "saved.log"}, {});
-  ASSERT_EQ(::stat(file().c_str(), &after), 0);
-  EXPECT_EQ(after.st_ino, before.st_ino);
-  EXPECT_FALSE(std::filesystem::exists(path("saved.log")));  // nothing was saved
-
+TEST_F(LogFileTest, PruningKeepsTheFilesMode) {
   writeFile(file(), daysAgo(20) + " old\n");
+  std::filesystem::permissions(file(), std::filesystem::perms(0640));
   log({.retentionDays = 10}, {});
-  ASSERT_EQ(::stat(file().c_str(), &after), 0);
   EXPECT_EQ(content(), "");
-  EXPECT_EQ(after.st_mode & 0777, 0640u);
+  EXPECT_EQ(std::filesystem::status(file()).permissions(), std::filesystem::perms(0640));
 }
 
 TEST_F(LogFileTest, APrunerThatCannotWorkLeavesTheLogAsItWas) {

@@ -1,21 +1,20 @@
 #pragma once
 
 #include <csignal>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <string>
 
 #include <sys/resource.h>
 
 #include <gtest/gtest.h>
 
+#include "common/TemporaryDirectory.h"
+
 namespace agent::test {
 
 inline std::string readFile(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
+  return content(path);
 }
 
 inline void writeFile(const std::string& path, const std::string& bytes) {
@@ -25,20 +24,18 @@ inline void writeFile(const std::string& path, const std::string& bytes) {
 /// A fixture with a directory of its own, gone after the test.
 class FilesTest : public ::testing::Test {
  protected:
-  FilesTest() {
-    std::string pattern = ::testing::TempDir() + "qlmlibXXXXXX";
-    if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
-    directory_ = pattern;
-  }
-  ~FilesTest() override { std::filesystem::remove_all(directory_); }
-
-  std::string path(const std::string& name = "") const {
-    return name.empty() ? directory_ : directory_ + "/" + name;
-  }
+  std::string path() const { return directory_.path(); }
+  std::string path(const std::string& name) const { return directory_ / name; }
 
  private:
-  std::string directory_;
+  TemporaryDirectory directory_;
 };
+
+/// A number as the headers of logs and traces have it.
+inline std::string padded(uint64_t number, std::size_t width) {
+  std::string text = std::to_string(number);
+  return text + std::string(width - text.size(), ' ');
+}
 
 /// A full disk: while it lives, the system refuses writes beyond `bytes` of any file.
 class FileSizeLimit {

@@ -66,21 +66,15 @@ TEST_F(TraceFileTest, AWholeTraceReadsAsTheFormatSays) {
 }
 
 TEST_F(TraceFileTest, ADebugWordTurnsItsClassesOn) {
-  struct Case {
-    const char* word;
-    const char* classes;
-  };
-  const Case cases[] = {
-      {"MIN", "MIN TIMESTAMP PREFIX PID TID "},
-      {"MID", "MIN MID TIMESTAMP PREFIX PID TID "},
-      {"MAX", "MIN MID MAX ENTER EXIT TIMESTAMP PREFIX PID TID "},
-      {"", "TIMESTAMP PREFIX PID TID "},
-  };
-  for (const Case& c : cases) {
-    ASSERT_EQ(initializeTrace(file(), c.word, 1024), 0);
-    EXPECT_EQ(namesOf(ClassTable()), c.classes) << c.word;
+  const std::string always = "TIMESTAMP PREFIX PID TID ";
+  for (const auto& [word, classes] : {std::pair("MIN", "MIN "), std::pair("MID", "MIN MID "),
+                                      std::pair("MAX", "MIN MID MAX ENTER EXIT "), std::pair("", "")}) {
+    ASSERT_EQ(initializeTrace(file(), word, 1024), 0);
+    EXPECT_EQ(namesOf(ClassTable()), classes + always) << word;
   }
   closeTrace();
+  EXPECT_EQ(namesOf(ClassTable()), "");
+  EXPECT_EQ(initializeTrace("", "MAX", 1024), 0);  // no name: all stays off
   EXPECT_EQ(namesOf(ClassTable()), "");
 }
 
@@ -113,14 +107,6 @@ TEST_F(TraceFileTest, FlagTextsAreWords) {
   EXPECT_FALSE(TR_TIMESTAMP);
   EXPECT_FALSE(TR_PREFIX);
   clearTraceFlags();
-}
-
-TEST_F(TraceFileTest, WithoutAFileNameEverythingStaysOff) {
-  EXPECT_EQ(initializeTrace("", "MAX", 1024), 0);
-  bool evaluated = false;
-  TRACE(TR_MAX, "%d\n", static_cast<int>(evaluated = true));
-  EXPECT_FALSE(evaluated);
-  EXPECT_EQ(namesOf(ClassTable()), "");
 }
 
 TEST_F(TraceFileTest, WhatCannotBeSetUpHasItsCode) {
