@@ -1,9 +1,7 @@
 #include "Scan/unix/ScannerUnix.h"
 
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -12,8 +10,6 @@
 #include <string>
 #include <vector>
 
-#include "Common/ScanAbortException.h"
-#include "Common/unix/pssignal.h"
 #include "Probe/Filesystem.h"
 #include "Scan/identity/UberTable.h"
 #include "Scan/selection/Selection.h"
@@ -84,9 +80,7 @@ class RecordingAction : public FileAction {
 
   void actUpon(Scanner&, FileAttributes& attributes) override {
     visited.push_back(below(attributes));
-    entries[below(attributes)] = attributes;
     events.push_back(below(attributes));
-    if (onEntry) onEntry(below(attributes));
   }
   void directoryEntered(FileAttributes& attributes) override { events.push_back("+" + below(attributes)); }
   void directoryLeft() override { events.emplace_back("-"); }
@@ -94,8 +88,6 @@ class RecordingAction : public FileAction {
 
   std::vector<std::string> visited;  // without the root
   std::vector<std::string> events;
-  std::map<std::string, FileAttributes> entries;
-  std::function<void(const std::string&)> onEntry;
 
  private:
   std::string below(const FileAttributes& attributes) const { return attributes.faName.substr(rootLength_); }
@@ -113,7 +105,6 @@ class ScannerTest : public ::testing::Test {
     selection.compile("everything", 0);
     everything = selection.takeRoot();
   }
-  ~ScannerTest() override { agentStop = 0; }
 
   int walk() { return walk(tree.path()); }
   int walk(const std::string& localPath) {
@@ -164,18 +155,6 @@ TEST_F(ScannerTest, OffersEveryEntryOnceAndBalancesEnteringAndLeaving) {
   ASSERT_NE(empty, action->events.end());
   EXPECT_EQ(*std::next(empty), "-");
   EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("6")));  // AGT0144I counts the root as well
-}
-
-TEST_F(ScannerTest, NeverFollowsALink) {
-  TemporaryDirectory outside;
-  outside.file("secret");
-  std::filesystem::create_symlink(outside.path(), tree / "link");
-
-  EXPECT_EQ(walk(), 0);
-
-  EXPECT_THAT(visited(), ElementsAre("link"));
-  EXPECT_EQ(action->entries["link"].faType, FileAttributes::SYMBOLIC_LINK);
-  EXPECT_EQ(action->entries["link"].faLength, static_cast<int64_t>(outside.path().size()));
 }
 
 TEST_F(ScannerTest, ReportsAnUnreadableDirectoryOnceAndGoesOn) {
@@ -235,19 +214,6 @@ TEST_F(ScannerTest, DoesNotEnterADirectoryThatWasExchangedAfterItsStat) {
   }
 }
 
-TEST_F(ScannerTest, DropsSnapshotDirectoriesDirectlyBelowTheRootOnly) {
-  tree.file(".snapshot/old");
-  tree.file("my.snapshots/old");
-  tree.file("deeper/.snapshot/kept");
-  tree.file("a.snapshot.txt");
-
-  EXPECT_EQ(walk(), 0);
-
-  EXPECT_THAT(visited(),
-              ElementsAre("a.snapshot.txt", "deeper", "deeper/.snapshot", "deeper/.snapshot/kept"));
-  EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("5")));  // dropped without a count
-}
-
 TEST_F(ScannerTest, HidesQuickcopyOnClusterFileSetsOnly) {
   tree.file(".quickcopy/x");
   EXPECT_EQ(walk(), 0);
@@ -271,20 +237,10 @@ TEST_F(ScannerTest, ShowsLogicalNamesAndReadsLocalOnes) {
   EXPECT_THAT(log.lines(), Contains(AllOf(HasSubstr("STA0063E"), HasSubstr(tree / "a/b"))));
 }
 
-/// Makes `depth` nested directories "d/d/d...", without ever naming a path that is too long for the system.
-void nest(const std::string& root, const std::string& name, int depth) {
-  int parent = ::open(root.c_str(), O_RDONLY | O_DIRECTORY);
-  for (int i = 0; i < depth; ++i) {
-    ASSERT_EQ(::mkdirat(parent, name.c_str(), 0755), 0);
-    const int child = ::openat(parent, name.c_str(), O_RDONLY | O_DIRECTORY);
-    ::close(parent);
-    parent = child;
-  }
-  ::close(parent);
-}
-
 TEST_F(ScannerTest, StopsAtTwoHundredLevelsWithoutFailing) {
-  nest(tree.path(), "d", 250);
+  std::string nested;
+  for (int i = 0; i < 250; ++i) nested += "d/";
+  directory(nested);
 
   EXPECT_EQ(walk(), 0);
 
@@ -296,54 +252,6 @@ TEST_F(ScannerTest, StopsAtTwoHundredLevelsWithoutFailing) {
   EXPECT_EQ(std::count(action->events.begin(), action->events.end(), "-"), 200);
 }
 
-TEST_F(ScannerTest, PassesOverWhatLiesBehindTheLongestPath) {
-  const std::string longName(250, 'n');
-  nest(tree.path(), longName, 20);
-
-  EXPECT_EQ(walk(), 0);
-
-  const size_t fits = (Scanner::NAME_BUFFER - tree.path().size()) / (longName.size() + 1);
-  EXPECT_THAT(visited(), SizeIs(fits));
-  EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("AGT0144I")));
-}
-
-TEST_F(ScannerTest, FillsTheRecordOfEachKindOfEntry) {
-  tree.file("tool", std::string(5000, 'x'));
-  std::filesystem::permissions(tree / "tool", static_cast<std::filesystem::perms>(04755));
-  directory("sticky");
-  std::filesystem::permissions(tree / "sticky", static_cast<std::filesystem::perms>(01777));
-  ASSERT_EQ(::mkfifo((tree / "pipe").c_str(), 0600), 0);
-  const timespec modified = {2'000'000'000, 5}, accessed = {1'000'000'000, 5};
-  const timespec times[] = {accessed, modified};
-  ASSERT_EQ(::utimensat(AT_FDCWD, (tree / "tool").c_str(), times, 0), 0);
-  const bool isRoot = ::geteuid() == 0;
-  if (isRoot) {
-    ASSERT_EQ(::chown((tree / "pipe").c_str(), 4711, 4712), 0);
-  }
-
-  EXPECT_EQ(walk(), 0);
-
-  const FileAttributes& tool = action->entries["tool"];
-  EXPECT_EQ(tool.faType, FileAttributes::REGULAR_FILE);
-  EXPECT_EQ(tool.faLength, 5000);
-  EXPECT_GT(tool.faBlocks, 0);
-  EXPECT_EQ(tool.faModified, 2'000'000'000'000);
-  EXPECT_EQ(tool.faAccessed, tool.faModified);  // raised: never older than the modification
-  EXPECT_EQ(tool.faCreated, 0);
-  const FileAttributes& sticky = action->entries["sticky"];
-  EXPECT_EQ(sticky.faLinkCount, 1);
-  EXPECT_EQ(action->entries["pipe"].faType, FileAttributes::FIFO);
-  EXPECT_EQ(action->entries["pipe"].faBlocks, 0);
-  if (isRoot) {
-    EXPECT_EQ(tool.faAttributes, ATTRIBUTE_SET_USER_ID | ATTRIBUTE_EXECUTABLE);
-    EXPECT_EQ(sticky.faAttributes, ATTRIBUTE_STICKY);
-    EXPECT_EQ(action->entries["pipe"].faAttributes, ATTRIBUTE_ORPHAN);
-    EXPECT_EQ(action->entries["pipe"].faOwner->ugName, "4711");
-    EXPECT_TRUE(action->entries["pipe"].faGroup->ugRemoved);
-    EXPECT_EQ(tool.faOwner->ugName, "root");
-  }
-}
-
 TEST_F(ScannerTest, LosesTheFileSystemWhenItsRootCannotBeRead) {
   EXPECT_EQ(walk(tree / "missing"), 8);
   EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("STA0121E")));
@@ -352,28 +260,6 @@ TEST_F(ScannerTest, LosesTheFileSystemWhenItsRootCannotBeRead) {
   EXPECT_EQ(walk(), 8);
   EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("STA0121E"), HasSubstr("STA0063E")));
   EXPECT_THAT(action->events, IsEmpty());
-}
-
-TEST_F(ScannerTest, StopsWithinOneEntry) {
-  for (int i = 0; i < 50; ++i) tree.file("many/" + std::to_string(i));
-  action->onEntry = [&](const std::string& name) {
-    if (name.starts_with("many/")) agentStop = 1;
-  };
-
-  EXPECT_THROW(walk(), ScanAbortException);
-
-  EXPECT_THAT(action->visited, SizeIs(3));  // the root, its directory, one entry
-  EXPECT_THAT(action->events, Not(Contains("-")));
-}
-
-// Names are bytes: a scan shows them as they are and reads below them.
-TEST_F(ScannerTest, TakesNamesAsBytes) {
-  const std::string name = "line\nfeed \xff\xfe \"quoted\", comma";
-  tree.file(name + "/below");
-
-  EXPECT_EQ(walk(), 0);
-
-  EXPECT_THAT(visited(), ElementsAre(name, name + "/below"));
 }
 
 }  // namespace
