@@ -60,17 +60,5 @@ TEST(Filesystem, RefusesARowOfAnotherLengthThanItsHeader) {
   }
 }
 
-TEST(NasFiler, ReadsItsColumnsAndPassesOverTheServersOwn) {
-  NasFiler filer;
-  filer.initializeObject({"nfVendorID", "nfOSType", "nfIPAddress", "nfComputerID", "nfNetworkName", "nfName"},
-                         {{"1", "23", "10.0.0.1", "4", "net", "name"}});
-  EXPECT_EQ(filer.nfOSType, NasFiler::OS_TYPE_CLUSTER);
-  EXPECT_EQ(filer.nfIPAddress, "10.0.0.1");
-  EXPECT_EQ(filer.nfComputerID, 4);
-  EXPECT_EQ(filer.nfNetworkName, "net");
-  EXPECT_EQ(filer.nfName, "name");
-  EXPECT_EQ(filer.nfVersion, 2);
-}
-
 }  // namespace
 }  // namespace agent::test

@@ -66,15 +66,5 @@ TEST(FilesystemScan, TellsMasksFromPaths) {
   }
 }
 
-TEST(FilesystemScan, NamesAFilersFileSystemWithItsFiler) {
-  auto local = filesystem(1);
-  local->fsMountPoint = "/home/";
-  EXPECT_EQ(FilesystemScan::qualifiedFSName(*local), "/home/");
-  auto remote = filesystem(2, 7);
-  remote->fsMountPoint = "/vol/v/";
-  remote->filer->nfName = "filer";
-  EXPECT_EQ(FilesystemScan::qualifiedFSName(*remote), "/vol/v/ (filer)");
-}
-
 }  // namespace
 }  // namespace agent::test
