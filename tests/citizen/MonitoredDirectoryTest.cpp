@@ -185,10 +185,6 @@ TEST_F(MonitoredDirectoryTest, ADirectoryStatisticIsPrintedWhereADirectoryMayBe)
     EXPECT_EQ(scan(job({monitoredDirectory(1, c.path)})), 0);
     EXPECT_EQ(ResultFile(tree_.result()).root().all("CuStatDef").size(), c.printed);
   }
-  EXPECT_THAT(tree_.logLines(),
-              ::testing::IsSupersetOf(
-                  {std::string("STA0027I The scan gathers these statistics for monitored directories:"),
-                   std::string(25, ' ') + "admin.below"}));
 }
 
 TEST_F(MonitoredDirectoryTest, DirectoriesOfTheFileSystemAtTheTop) {

@@ -100,16 +100,6 @@ TEST_F(ProgressTest, OnATerminalOneLineShowsHowFarTheWalkIs) {
   }
 }
 
-TEST_F(ProgressTest, AShortJobOnlyShowsWhereItsFilesLie) {
-  const Terminal terminal(80);
-  Launch launch = tree_.launch();
-  terminal.handTo(launch);
-
-  EXPECT_EQ(run(launch).status, 0);
-
-  EXPECT_EQ(terminal.shown(), files());
-}
-
 TEST_F(ProgressTest, AJobWithoutAResultSaysSo) {
   fs::remove(tree_.definitionFile());
   const Terminal terminal(80);
