@@ -73,10 +73,7 @@ class Generator {
 
   std::string sample(const std::string& piece) {
     if (piece == "*" || piece == "%/")
-      return std::vector<std::string>{"", "a",
-                                      "\xE9"
-                                      "b",
-                                      "ab/"}[random_() % 4];
+      return std::vector<std::string>{"", "a", "b\xE9", "ab/"}[random_() % 4];
     if (piece == "/%/") return std::vector<std::string>{"/", "/a/", "/ab/b/"}[random_() % 3];
     if (piece.size() == 1) return piece;
     return oneOf(TEXT_PIECES);
@@ -163,18 +160,12 @@ TEST(PatternMatcherTest, AsksThePlatformWhereTheProgramCannotRead) {
 TEST(PatternMatcherTest, MatchesBytesWhateverTheLocale) {
   const std::string before = setlocale(LC_ALL, nullptr);
   if (setlocale(LC_ALL, "C.UTF-8") == nullptr) GTEST_SKIP() << "this host has no UTF-8 locale to disturb us";
-  for (const char* const expression : {"^a[^/]b$", "^a.b$"}) {  // by the program, by the platform
+  for (const char* const expression : {"^a[^/]g$", "^a.g$"}) {  // by the program, by the platform
     std::string error;
     const auto matcher = PatternMatcher::compile(expression, error);
     ASSERT_NE(matcher, nullptr);
-    EXPECT_TRUE(
-        matcher->matches("a\xE9"
-                         "b"))
-        << expression;
-    EXPECT_FALSE(
-        matcher->matches("a\xC3\xA9"
-                         "b"))
-        << expression << ": two bytes, one letter";
+    EXPECT_TRUE(matcher->matches("a\xE9g")) << expression;
+    EXPECT_FALSE(matcher->matches("a\xC3\xA9g")) << expression << ": two bytes, one letter";
   }
   setlocale(LC_ALL, before.c_str());
 }

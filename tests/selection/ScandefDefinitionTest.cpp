@@ -56,6 +56,18 @@ std::string definitionOf(const std::vector<std::string>& arguments) {
   return definitionText(parseOptions(arguments).definition);
 }
 
+/// Command lines with the reason for which each is refused.
+template <typename Error>
+void expectRefusals(const std::vector<std::pair<std::vector<std::string>, std::string>>& table) {
+  for (const auto& [arguments, reason] : table) {
+    try {
+      ADD_FAILURE() << definitionOf(arguments);
+    } catch (const Error& error) {
+      EXPECT_EQ(error.what(), reason);
+    }
+  }
+}
+
 TEST(ScandefDefinitionTest, EverythingThatCanBeAskedFor) {
   EXPECT_EQ(definitionOf(words(R"(--job=nightly|--computer|17|--filesystem|5=/srv/a"b|--filesystem|/var|)"
                                R"(--type|ext4|--monitor|/srv/pro*|--monitor=3=/srv/x|--statistic|all, of it|)"
@@ -125,57 +137,43 @@ TEST(ScandefDefinitionTest, TheJobsOwnReaderFindsEveryCellInItsColumn) {
 }
 
 TEST(ScandefDefinitionTest, WhatTheFormatCannotHoldIsRefused) {
-  for (const auto& [arguments, reason] : std::vector<std::pair<std::vector<std::string>, std::string>>{
-           {{"--filesystem", "/a\nb"}, "the format can't hold a text with a line end in it: '/a\nb'"},
-           {{"--filesystem", "1=/a", "--filesystem", "1=/b"}, "two file systems have the id 1"},
-           {{"--filesystem", "/a", "--statistic", "a", "--id", "4", "--statistic", "b", "--id=4"},
-            "two statistics have the id 4"},
-       }) {
-    try {
-      ADD_FAILURE() << definitionOf(arguments);
-    } catch (const std::invalid_argument& error) {
-      EXPECT_EQ(error.what(), reason);
-    }
-  }
+  expectRefusals<std::invalid_argument>({
+      {{"--filesystem", "/a\nb"}, "the format can't hold a text with a line end in it: '/a\nb'"},
+      {{"--filesystem", "1=/a", "--filesystem", "1=/b"}, "two file systems have the id 1"},
+      {{"--filesystem", "/a", "--statistic", "a", "--id", "4", "--statistic", "b", "--id=4"},
+       "two statistics have the id 4"},
+  });
 }
 
 TEST(ScandefOptionsTest, AnUnusableCommandLineIsRefusedWithTheReason) {
-  for (const auto& [arguments, reason] : std::vector<std::pair<std::vector<std::string>, std::string>>{
-           {{}, "nothing to scan: name a --filesystem"},
-           {{"--files", "/"}, "there is no option --files"},
-           {{"--filesystem"}, "--filesystem needs a value"},
-           {{"--filesystem="}, "--filesystem: the path is missing"},
-           {{"--filesystem", "0=/"}, "--filesystem: '0' is no number from 1 to 2147483647"},
-           {{"--type", "ext4"}, "--type belongs behind a --filesystem"},
-           {{"--filesystem", "/", "--type", "zfs"},
-            "--type: 'zfs' is none of ext2 ext3 ext4 reiserfs vxfs vfat tmpfs nfs cifs clfs mxfs fake"},
-           {{"--filesystem", "2147483647=/", "--filesystem", "/home"},
-            "--filesystem: no id is left: give one"},
-           {{"--statistic", ""}, "--statistic: the name is missing"},
-           {{"--statistic", "x", "--summary=Y"}, "--summary takes no value"},
-           {{"--statistic", "x", "--largest-files", "32768"},
-            "--largest-files: '32768' is no number from 0 to 32767"},
-           {{"--statistic", "x", "--only", "/"}, "--only: no --filesystem '/' in front of it"},
-           {{"--statistic", "x", "--where", "type=\tflie"},
-            "--where: column 7: expected a type: file, link, directory, fifo, socket, device or other\n"
-            "  type= flie\n"
-            "        ^"},
-           {{"--filesystem", "/", "--statistic", "x", "--directories"},
-            "--directories: there is none to --monitor"},
-           {{"--filesystem", "/", "--monitor", "/m", "--statistic", "x", "--directories", "--only", "/"},
-            "--directories and --only exclude each other"},
-           {{"--filesystem", "/", "--job", "a/b"}, "--job: 'a/b' can't be part of a file's name"},
-           {{"--filesystem", "/", "--server", "../x"}, "--server: '../x' can't be the name of a directory"},
-           {{"--filesystem", "/", "--install", "/opt", "-o", "x"},
-            "--install names the file itself: leave --output out"},
-       }) {
-    try {
-      parseOptions(arguments);
-      ADD_FAILURE() << reason;
-    } catch (const UsageError& error) {
-      EXPECT_EQ(error.what(), reason);
-    }
-  }
+  expectRefusals<UsageError>({
+      {{}, "nothing to scan: name a --filesystem"},
+      {{"--files", "/"}, "there is no option --files"},
+      {{"--filesystem"}, "--filesystem needs a value"},
+      {{"--filesystem="}, "--filesystem: the path is missing"},
+      {{"--filesystem", "0=/"}, "--filesystem: '0' is no number from 1 to 2147483647"},
+      {{"--type", "ext4"}, "--type belongs behind a --filesystem"},
+      {{"--filesystem", "/", "--type", "zfs"},
+       "--type: 'zfs' is none of ext2 ext3 ext4 reiserfs vxfs vfat tmpfs nfs cifs clfs mxfs fake"},
+      {{"--filesystem", "2147483647=/", "--filesystem", "/home"}, "--filesystem: no id is left: give one"},
+      {{"--statistic", ""}, "--statistic: the name is missing"},
+      {{"--statistic", "x", "--summary=Y"}, "--summary takes no value"},
+      {{"--statistic", "x", "--largest-files", "32768"},
+       "--largest-files: '32768' is no number from 0 to 32767"},
+      {{"--statistic", "x", "--only", "/"}, "--only: no --filesystem '/' in front of it"},
+      {{"--statistic", "x", "--where", "type=\tflie"},
+       "--where: column 7: expected a type: file, link, directory, fifo, socket, device or other\n"
+       "  type= flie\n"
+       "        ^"},
+      {{"--filesystem", "/", "--statistic", "x", "--directories"},
+       "--directories: there is none to --monitor"},
+      {{"--filesystem", "/", "--monitor", "/m", "--statistic", "x", "--directories", "--only", "/"},
+       "--directories and --only exclude each other"},
+      {{"--filesystem", "/", "--job", "a/b"}, "--job: 'a/b' can't be part of a file's name"},
+      {{"--filesystem", "/", "--server", "../x"}, "--server: '../x' can't be the name of a directory"},
+      {{"--filesystem", "/", "--install", "/opt", "-o", "x"},
+       "--install names the file itself: leave --output out"},
+  });
 }
 
 TEST(ScandefOptionsTest, NamesTheFileThatTheJobLooksFor) {

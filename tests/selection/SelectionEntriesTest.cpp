@@ -1,8 +1,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <map>
-
 #include "Scan/selection/SelectNode.h"
 #include "SelectionTestSupport.h"
 
@@ -16,49 +14,20 @@ constexpr int64_t DAY = 86'400;
 constexpr int64_t GIB = int64_t{1} << 30;
 
 /// A small file system under "/m/", every entry with what a hand can work out.
-///
-/// | entry           | type | size     | blocks  | modified   | accessed  | owner    | group  | attributes |
-/// |-----------------|------|----------|---------|------------|-----------|----------|--------|-------------------|
-/// | /m/             | dir  | 4096     | 8       | now - 1 d  | now       | root     | root   | | | /m/etc |
-/// dir  | 4096     | 8       | now - 9 d  | now       | root     | root   | sticky            | | /m/a.log |
-/// file | 0        | 0       | now - 100 d| now - 50 d| www-data | adm    |                   | |
-/// /m/etc/b.log    | file | 1023     | 2       | now        | now       | anna     | staff  | | | /m/etc/tool
-/// | file | 1025     | 8       | now - 3 d  | now - 1 d | root     | root   | exec, set-user-ID | |
-/// /m/etc/sub/big  | file | 3 GiB    | 6291456 | now + 1 d  | now + 1 d | 4711     | 4711   | orphan | |
-/// /m/etc/sub/link | link | 7        | 0       | now - 9 d  | now - 9 d | anna     | staff  | | | /m/dev.sda
-/// | dev  | 0        | 0       | 0          | 0         | root     | disk   | block device      | | /m/pipe
-/// | FIFO | 0        | 0       | now        | now       | zoe      | staff  |                   | |
-/// /m/caf\xE9      | file | 1048576  | 2048    | now        | now       | Anna     | STAFF  | |
 class SelectionEntriesTest : public ::testing::Test {
  protected:
   SelectionEntriesTest() {
-    add({}, "", 3).size(4096).blocks(8).modified(NOW - DAY).accessed(NOW);
-    add({}, "etc", 3).size(4096).blocks(8).modified(NOW - 9 * DAY).accessed(NOW).attributes(0x100000);
-    add({}, "a.log", 1).modified(NOW - 100 * DAY).accessed(NOW - 50 * DAY).user("www-data").group("adm");
-    add({"etc"}, "b.log", 1).size(1023).blocks(2).user("anna").group("staff");
-    add({"etc"}, "tool", 1)
-        .size(1025)
-        .blocks(8)
-        .modified(NOW - 3 * DAY)
-        .accessed(NOW - DAY)
-        .attributes(0x480000);
-    add({"etc", "sub"}, "big", 1)
-        .size(3 * GIB)
-        .blocks(6'291'456)
-        .modified(NOW + DAY)
-        .accessed(NOW + DAY)
-        .user("4711")
-        .group("4711")
-        .attributes(0x20000);
-    add({"etc", "sub"}, "link", 2)
-        .size(7)
-        .modified(NOW - 9 * DAY)
-        .accessed(NOW - 9 * DAY)
-        .user("anna")
-        .group("staff");
-    add({}, "dev.sda", 6).modified(0).accessed(0).group("disk").attributes(0x40000);
-    add({}, "pipe", 4).user("zoe").group("staff");
-    add({}, "caf\xE9", 1).size(1'048'576).blocks(2048).user("Anna").group("STAFF");
+    // directories, name, type, bytes, blocks, modified and accessed (from now), owner, group, attributes
+    add({}, "", 3, 4096, 8, -DAY, 0);
+    add({}, "etc", 3, 4096, 8, -9 * DAY, 0, "root", "root", 0x100000);  // sticky
+    add({}, "a.log", 1, 0, 0, -100 * DAY, -50 * DAY, "www-data", "adm");
+    add({"etc"}, "b.log", 1, 1023, 2, 0, 0, "anna", "staff");
+    add({"etc"}, "tool", 1, 1025, 8, -3 * DAY, -DAY, "root", "root", 0x480000);  // set-user-ID, executable
+    add({"etc", "sub"}, "big", 1, 3 * GIB, 6'291'456, DAY, DAY, "4711", "4711", 0x20000);  // orphan
+    add({"etc", "sub"}, "link", 2, 7, 0, -9 * DAY, -9 * DAY, "anna", "staff");
+    add({}, "dev.sda", 6, 0, 0, -NOW, -NOW, "root", "disk", 0x40000);  // block device
+    add({}, "pipe", 4, 0, 0, 0, 0, "zoe", "staff");
+    add({}, "caf\xE9", 1, 1'048'576, 2048, 0, 0, "Anna", "STAFF");
   }
 
   Names selected(const std::string& expression, int32_t baseLevel = 0) {
@@ -72,9 +41,12 @@ class SelectionEntriesTest : public ::testing::Test {
   }
 
  private:
-  Entry& add(const Names& directories, const std::string& name, int32_t type) {
-    entries_.emplace_back("/m/", directories, name);
-    return entries_.back().type(type).now(NOW).modified(NOW).accessed(NOW);
+  void add(const Names& directories, const std::string& name, int32_t type, int64_t bytes, int64_t blocks,
+           int64_t modified, int64_t accessed, const std::string& owner = "root",
+           const std::string& group = "root", uint32_t attributes = 0) {
+    Entry entry("/m/", directories, name);
+    entry.type(type).size(bytes).blocks(blocks).now(NOW).modified(NOW + modified).accessed(NOW + accessed);
+    entries_.push_back(entry.user(owner).group(group).attributes(attributes));
   }
 
   std::vector<Entry> entries_;
