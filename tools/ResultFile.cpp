@@ -92,9 +92,15 @@ std::vector<ResultNode> readResultFile(const std::string& fileName) {
     if (!found) throw ResultFileError("it holds no result (no \"AgentScan\" node)");
     return nodes;
   } catch (const VOXParserException& exception) {
-    std::string reason = exception.getMessage();
-    while (reason.ends_with('\n')) reason.pop_back();
-    throw ResultFileError(reason);
+    // The parser speaks of definitions, which have the same grammar.
+    switch (exception.getCode()) {
+      case VOXParserException::NOT_OPENED:
+        throw ResultFileError("it can't be opened, or is no file");
+      case VOXParserException::CLASS_NOT_IN_HEADER:
+        throw ResultFileError("its header block doesn't name the columns of all its records");
+      default:
+        throw ResultFileError("it can't be read");
+    }
   }
 }
 

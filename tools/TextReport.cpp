@@ -16,6 +16,7 @@ namespace {
 constexpr size_t WIDTH = 80;
 constexpr size_t LABEL = 22;
 constexpr size_t BAR = 24;
+constexpr size_t SHARE = 36;
 constexpr size_t SIZE = 10;
 constexpr size_t COUNT = 13;
 
@@ -111,9 +112,9 @@ void TextReport::filesystem(const ResultNode& node) {
   out_ << "  space         " << padLeft(humanBlocks(capacity), SIZE) << " capacity  "
        << padLeft(humanBlocks(used), SIZE) << " used  "
        << padLeft(humanBlocks(node.number(Filesystem::FILESYSTEM_FREESPACE)), SIZE) << " free\n";
-  out_ << "  in use        [" << bar(used, capacity, 50) << "] " << percent(used, capacity) << '\n';
+  out_ << "  in use        [" << bar(used, capacity, SHARE) << "] " << percent(used, capacity) << '\n';
   if (inodes > 0) {
-    out_ << "  inodes        [" << bar(usedInodes, inodes, 50) << "] " << percent(usedInodes, inodes)
+    out_ << "  inodes        [" << bar(usedInodes, inodes, SHARE) << "] " << percent(usedInodes, inodes)
          << " of " << grouped(inodes) << '\n';
   }
 }

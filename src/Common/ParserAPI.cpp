@@ -14,11 +14,6 @@ namespace agent {
 
 namespace {
 
-constexpr int32_t kEmptyFileName = 12;
-constexpr int32_t kNotOpened = 13;
-constexpr int32_t kSeekOrReadFailure = 17;
-constexpr int32_t kClassNotInHeader = 321;
-
 const pcrecpp::RE openTagPattern("(^\\s*\\[){1}([a-zA-Z0-9]+,?[a-zA-Z0-9]+)(\\]$){1}");
 const pcrecpp::RE closeTagPattern("(^\\s*\\[/){1}([a-zA-Z0-9]+)(\\]$){1}");
 
@@ -122,16 +117,17 @@ std::string cellValue(std::string_view field) {
 
 std::string requireName(std::string file) {
   if (file.empty()) {
-    throw VOXParserException(kEmptyFileName, "Error, path to scan definition file empty\n");
+    throw VOXParserException(VOXParserException::EMPTY_FILE_NAME,
+                             "Error, path to scan definition file empty\n");
   }
   return file;
 }
 
 [[noreturn]] void throwFileFailure(const char* call, const char* operation, const std::string& fileName) {
-  throw VOXParserException(kSeekOrReadFailure, std::string("ERROR on executing ") + call +
-                                                   " in ParserAPI::" + operation +
-                                                   ". ERRORCODE: " + std::to_string(kSeekOrReadFailure) +
-                                                   " File Name: " + fileName);
+  throw VOXParserException(VOXParserException::SEEK_OR_READ_FAILURE,
+                           std::string("ERROR on executing ") + call + " in ParserAPI::" + operation +
+                               ". ERRORCODE: " + std::to_string(VOXParserException::SEEK_OR_READ_FAILURE) +
+                               " File Name: " + fileName);
 }
 
 }  // namespace
@@ -164,7 +160,8 @@ void ParserAPI::initialize(bool needNumEntities) {
   struct stat status;
   if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
     TRACE(TR_MIN, "ERROR opening the file '%s'.", fileName_.c_str());
-    throw VOXParserException(kNotOpened, "ERROR, not able to open scan definition file\n");
+    throw VOXParserException(VOXParserException::NOT_OPENED,
+                             "ERROR, not able to open scan definition file\n");
   }
   raf_ = LineReader(std::move(file));
   if (needNumEntities) {
@@ -248,7 +245,8 @@ const Row& ParserAPI::getEntityHeader(const Entity& entity) const {
   const auto found = headerTable_.find(entity.name);
   if (found == headerTable_.end()) {
     TRACE(TR_MIN, "Element %s not found on headerTable\n", entity.name.c_str());
-    throw VOXParserException(kClassNotInHeader, "Element %s not found on headerTable\n");
+    throw VOXParserException(VOXParserException::CLASS_NOT_IN_HEADER,
+                             "Element %s not found on headerTable\n");
   }
   TRACE(TR_MAX, "iterator access worked!!\n");
   return found->second;

@@ -10,6 +10,11 @@ namespace agent {
 /// class without a header row. The code becomes the job's return code.
 class VOXParserException {
  public:
+  static constexpr int32_t EMPTY_FILE_NAME = 12;
+  static constexpr int32_t NOT_OPENED = 13;
+  static constexpr int32_t SEEK_OR_READ_FAILURE = 17;
+  static constexpr int32_t CLASS_NOT_IN_HEADER = 321;
+
   explicit VOXParserException(int32_t code, std::string message = {})
       : code_(code), message_(std::move(message)) {}
 

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <map>
 #include <optional>
 #include <set>
 #include <string_view>
@@ -211,26 +212,36 @@ int addLock(const std::string& path, const std::string& name, const Filelock& co
   return 0;
 }
 
-int removeLock(const std::string& path, const std::string& name, const Filelock& companion) {
+/// Drops the entries of all these names that nobody else holds, in one go over the file.
+int removeLocks(const std::string& path, const std::vector<std::string>& names, const Filelock& companion) {
   std::optional<Content> content = readContent(path);
   if (!content) return kFailed;
-  const size_t entriesBefore = content->entries.size();
-  takenLocks().erase({::getpid(), path, name});  // from here on its entry is one to be dropped
-  if (const auto holder = takeOutEntries(*content, path, name)) {
-    TRACE(TR_MAX, "resource lock by another process: %d\n", static_cast<int>(*holder));
-    return LOCKED_BY_OTHER_PROCESS;
+  std::map<std::string, bool, std::less<>> found;  // by name: an entry was there
+  for (const std::string& name : names) {
+    found.emplace(lineName(name), false);
+    takenLocks().erase({::getpid(), path, lineName(name)});  // from here on its entry is one to be dropped
   }
-  if (content->entries.size() == entriesBefore) {
-    TRACE(TR_MAX, "resource %s is not locked\n", name.c_str());
-    return 0;
+  int result = 0;
+  const size_t dropped = std::erase_if(content->entries, [&](const Entry& entry) {
+    const auto wanted = found.find(entry.name());
+    if (wanted == found.end()) return false;
+    wanted->second = true;
+    if (!isHeld(entry, path, wanted->first)) return true;
+    TRACE(TR_MAX, "resource lock by another process: %d\n", static_cast<int>(entry.owner()));
+    result = LOCKED_BY_OTHER_PROCESS;
+    return false;
+  });
+  for (const auto& [name, wasThere] : found) {
+    if (!wasThere) TRACE(TR_MAX, "resource %s is not locked\n", name.c_str());
   }
+  if (dropped == 0) return result;
   if (!companion.isLocked()) return kCompanionLost;
-  return replaceFile(path, *content, {}) ? 0 : kFailed;
+  return replaceFile(path, *content, {}) ? result : kFailed;
 }
 
-using Change = int (*)(const std::string& path, const std::string& name, const Filelock& companion);
-
-int changeUnderCompanion(Change change, const std::string& name, int mode, const std::string& installLocation,
+/// @param change does the work on the file, given its path and the companion that is held meanwhile
+template <typename Change>
+int changeUnderCompanion(Change change, int mode, const std::string& installLocation,
                          const CompanionWait& wait) {
   const std::string directory = installLocation + "/log";
   if (psMkdir(directory) != 0) {
@@ -243,7 +254,7 @@ int changeUnderCompanion(Change change, const std::string& name, int mode, const
     Filelock companion(companionPath);
     if (createResourceLockFile(companion, companionPath, wait) != 0) return kFailed;
     psRemoveFile(path + kWorkingCopy);  // of a process that was killed at its work
-    const int result = change(path, lineName(name), companion);
+    const int result = change(path, companion);
     deleteResourceLockFile(companion);
     if (result != kCompanionLost) return result;
     TRACE(TR_MIN, "%s was removed under its holder's hands: trying again\n", companionPath.c_str());
@@ -256,13 +267,25 @@ int changeUnderCompanion(Change change, const std::string& name, int mode, const
 int lockResource(const std::string& name, int mode, const std::string& installLocation,
                  const CompanionWait& wait) {
   TRACE_SCOPE("lockResource()");
-  return changeUnderCompanion(addLock, name, mode, installLocation, wait);
+  const auto add = [&](const std::string& path, const Filelock& companion) {
+    return addLock(path, lineName(name), companion);
+  };
+  return changeUnderCompanion(add, mode, installLocation, wait);
 }
 
 int unlockResource(const std::string& name, int mode, const std::string& installLocation,
                    const CompanionWait& wait) {
+  return unlockResources({name}, mode, installLocation, wait);
+}
+
+int unlockResources(const std::vector<std::string>& names, int mode, const std::string& installLocation,
+                    const CompanionWait& wait) {
   TRACE_SCOPE("unlockResource()");
-  return changeUnderCompanion(removeLock, name, mode, installLocation, wait);
+  if (names.empty()) return 0;
+  const auto remove = [&](const std::string& path, const Filelock& companion) {
+    return removeLocks(path, names, companion);
+  };
+  return changeUnderCompanion(remove, mode, installLocation, wait);
 }
 
 std::string getResourceFileName(int mode, const std::string& installLocation) {

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <string>
+#include <vector>
 
 #include "Common/unix/Filelock.h"
 
@@ -44,6 +45,10 @@ int lockResource(const std::string& name, int mode, const std::string& installLo
 /// @return 0, LOCKED_BY_OTHER_PROCESS, or -1 for a failure that has been traced
 int unlockResource(const std::string& name, int mode, const std::string& installLocation,
                    const CompanionWait& wait = {});
+
+/// The same for all locks of a job: the file is read and written once.
+int unlockResources(const std::vector<std::string>& names, int mode, const std::string& installLocation,
+                    const CompanionWait& wait = {});
 
 /// Path of the resource file of a mode.
 std::string getResourceFileName(int mode, const std::string& installLocation);

@@ -32,7 +32,6 @@ constexpr const char* VERSION = "5.2.4.1";
 constexpr const char* STARTED = "1";
 constexpr const char* FAILED_TO_START = "3";
 constexpr int OBJECT_CREATION_FAILED = 12;
-constexpr int CLASS_NOT_IN_HEADER = 321;
 
 // Names in a log text of several lines stand below the text of the first.
 const std::string INDENT(25, ' ');
@@ -50,7 +49,7 @@ std::string padded(int32_t number, size_t width) {
 /// What is wrong with a definition, for people: the parser's own texts are the agent's.
 std::string explain(int code, const std::string& text, const std::string& place) {
   switch (code) {
-    case CLASS_NOT_IN_HEADER:
+    case VOXParserException::CLASS_NOT_IN_HEADER:
       return "the header block names no columns for the " + place;
     case VoxObjectCreationException::HEADER_AND_DATA_DIFFER:
       return "the row of the " + place + " has not as many cells as the header block names columns for it";
@@ -236,9 +235,7 @@ void ExecScan::lock(const FilesystemList& list) {
 
 void ExecScan::unlock() {
   TRACE_SCOPE("unlock( )");
-  for (const std::string& resource : lockedResources_) {
-    unlockResource(resource, SCAN_RESOURCES, cmdArgs_->installLoc);
-  }
+  unlockResources(lockedResources_, SCAN_RESOURCES, cmdArgs_->installLoc);
   lockedResources_.clear();
 }
 
