@@ -39,6 +39,7 @@ TEST(PssignalTest, WhatTheAgentHadSetOtherwiseIsPutRight) {
     installSignalHandling();
     ::raise(SIGTERM);
     if (!stopRequested()) return 1;
+    if (::getpgrp() != ::getpid()) return 3;
     return endOf(startChild([] { return 42; })) == 42 ? 0 : 2;
   });
   EXPECT_EQ(endOf(child), 0);
