@@ -56,11 +56,8 @@ TEST_F(DateTimeFormatTest, NumbersChooseFormats) {
   EXPECT_EQ(numberText(-999), "-999");
   EXPECT_EQ(numberText(-1000), "-1,000");
   EXPECT_EQ(numberText(0), "0");
-}
-
-TEST_F(DateTimeFormatTest, AShortDateIsFilledUpToTenColumns) {
   date_fmt_str = "%d/%m/%y";
-  EXPECT_EQ(dateText(quarterPastTen()), "25/03/14  ");
+  EXPECT_EQ(dateText(quarterPastTen()), "25/03/14  ");  // ten columns
 }
 
 TEST_F(DateTimeFormatTest, LocalesWithoutALanguageGiveNoFormat) {
