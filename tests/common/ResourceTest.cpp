@@ -81,6 +81,14 @@ TEST_F(ResourceTest, AHeldLockIsRefusedAndTheFileLeftAlone) {
   EXPECT_EQ(unlock("mine"), 0);
 }
 
+TEST_F(ResourceTest, AJobGivesUpAllItsLocksAtOnceAndNobodyElses) {
+  for (const char* name : {"a", "b", "c"}) EXPECT_EQ(lock(name), 0);
+  setFile(content(file()) + entry("other", 1));
+  EXPECT_EQ(unlockResources({"a", "other", "c", "unknown"}, SCAN_RESOURCES, directory_.path(), wait_), 152);
+  EXPECT_EQ(content(file()), kFirstLine + entry("b", ::getpid()) + entry("other", 1));
+  EXPECT_EQ(unlock("b"), 0);
+}
+
 TEST_F(ResourceTest, StaleEntriesAreTakenOver) {
   const pid_t dead = deadProcess();
   const pid_t self = ::getpid();

@@ -279,12 +279,14 @@ TEST_F(LimitedCallsTest, WithoutDescriptorsForThePipesTheCallFailsAndLaterWorks)
   ::getrlimit(RLIMIT_NOFILE, &previous);
   rlimit none = previous;
   none.rlim_cur = 5;
-  ::setrlimit(RLIMIT_NOFILE, &none);
   struct stat result {};
   int errCode = 0;
-  EXPECT_EQ(lstat("a", 1, result, errCode), -1);
-  EXPECT_EQ(errCode, EMFILE);
+  // No member is called while there are no descriptors: a sanitizer's check of the object would need one.
+  ::setrlimit(RLIMIT_NOFILE, &none);
+  const int rc = zemNFSsyscalls("/", 0, &result, nfsLstat, 1, &errCode);
   ::setrlimit(RLIMIT_NOFILE, &previous);
+  EXPECT_EQ(rc, -1);
+  EXPECT_EQ(errCode, EMFILE);
   EXPECT_EQ(lstat("a", 1, result, errCode), 0);
 }
 
