@@ -159,6 +159,7 @@ TEST_F(CatalogTest, DamagedOnesNeverEndInACrash) {
 }
 
 TEST_F(CatalogTest, AnotherLanguageSpeaksWhereItHasTheMessageEnglishElsewhere) {
+  if (!InstallTree::exists("/usr/share/i18n/locales/de_DE")) GTEST_SKIP() << "no source of a German locale";
   ownCatalogs();
   const std::string locales = tree_.room("locales");
   fs::create_directories(tree_ / "nls/de_DE");
