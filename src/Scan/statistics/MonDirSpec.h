@@ -34,7 +34,7 @@ class MonDirSpec : public EntityToObjectMapper {
  private:
   int32_t mdsID_ = 0;
   int32_t mdsGroupID_ = 0;     // carried through for the server
-  int32_t mdsComputerID_ = 0;  // the computer whose file systems the spec is for; below 1: any
+  int32_t mdsComputerID_ = 0;  // the computer whose file systems it is for; below 1: any
   std::string mdsPath_;
   bool mdsMaskedPath_ = false;
 };
