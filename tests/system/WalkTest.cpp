@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <fcntl.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -32,6 +33,7 @@ class WalkTest : public SystemTest {
   Outcome scan(const std::string& mountPoint) {
     std::filesystem::remove(tree_.logFile());
     Definition definition = summaryOf({mountPoint});
+    definition.records[0].set("fsType", fsType_);
     definition.records[1].set("sdLargestFiles", 30000);
     tree_.define(definition.text());
     const Outcome outcome = tree_.scan();
@@ -61,6 +63,7 @@ class WalkTest : public SystemTest {
     EXPECT_TRUE(FileDescriptor(openat(directory.get(), name.c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0644)));
   }
 
+  int fsType_ = 23;
   std::set<std::string> files_;
   long long fileCount_ = 0, directories_ = 0;
 };
@@ -93,6 +96,26 @@ TEST_F(WalkTest, SnapshotDirectoriesArePassedOverAtTheTopAlone) {
   shell("cd '" + named.path() + "' && mkdir lost && touch lost/f kept");
   EXPECT_EQ(scan(named.path()).status, 0);
   EXPECT_THAT(files_, ElementsAre("kept"));
+}
+
+// A stand-in for the cluster file system's tool, in an overlay of /usr that this process alone has.
+TEST_F(WalkTest, TheClusterFileSystemsToolIsAskedForItsSnapshotDirectory) {
+  shell("cd '" + data() + "' && mkdir .copies .snapshots && touch .copies/f .snapshots/f");
+  fsType_ = 21;
+  EXPECT_EQ(scan(data()).status, 0);  // without the tool: ".snapshots"
+  EXPECT_THAT(files_, ElementsAre(".copies/f", "one.txt", "two.txt"));
+
+  const std::string extra = tree_.room("extra");
+  const std::string tool = extra + "/mxfs/bin/mxsnapdir";
+  shell("mkdir -p '" + extra + "/mxfs/bin' && printf '#!/bin/sh\\necho \"in \\047.copies\\047, $@\"\\n' >'" +
+        tool + "' && chmod +x '" + tool + "'");
+  if (::mount("tools", "/usr", "overlay", MS_RDONLY, ("lowerdir=/usr:" + extra).c_str()) != 0) {
+    GTEST_SKIP() << "no overlay can be mounted over /usr";
+  }
+  const Outcome outcome = scan(data());
+  ::umount2("/usr", MNT_DETACH);
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_THAT(files_, ElementsAre("one.txt", "two.txt"));
 }
 
 TEST_F(WalkTest, TheWalkGoesDown200LevelsAndSaysWhereItStops) {
