@@ -52,6 +52,7 @@ class RefusableCalls : public DirectoryCalls {
  public:
   std::map<std::string, int> refusedToOpen, refusedToStat;
   std::map<std::string, std::function<void()>> beforeOpen;
+  int readsBeforeFailure = -1;  // of all directories, an entry or two each; -1: none fails
 
   int openDirectory(int parent, const char* name) override {
     if (const auto hook = beforeOpen.find(name); hook != beforeOpen.end()) hook->second();
@@ -61,6 +62,12 @@ class RefusableCalls : public DirectoryCalls {
   int statEntry(int directory, const char* name, struct stat& status) override {
     if (refuse(refusedToStat, name)) return -1;
     return DirectoryCalls::statEntry(directory, name, status);
+  }
+  ssize_t readEntries(int directory, void* buffer, size_t size) override {
+    if (readsBeforeFailure < 0) return DirectoryCalls::readEntries(directory, buffer, size);
+    if (readsBeforeFailure-- > 0) return DirectoryCalls::readEntries(directory, buffer, 48);
+    errno = EIO;
+    return -1;
   }
 
  private:
@@ -161,6 +168,11 @@ TEST_F(ScannerTest, ReportsAnUnreadableDirectoryOnceAndGoesOn) {
   tree.file("docs/a");
   tree.file("secret/b");
   tree.file("tail/c");
+  for (const int ours : {EMFILE, ENFILE}) {  // not the tree's fault, so the result must not look clean
+    calls.refusedToOpen["secret"] = ours;
+    EXPECT_EQ(walk(), 4);
+  }
+  action = std::make_unique<RecordingAction>(filesystem.fsMountPoint.size());
   calls.refusedToOpen["secret"] = EACCES;
 
   EXPECT_EQ(walk(), 0);
@@ -260,6 +272,24 @@ TEST_F(ScannerTest, LosesTheFileSystemWhenItsRootCannotBeRead) {
   EXPECT_EQ(walk(), 8);
   EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("STA0121E"), HasSubstr("STA0063E")));
   EXPECT_THAT(action->events, IsEmpty());
+
+  calls.refusedToStat.clear();
+  calls.readsBeforeFailure = 0;
+  EXPECT_EQ(walk(), 8);
+  EXPECT_EQ(log.lines().back(), "STA0121E Unable to open the directory \"" + tree.path() +
+                                    "\": Input/output error. Its content is not counted; the scan goes on.");
+  EXPECT_THAT(action->events, IsEmpty());
+}
+
+TEST_F(ScannerTest, CountsWhatItHasSeenOfARootWhoseListingBreaksOff) {
+  for (const char* name : {"a", "b", "c"}) tree.file(name);
+  calls.readsBeforeFailure = 3;  // at the latest the third gives a name that isn't "." or ".."
+
+  EXPECT_EQ(walk(), 4);
+
+  EXPECT_THAT(visited(), Not(IsEmpty()));
+  EXPECT_THAT(log.lines(),
+              Contains(AllOf(HasSubstr("GEN0104W"), HasSubstr(tree.path()), HasSubstr("error"))));
 }
 
 }  // namespace

@@ -9,6 +9,12 @@
 
 namespace agent {
 
+/// True for the two failures that say nothing about the file system: the process, or the whole system, has no
+/// descriptor left (open(2)).
+inline bool isOutOfDescriptors(int error) {
+  return error == EMFILE || error == ENFILE;
+}
+
 /// The system calls of a walk, each behind a name of its own so that a test can refuse or delay it. All keep
 /// the manners of the calls: -1 and errno on failure, EINTR retried where the call may be repeated.
 class DirectoryCalls {

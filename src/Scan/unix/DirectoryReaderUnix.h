@@ -27,15 +27,20 @@ class DirectoryReaderUnix : public DirectoryReader {
   // Big enough that a directory of ordinary size takes one call, small enough for two hundred open levels.
   static constexpr size_t BUFFER_BYTES = 32768;
 
+  int openRelative(const std::string& path);
+  int check(int descriptor);
+  void reportUnopened(const std::string& path, int error);
+  bool fill(int descriptor);
   const char* nextName();
-  void logReadFailure() const;
-  bool isDirectoryThatWasStated(int descriptor) const;
+  void logBreakOff() const;
+  void logLongPath(const std::string& path);
 
   DirectoryCalls& calls_;
   int handle_ = CLOSED;
-  std::unique_ptr<char[]> buffer_;  // made when the first entry is read
+  std::unique_ptr<char[]> buffer_;  // made when the directory is opened
   size_t position_ = 0;
-  size_t filled_ = 0;
+  size_t filled_ = 0;  // 0 from the end of the directory on
+  bool longPathLogged_ = false;
 };
 
 /// Makes DirectoryReaderUnix readers that share one set of system calls.

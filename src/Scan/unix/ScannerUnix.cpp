@@ -1,6 +1,7 @@
 #include "Scan/unix/ScannerUnix.h"
 
 #include <array>
+#include <cerrno>
 
 #include "Common/LogManager.h"
 #include "Common/unix/psmsgutil.h"
@@ -41,8 +42,9 @@ bool ScannerUnix::Stat(fileInfo& file, bool /*remote*/) {
 
   struct stat& status = file.stat;
   if (calls_.statEntry(directory.handle(), name, status) != 0) {
-    const std::string reason = getSystemErrorMessage();
-    logJobMessage(363, "STA0063E", {localName({file.path, file.pathLength}), reason});
+    const int error = errno;
+    logJobMessage(363, "STA0063E", {localName({file.path, file.pathLength}), getSystemErrorMessage(error)});
+    if (isOutOfDescriptors(error)) giveUp();
     return false;
   }
   file.type = TYPE_BY_MODE[(status.st_mode >> 12) & 0xF];

@@ -79,7 +79,7 @@ bool Scanner::enterRoot(int& result) {
         "Caught GenericException accessing filesystem %s - skipping this filesystem and trying to scan next "
         "filesystem\n",
         exception.getMessage().c_str());
-    result = 4;
+    result = GIVEN_UP;
     return false;
   }
   if (filesystem_.fsType == Filesystem::MXFS) snapshotPath_ = getSnapshotDirMXFS(filesystem_.fsMountPoint);
@@ -181,7 +181,7 @@ void Scanner::advance() {
 }
 
 void Scanner::decrementLevel(size_t savedPathLength) {
-  rc_ = 4;
+  giveUp();
   --level_;
   path_.resize(savedPathLength);
   for (FileAction* action : actions_) action->directoryPassedOver();
@@ -205,7 +205,7 @@ bool Scanner::nextGood() {
           "Scanner::nextGood() : ERROR: Caught LocalizableException in array[%d].next(%i) ... Setting rc to "
           "4\n%s\n",
           level_, filesystem_.fsType, exception.what());
-      rc_ = 4;
+      giveUp();
     }
   }
 }

@@ -30,6 +30,8 @@ class Scanner : public WalkPosition {
   static constexpr size_t MAX_OPEN_PATH = 4098;
   /// Space of a name that is stat'ed, in bytes.
   static constexpr size_t NAME_BUFFER = 4096;
+  /// What a walk answers that has lost something of its tree.
+  static constexpr int GIVEN_UP = 4;
   /// A directory directly below the root whose path contains this is a file system's own copy: not walked.
   static constexpr std::string_view snapshotDir = ".snapshot";
 
@@ -50,8 +52,9 @@ class Scanner : public WalkPosition {
   Scanner& operator=(const Scanner&) = delete;
 
   /// The whole walk. Sets Filesystem::fsScanTime.
-  /// @return 0 clean, 4 at least one directory was lost or the file system was skipped, 8 the root could not
-  ///     be opened or stat'ed, -1 there was no reader for the root
+  /// @return 0 clean, GIVEN_UP at least one directory was lost or the file system was skipped, 8 the root
+  /// could
+  ///     not be opened, read or stat'ed, -1 there was no reader for the root
   /// @throws ScanAbortException when the job was told to stop; no further action has been called
   int scan();
 
@@ -73,6 +76,8 @@ class Scanner : public WalkPosition {
   DirectoryReader* readerAt(int32_t level) const { return arrayReader_[static_cast<size_t>(level)].get(); }
   const fileInfo& currentFile() const { return file_; }
   fileInfo& currentFile() { return file_; }
+  /// Something of the tree is lost in a way that the result must not hide: scan answers GIVEN_UP.
+  void giveUp() { rc_ = GIVEN_UP; }
   /// The name under which this host has the entry, for messages.
   std::string localName(std::string_view path) const;
   /// False for a path too long to be opened. A long logical path is logged (STA0139W), a long local one
