@@ -1,6 +1,9 @@
 #include "Common/LogManager.h"
 
+#include <fcntl.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <ctime>
 #include <utility>
@@ -62,6 +65,11 @@ std::string textOfMessage(uint32_t number, std::string_view identifier, const Me
   return text;
 }
 
+/// Any descriptor will do: it is there to be given up.
+OwnedDescriptor spareDescriptor() {
+  return openFile("/dev/null", O_RDONLY);
+}
+
 /// Standard output may be a closed pipe: what can't be printed is lost, the log has it.
 void printLine(std::string text) {
   if (text.empty()) return;
@@ -72,7 +80,7 @@ void printLine(std::string text) {
 
 }  // namespace
 
-LogManager::LogManager(std::string logName) : m_LogName(std::move(logName)) {}
+LogManager::LogManager(std::string logName) : m_LogName(std::move(logName)), spare_(spareDescriptor()) {}
 
 int LogManager::LogActivityLog(std::string_view msgBuf, bool keepLineFeeds) {
   TRACE(TR_ENTER, "Enter %s, msgBuf : %.*s\n", "LogActivityLog", static_cast<int>(msgBuf.size()),
@@ -85,7 +93,12 @@ int LogManager::LogActivityLog(std::string_view msgBuf, bool keepLineFeeds) {
   LogFileSettings settings;
   settings.path = m_LogName;
   LogFile file(settings);
-  if (file.open() != 0) {
+  int opened = file.open();
+  if (opened != 0 && (file.lastErrno() == EMFILE || file.lastErrno() == ENFILE)) {
+    spare_.close();
+    opened = file.open();
+  }
+  if (opened != 0) {
     TRACE(TR_EXIT, "Exit: %s, could not open %s.\n", "LogActivityLog", m_LogName.c_str());
     return kNotOpened;
   }
@@ -101,6 +114,7 @@ int LogManager::LogActivityLog(std::string_view msgBuf, bool keepLineFeeds) {
   line += '\n';
   const int result = file.write(line);
   file.close();
+  if (!spare_) spare_ = spareDescriptor();
   return result;
 }
 

@@ -5,11 +5,13 @@
 #include <string_view>
 
 #include "QLMlib/common/nls/Messages.h"
+#include "QLMlib/common/unx/OwnedDescriptor.h"
 
 namespace agent {
 
 /// The job's log: opens the file for each line and closes it after, so that it may be moved away at any time.
-/// May be called from any thread; a whole line is written under one lock and in one write.
+/// May be called from any thread; a whole line is written under one lock and in one write. A descriptor is
+/// held back for the log, so that a job without any can still say so.
 class LogManager {
  public:
   /// @param logName path of the log file; empty means no log
@@ -39,6 +41,7 @@ class LogManager {
  private:
   std::string m_LogName;
   std::mutex mutex_;
+  OwnedDescriptor spare_;  // for the line that finds no other; guarded by mutex_
 };
 
 /// The job's log; null until the command line is known. Whoever logs from a lower room uses logJobMessage.

@@ -19,7 +19,9 @@ namespace {
 
 using ::testing::Contains;
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using ::testing::Not;
+using ::testing::StartsWith;
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr bool SANITIZED = true;
@@ -132,6 +134,19 @@ TEST_F(WalkTest, TheWalkGoesDown200LevelsAndSaysWhereItStops) {
                        "counted; the scan goes on."));
 }
 
+TEST_F(WalkTest, AJobWithoutDescriptorsSaysWhatItLost) {
+  nest("d", 60);
+  tree_.define(summaryOf({data()}).text());
+  Launch launch = tree_.launch();
+  launch.arguments.insert(launch.arguments.begin(), {"--nofile=30", launch.program});
+  launch.program = "/usr/bin/prlimit";
+
+  EXPECT_EQ(run(launch).status, 4);
+
+  EXPECT_THAT(tree_.logLines(),
+              Contains(AllOf(HasSubstr("STA0121E"), HasSubstr("/d/d/d"), HasSubstr("Too many open files"))));
+}
+
 TEST_F(WalkTest, EntriesWithPathsOfUpTo4096BytesCount) {
   constexpr size_t LIMIT = 4096;
   // As deep as names of 200 bytes go with 50 bytes to spare, then names that end at the limit and behind it.
@@ -150,6 +165,10 @@ TEST_F(WalkTest, EntriesWithPathsOfUpTo4096BytesCount) {
   EXPECT_EQ(longest, LIMIT);
   // An "f" in each d, and in each e whose own path leaves room for it.
   EXPECT_EQ(fileCount_, static_cast<long long>(2 + 3 + depth + (LIMIT - data().size() - 2) / 201));
+  // Two directories have entries that don't fit; each is told once.
+  const std::string tooLong = "STA0139W A path is too long. It begins with \"" + data() + "/";
+  EXPECT_THAT(tree_.logLines(), Contains(StartsWith(tooLong + "d")).Times(1));
+  EXPECT_THAT(tree_.logLines(), Contains(StartsWith(tooLong + "e")).Times(1));
 }
 
 TEST_F(WalkTest, AHugeDirectoryTakesNoMoreMemoryThanASmallOne) {
