@@ -39,6 +39,24 @@ bool isExcluded(std::string_view type) {
   return std::binary_search(EXCLUDED_TYPES.begin(), EXCLUDED_TYPES.end(), type);
 }
 
+/// Opens what stands under the name of a mount table, if it is a file.
+/// @return an empty descriptor with `reason` and errno on failure
+FileDescriptor openTable(const std::string& path, std::string& reason) {
+  // O_NONBLOCK: whatever it is, opening it must not wait.
+  FileDescriptor table = openFile(path.c_str(), O_RDONLY | O_NONBLOCK);
+  struct stat status = {};
+  if (!table || fstat(table.get(), &status) != 0) {
+    const int error = errno;
+    reason = getSystemErrorMessage(error);
+    errno = error;
+    return {};
+  }
+  if (S_ISREG(status.st_mode)) return table;
+  reason = S_ISDIR(status.st_mode) ? getSystemErrorMessage(EISDIR) : "it is no file";
+  errno = EISDIR;
+  return {};
+}
+
 int lockTable(FILE* table, short lockType) {
   struct flock lock = {};
   lock.l_type = lockType;
@@ -131,14 +149,17 @@ int HandleMSDos(int descriptor, Filesystem& fs, const std::string& device) {
 
 }  // namespace
 
-Mounts::Mounts(std::string tablePath) : tablePath_(std::move(tablePath)) {}
+Mounts::Mounts(std::string tablePath, std::string kernelTable)
+    : tablePath_(std::move(tablePath)), kernelTable_(std::move(kernelTable)) {}
 
 Mounts::Mounts(Mounts&& other) noexcept
     : filesystem(std::move(other.filesystem)),
       mntPt(std::move(other.mntPt)),
       fsType(std::move(other.fsType)),
       tablePath_(std::move(other.tablePath_)),
-      mountFile_(std::exchange(other.mountFile_, nullptr)) {}
+      kernelTable_(std::move(other.kernelTable_)),
+      mountFile_(std::exchange(other.mountFile_, nullptr)),
+      readFailed_(other.readFailed_) {}
 
 Mounts::~Mounts() {
   closeTable();
@@ -146,14 +167,21 @@ Mounts::~Mounts() {
 
 bool Mounts::openMnttab() {
   closeTable();
-  // O_NONBLOCK: whatever stands under the name of the table, opening it must not wait.
-  FileDescriptor table = openFile(tablePath_.c_str(), O_RDONLY | O_NONBLOCK);
+  readFailed_ = false;
+  std::string reason;
+  FileDescriptor table = openTable(tablePath_, reason);
+  if (!table && errno == ENOENT) {
+    TRACE(TR_MIN, "There is no mount table %s, reading %s.\n", tablePath_.c_str(), kernelTable_.c_str());
+    std::string kernelReason;
+    table = openTable(kernelTable_, kernelReason);
+    reason += "; and \"" + kernelTable_ + "\": " + kernelReason;
+  }
   mountFile_ = table ? fdopen(table.get(), "r") : nullptr;
-  if (mountFile_ != nullptr) table.release();
   if (mountFile_ == nullptr) {
-    logJobMessage(394, "STA0094E", {getSystemErrorMessage()});
+    logJobMessage(394, "STA0094E", {table ? getSystemErrorMessage() : reason});
     return false;
   }
+  table.release();
   if (lockTable(mountFile_, F_RDLCK) != 0) {
     logJobMessage(395, "STA0095E", {getSystemErrorMessage()});
     closeTable();
@@ -174,7 +202,10 @@ bool Mounts::nextMount() {
   char line[MOUNT_LINE_BYTES];
   struct mntent record = {};
   do {
+    errno = 0;
     if (getmntent_r(mountFile_, &record, line, sizeof line) == nullptr) {
+      readFailed_ = ferror(mountFile_) != 0;
+      if (readFailed_) logJobMessage(394, "STA0094E", {getSystemErrorMessage(errno != 0 ? errno : EIO)});
       closeTable();
       return false;
     }
@@ -198,7 +229,7 @@ bool Mounts::nextMount() {
 }
 
 Mounts Mounts::entry() const {
-  Mounts copy(tablePath_);
+  Mounts copy(tablePath_, kernelTable_);
   copy.filesystem = filesystem;
   copy.mntPt = mntPt;
   copy.fsType = fsType;

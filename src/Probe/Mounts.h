@@ -13,20 +13,26 @@ class Filesystem;
 class Mounts {
  public:
   /// @param tablePath the mount table to read, in the format of getmntent(3)
-  explicit Mounts(std::string tablePath = "/etc/mtab");
+  /// @param kernelTable what is read where nothing bears that name, as in containers and on rescue systems
+  ///     (proc(5))
+  explicit Mounts(std::string tablePath = "/etc/mtab", std::string kernelTable = "/proc/self/mounts");
   virtual ~Mounts();
   Mounts(const Mounts&) = delete;
   Mounts& operator=(const Mounts&) = delete;
   Mounts(Mounts&& other) noexcept;
 
-  /// Opens the table and takes a shared lock on it, waiting for writers that honour it. Logs STA0094E or
-  /// STA0095E on failure.
+  /// Opens the table and takes a shared lock on it, waiting for writers that honour it. Logs STA0094E (also
+  /// for what is no regular file) or STA0095E on failure.
   virtual bool openMnttab();
 
   /// Moves to the next entry whose type a scan may touch.
-  /// @return false at the end of the table, which closes it, or when the name of a cluster can't be found
-  ///     (STA0622E), which leaves the rest of the table unread
+  /// @return false at the end of the table, which closes it, where it can't be read any further (STA0094E),
+  /// or
+  ///     when the name of a cluster can't be found (STA0622E), which leaves the rest of the table unread
   virtual bool nextMount();
+
+  /// True once reading the open table has failed: there may be mounts that nextMount has not shown.
+  bool readFailed() const { return readFailed_; }
 
   /// The current entry without the open table.
   Mounts entry() const;
@@ -44,7 +50,9 @@ class Mounts {
   void closeTable();
 
   std::string tablePath_;
+  std::string kernelTable_;
   FILE* mountFile_ = nullptr;
+  bool readFailed_ = false;
 };
 
 /// Finds the name of the cluster that is mounted at `mountDir`: its first sub-directory that isn't hidden.

@@ -172,7 +172,9 @@ std::string FilesystemScan::qualifiedFSName(const Filesystem& filesystem) {
 void FilesystemScan::findFilesystems(AgentScan& scanObject, int nfsTimeout) {
   MountsMap mounts;
   raise(makeMountsMap(mounts, true));
-  if (mounts.empty()) return;
+  // A table that couldn't be read says nothing about any file system; one that is merely empty says that none
+  // is mounted.
+  if (mounts.empty() && rc_ != CLEAN) return;
 
   for (const auto& filesystem : scanObject.getFilesystems()) {
     const bool wasFake = filesystem->fsType == Filesystem::FAKE;

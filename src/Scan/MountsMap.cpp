@@ -52,7 +52,7 @@ std::string addressOf(const std::string& host) {
 }
 
 /// Puts the entries of an open table into the map.
-/// @return false when an NFS source couldn't be parsed
+/// @return false when an NFS source couldn't be parsed, or the table not be read to its end
 bool handleMounts(MountsMap& map, Mounts& mounts, bool aliases) {
   bool allParsed = true;
   MountsMap byAddress;
@@ -83,7 +83,7 @@ bool handleMounts(MountsMap& map, Mounts& mounts, bool aliases) {
     map.try_emplace(source->host + source->rest, mounts.entry());
   }
   for (auto& [key, entry] : byAddress) map.try_emplace(key, std::move(entry));
-  return allParsed;
+  return allParsed && !mounts.readFailed();
 }
 
 }  // namespace

@@ -136,17 +136,27 @@ TEST_F(FilerTest, AFileSystemIsFoundInTheMountTableByAnyOfItsKeys) {
   }
 }
 
-TEST_F(FilerTest, AnEmptyOrMissingTableFindsNothing) {
-  etc_.mounts({});
-  EXPECT_EQ(scan(Definition().add(filesystem(1, tree_.room("A")))).status, 0)
-      << "nothing has failed: the job ends with an empty result";
+TEST_F(FilerTest, ATableThatTellsNothingIsNoCleanScan) {
+  const Definition definition = Definition().add(filesystem(1, tree_.room("A")));
+  for (const Words& table : {Words{}, Words{"# host table"}, Words{"none " + tree_.room("B") + " tmpfs"}}) {
+    fs::remove(tree_.logFile());
+    etc_.mounts(table);
+    EXPECT_EQ(scan(definition).status, 4);
+    EXPECT_THAT(mountLog(), ElementsAre(notMounted(tree_.room("A"))));
+  }
 
   fs::remove("/etc/mtab");
+  fs::create_directory("/etc/mtab");
   fs::remove(tree_.logFile());
-  EXPECT_EQ(scan(Definition().add(filesystem(1, tree_.room("A")))).status, 4);
+  EXPECT_EQ(scan(definition).status, 4);
   EXPECT_EQ(tree_.logLines().at(3),
-            "STA0094E Unable to open the mount table \"/etc/mtab\": No such file or directory. "
+            "STA0094E Unable to read the mount table \"/etc/mtab\": Is a directory. "
             "The scan goes on with the file systems found so far.");
+
+  fs::remove("/etc/mtab");
+  const auto mounted = MountedFileSystem::tmpfs(tree_.room("M"));
+  ASSERT_TRUE(mounted) << mounted.whyNot();
+  EXPECT_EQ(scan(Definition().add(filesystem(1, mounted.path()))).status, 0) << "the kernel has a table too";
 }
 
 TEST_F(FilerTest, ResultsAndSelectionsKnowTheLogicalNamesAlone) {

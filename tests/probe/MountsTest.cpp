@@ -1,6 +1,7 @@
 #include "Probe/Mounts.h"
 
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 #include <sys/statvfs.h>
 
 #include <cstdint>
@@ -94,10 +95,31 @@ TEST_F(MountsTest, NamesAClusterByItsFirstDirectory) {
 }
 
 TEST_F(MountsTest, SaysWhyATableCannotBeOpened) {
-  Mounts mounts(directory / "none");
-  EXPECT_FALSE(mounts.openMnttab());
-  EXPECT_FALSE(mounts.nextMount());
-  EXPECT_THAT(log.lines(), ElementsAre(AllOf(HasSubstr("STA0094E"), HasSubstr("No such file"))));
+  ASSERT_EQ(mkfifo((directory / "fifo").c_str(), 0600), 0);
+  const std::pair<std::string, std::string> cases[] = {
+      {directory / "none", "No such file or directory; and \"" + (directory / "kernel") + "\": No such file"},
+      {directory.path(), "Is a directory"},
+      {directory / "fifo", "it is no file"},
+  };
+  for (const auto& [table, reason] : cases) {
+    Mounts mounts(table, directory / "kernel");
+    EXPECT_FALSE(mounts.openMnttab()) << table;
+    EXPECT_FALSE(mounts.nextMount());
+    EXPECT_THAT(log.lines().back(), AllOf(HasSubstr("STA0094E"), HasSubstr(reason)));
+  }
+}
+
+TEST_F(MountsTest, TellsATableThatBreaksOffFromOneThatEnds) {
+  const std::string whole = directory.file("mtab", "/dev/a / ext4 rw 0 0\n");
+  const std::string unreadable = "/proc/self/mem";  // a file whose first page can't be read
+  for (const std::string& table : {unreadable, whole}) {
+    Mounts mounts(table);
+    ASSERT_TRUE(mounts.openMnttab());
+    while (mounts.nextMount()) {
+    }
+    EXPECT_EQ(mounts.readFailed(), table == unreadable);
+  }
+  EXPECT_THAT(log.lines(), ElementsAre(AllOf(HasSubstr("STA0094E"), HasSubstr("Input/output error"))));
 }
 
 TEST_F(MountsTest, FiguresAddUpInUnitsOf512Bytes) {
