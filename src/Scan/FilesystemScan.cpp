@@ -11,6 +11,7 @@
 #include "Common/GenericPrint.h"
 #include "Common/LogManager.h"
 #include "Common/VOXCommon/CommonAgentFactory.h"
+#include "Common/unix/psmsgutil.h"
 #include "Probe/NasFiler.h"
 #include "QLMlib/common/ut/Trace.h"
 #include "Scan/identity/UberTable.h"
@@ -395,6 +396,7 @@ void FilesystemScan::walkFilesystems(AgentScan& scanObject, int nfsTimeout) {
     const int result = walk(*fsRef, shared, monDirs);
     const bool failed = result > GIVEN_UP || result < 0;
     raise(failed ? GIVEN_UP : result);
+    reportFailedLookups(shared.userTable);
     updateOwnSummary(*fsRef);
     printData(*fsRef, monDirs);
     if (failed) {
@@ -460,6 +462,15 @@ void FilesystemScan::addDirectoryActions(FSRef& fsRef, MonDirTable& monDirs, Wal
   for (const Firing& firing : firings) {
     shared.add(std::make_unique<Activator>(*firing.chain, *firing.directory->spec), firing.directory->root);
   }
+}
+
+/// People delete what belongs to nobody: they must know when the user database, and not its content, made
+/// owners look removed.
+void FilesystemScan::reportFailedLookups(UnixUserTable& userTable) {
+  const UnixUserTable::Failures failures = userTable.takeFailures();
+  if (failures.numbers == 0) return;
+  logJobMessage(2605, "GEN0105W", {std::to_string(failures.numbers), getSystemErrorMessage(failures.error)});
+  raise(GIVEN_UP);
 }
 
 /// The file system's own summary shows its space. Without one the server can't keep the file system's

@@ -18,7 +18,7 @@ class CuStatAccum;
 class DirectoryCalls;
 class FileTypeTable;
 class GenericPrint;
-class UserTable;
+class UnixUserTable;
 
 /// Turns a job into walks: finds each wanted file system among the host's mounts, ties every statistic and
 /// monitored directory to the file systems that they concern, walks one file system after the other, and
@@ -106,6 +106,7 @@ class FilesystemScan : public Object {
   void walkFilesystems(AgentScan& scanObject, int nfsTimeout);
   int walk(FSRef& fsRef, Walk& shared, MonDirTable& monDirs);
   void addDirectoryActions(FSRef& fsRef, MonDirTable& monDirs, Walk& shared) const;
+  void reportFailedLookups(UnixUserTable& userTable);
   void updateOwnSummary(FSRef& fsRef);
   void printData(const FSRef& fsRef, const MonDirTable& monDirs);
   void removeReferencesTo(AgentScan& scanObject, const Filesystem& filesystem);

@@ -190,6 +190,17 @@ TEST_F(FilerTest, ResultsAndSelectionsKnowTheLogicalNamesAlone) {
               IsSupersetOf({std::string("STA0025I Scanning the file system \"/vol/users/ (name1)\".")}));
 }
 
+TEST_F(FilerTest, AUserDatabaseThatIsDownMakesNoSilentOrphans) {
+  mounts({"none A tmpfs"});
+  fs::remove("/etc/passwd");  // to the service "files" a database that is down, not an empty one
+  EXPECT_EQ(scan(Definition().add(filesystem(1, tree_.room("A")))).status, 4);
+  EXPECT_THAT(tree_.logLines(),
+              IsSupersetOf({std::string(
+                  "GEN0105W Unable to look up owners and groups, 1 in all: No such file or directory. They "
+                  "count as removed in this result although they may exist: nothing may be deleted for that. "
+                  "The scan goes on.")}));
+}
+
 TEST_F(FilerTest, AClusterFileSetIsFoundByTheClustersNameAndBeginsAtTheTop) {
   fs::create_directories(tree_.room("D") + "/cluster1");
   std::ofstream(tree_.room("D") + "/cluster1/file") << "content";

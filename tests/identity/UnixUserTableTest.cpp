@@ -5,6 +5,7 @@
 #include <pwd.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <map>
 
 #include "Scan/identity/UberTable.h"
@@ -23,19 +24,22 @@ struct Entry {
 /// A database of the test's own, which counts how often each number is asked for.
 class FakeDatabase : public UserDatabase {
  public:
-  bool findUser(uint32_t uid, std::string& name, std::string& description) override {
+  int findUser(uint32_t uid, std::string& name, std::string& description) override {
     ++asked[uid];
-    if (!users.contains(uid)) return false;
+    if (failuresToCome > 0) return --failuresToCome, EIO;
+    if (!users.contains(uid)) return NO_ENTRY;
     name = users[uid].name;
     description = users[uid].description;
-    return true;
+    return 0;
   }
-  bool findGroup(uint32_t gid, std::string& name) override {
-    if (!groups.contains(gid)) return false;
+  int findGroup(uint32_t gid, std::string& name) override {
+    if (failuresToCome > 0) return --failuresToCome, EIO;
+    if (!groups.contains(gid)) return NO_ENTRY;
     name = groups[gid].name;
-    return true;
+    return 0;
   }
 
+  int failuresToCome = 0;
   std::map<uint32_t, Entry> users;
   std::map<uint32_t, Entry> groups;
   std::map<uint32_t, int> asked;
@@ -46,6 +50,7 @@ class UnixUserTableTest : public ::testing::Test {
   FakeDatabase& database() { return *database_; }
   const UserOrGroup& user(uint32_t uid) { return *table_.lookup(Sid(uid), false); }
   const UserOrGroup& group(uint32_t gid) { return *table_.lookup(Sid(gid), true); }
+  UnixUserTable::Failures takeFailures() { return table_.takeFailures(); }
 
  private:
   UberTable uberTable_;
@@ -95,6 +100,27 @@ TEST_F(UnixUserTableTest, TheDatabaseIsAskedOncePerNumberHoweverManyThereAre) {
   for (const auto& [uid, times] : database().asked) EXPECT_EQ(times, 1) << uid;
 }
 
+TEST_F(UnixUserTableTest, ADatabaseThatFailsIsAskedAgainAndItsFailuresAreCounted) {
+  for (uint32_t uid = 0; uid < 40; ++uid) database().users[uid] = {"user" + std::to_string(uid), ""};
+  for (uint32_t uid = 0; uid < 20; ++uid) user(uid);
+  database().failuresToCome = 2;
+  EXPECT_FALSE(user(20).ugRemoved);
+  EXPECT_EQ(takeFailures().numbers, 0U);
+
+  database().failuresToCome = 9;
+  for (const uint32_t uid : {21, 22}) EXPECT_TRUE(user(uid).ugRemoved);
+  EXPECT_TRUE(group(7).ugRemoved);
+  EXPECT_TRUE(user(21).ugRemoved);  // not asked again
+  EXPECT_EQ(database().asked[21], 3);
+  const UnixUserTable::Failures failures = takeFailures();
+  EXPECT_EQ(failures.numbers, 3U);
+  EXPECT_EQ(failures.error, EIO);
+
+  for (uint32_t uid = 0; uid < 40; ++uid) EXPECT_EQ(user(uid).ugName, "user" + std::to_string(uid));
+  EXPECT_EQ(database().asked[7], 1) << "what the database has told is kept";
+  EXPECT_EQ(takeFailures().numbers, 0U);
+}
+
 TEST_F(UnixUserTableTest, NumbersOfOneNameAreOneOwner) {
   database().users[500] = {"web", "first"};
   database().users[501] = {"web", "second"};
@@ -125,12 +151,12 @@ TEST_F(UnixUserTableTest, SelectionsSeeNamesCutToTheirLimits) {
 TEST(SystemUserDatabaseTest, AnswersWhatTheHostKnows) {
   std::string name;
   std::string description;
-  ASSERT_TRUE(systemUserDatabase()->findUser(0, name, description));
+  ASSERT_EQ(systemUserDatabase()->findUser(0, name, description), 0);
   EXPECT_EQ(name, getpwuid(0)->pw_name);
   EXPECT_EQ(description, getpwuid(0)->pw_gecos);
-  ASSERT_TRUE(systemUserDatabase()->findGroup(0, name));
-  EXPECT_FALSE(systemUserDatabase()->findUser(3999999999, name, description));
-  EXPECT_FALSE(systemUserDatabase()->findGroup(3999999999, name));
+  ASSERT_EQ(systemUserDatabase()->findGroup(0, name), 0);
+  EXPECT_EQ(systemUserDatabase()->findUser(3999999999, name, description), UserDatabase::NO_ENTRY);
+  EXPECT_EQ(systemUserDatabase()->findGroup(3999999999, name), UserDatabase::NO_ENTRY);
 }
 
 }  // namespace

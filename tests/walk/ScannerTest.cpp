@@ -36,14 +36,14 @@ using ::testing::SizeIs;
 /// Users 0 ("root") and 7 ("seven"); everybody else has gone.
 class FewUsers : public UserDatabase {
  public:
-  bool findUser(uint32_t uid, std::string& name, std::string& description) override {
+  int findUser(uint32_t uid, std::string& name, std::string& description) override {
     description = "somebody";
     name = uid == 0 ? "root" : "seven";
-    return uid == 0 || uid == 7;
+    return uid == 0 || uid == 7 ? 0 : NO_ENTRY;
   }
-  bool findGroup(uint32_t gid, std::string& name) override {
+  int findGroup(uint32_t gid, std::string& name) override {
     name = "wheel";
-    return gid == 0;
+    return gid == 0 ? 0 : NO_ENTRY;
   }
 };
 

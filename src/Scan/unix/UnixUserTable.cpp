@@ -3,6 +3,7 @@
 #include <grp.h>
 #include <pwd.h>
 
+#include <cerrno>
 #include <utility>
 
 #include "QLMlib/common/ut/Trace.h"
@@ -13,22 +14,32 @@ namespace agent {
 
 namespace {
 
+// A database that fails is asked this often: a name service that restarts is back at once, or not soon.
+constexpr int TRIES = 3;
+
+/// What a null of getpwuid(3) or getgrgid(3) means: POSIX leaves errno alone where there is no such entry.
+int whyNoEntry() {
+  return errno == 0 ? UserDatabase::NO_ENTRY : errno;
+}
+
 class SystemUserDatabase : public UserDatabase {
  public:
-  bool findUser(uint32_t uid, std::string& name, std::string& description) override {
+  int findUser(uint32_t uid, std::string& name, std::string& description) override {
+    errno = 0;
     const passwd* const entry = getpwuid(uid);
-    if (entry == nullptr) return false;
+    if (entry == nullptr) return whyNoEntry();
     // Some name services leave fields out.
     if (entry->pw_name != nullptr) name = entry->pw_name;
     if (entry->pw_gecos != nullptr) description = entry->pw_gecos;
-    return true;
+    return 0;
   }
 
-  bool findGroup(uint32_t gid, std::string& name) override {
+  int findGroup(uint32_t gid, std::string& name) override {
+    errno = 0;
     const group* const entry = getgrgid(gid);
-    if (entry == nullptr) return false;
+    if (entry == nullptr) return whyNoEntry();
     if (entry->gr_name != nullptr) name = entry->gr_name;
-    return true;
+    return 0;
   }
 };
 
@@ -60,6 +71,18 @@ void UnixUserTable::Numbers::insert(uint32_t id, const UserOrGroup* record) {
   ++count;
 }
 
+void UnixUserTable::Numbers::forgetFailed() {
+  if (failed.empty()) return;
+  for (const uint32_t id : std::exchange(failed, {})) slotOf(id).record = nullptr;
+  // What stands behind a freed slot may not be found any more: all are placed anew.
+  std::vector<Slot> kept = std::exchange(slots, std::vector<Slot>(slots.size()));
+  count = 0;
+  last = nullptr;
+  for (const Slot& slot : kept) {
+    if (slot.record != nullptr) insert(slot.id, slot.record);
+  }
+}
+
 const UserOrGroup* UnixUserTable::lookupSlow(const Sid& pSid, bool isGroup) {
   Numbers& numbers = isGroup ? groups_ : users_;
   const UserOrGroup* record = numbers.slotOf(pSid.id()).record;
@@ -76,30 +99,42 @@ const UserOrGroup* UnixUserTable::lookupSlow(const Sid& pSid, bool isGroup) {
 const UserOrGroup* UnixUserTable::lookupName(const Sid& pSid, bool isGroup) {
   TRACE_SCOPE("UnixUserTable::lookupName()");
   auto record = std::make_unique<UserOrGroup>(UserOrGroup::ofKey(pSid.key(), isGroup));
-  if (isGroup) {
-    lookupGroup(pSid, *record);
-  } else {
-    lookupUser(pSid, *record);
+  int answer = UserDatabase::NO_ENTRY;
+  for (int i = 0; i < TRIES; ++i) {
+    answer = isGroup ? lookupGroup(pSid, *record) : lookupUser(pSid, *record);
+    if (answer == 0 || answer == UserDatabase::NO_ENTRY) break;
   }
-  if (record->ugRemoved) record->ugName = std::to_string(pSid.key());
+  if (answer != 0) {
+    record->ugRemoved = true;
+    record->ugName = std::to_string(pSid.key());
+  }
+  if (answer > 0) {
+    (isGroup ? groups_ : users_).failed.push_back(pSid.id());
+    if (firstError_ == 0) firstError_ = answer;
+  }
   // May answer with an older record of the same name: the two numbers are one owner.
   return uberTable().stashOnUnix(std::move(record), isGroup);
 }
 
-void UnixUserTable::lookupUser(const Sid& pSid, UserOrGroup& record) {
-  if (!database_->findUser(pSid.id(), record.ugName, record.ugDescription)) {
-    record.ugRemoved = true;
-    return;
+int UnixUserTable::lookupUser(const Sid& pSid, UserOrGroup& record) {
+  const int answer = database_->findUser(pSid.id(), record.ugName, record.ugDescription);
+  if (answer == 0) {
+    TRACE(TR_MAX, "user name: %s; description: %s\n", record.ugName.c_str(), record.ugDescription.c_str());
   }
-  TRACE(TR_MAX, "user name: %s; description: %s\n", record.ugName.c_str(), record.ugDescription.c_str());
+  return answer;
 }
 
-void UnixUserTable::lookupGroup(const Sid& pSid, UserOrGroup& record) {
-  if (!database_->findGroup(pSid.id(), record.ugName)) {
-    record.ugRemoved = true;
-    return;
-  }
-  TRACE(TR_MAX, " group name : %s\n", record.ugName.c_str());
+int UnixUserTable::lookupGroup(const Sid& pSid, UserOrGroup& record) {
+  const int answer = database_->findGroup(pSid.id(), record.ugName);
+  if (answer == 0) TRACE(TR_MAX, " group name : %s\n", record.ugName.c_str());
+  return answer;
+}
+
+UnixUserTable::Failures UnixUserTable::takeFailures() {
+  const Failures failures{users_.failed.size() + groups_.failed.size(), std::exchange(firstError_, 0)};
+  users_.forgetFailed();
+  groups_.forgetFailed();
+  return failures;
 }
 
 }  // namespace agent
