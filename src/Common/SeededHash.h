@@ -8,10 +8,11 @@ namespace agent {
 
 /// A hash of 64-bit numbers that nobody outside the process can foresee. Inode numbers, owners and extensions
 /// are chosen by users and servers: with a plain hash they could choose ones that all fall into one bucket
-/// and stall a scan. Each table has a seed of its own.
+/// and stall a scan. The process draws one seed for all its tables: drawing one for each costs more than a
+/// small result, and whoever could learn the one seed could learn them all.
 class SeededHash {
  public:
-  SeededHash() : seed_(static_cast<uint64_t>(std::random_device{}()) << 32 | std::random_device{}()) {}
+  SeededHash() : seed_(processSeed()) {}
 
   /// The finalizer of splitmix64 (Vigna, https://prng.di.unimi.it/splitmix64.c: public domain) over the
   /// number and the seed.
@@ -23,6 +24,11 @@ class SeededHash {
   }
 
  private:
+  static uint64_t processSeed() {
+    static const uint64_t seed = static_cast<uint64_t>(std::random_device{}()) << 32 | std::random_device{}();
+    return seed;
+  }
+
   uint64_t seed_;
 };
 

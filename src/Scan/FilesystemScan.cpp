@@ -200,6 +200,7 @@ void FilesystemScan::findFilesystems(AgentScan& scanObject, int nfsTimeout) {
         fsRefs_.push_back(std::make_unique<FSRef>());
         fsRefs_.back()->filesystem = filesystem.get();
         fsRefs_.back()->localPath = mount.mntPt;
+        fsRefsById_.try_emplace(filesystem->fsID, fsRefs_.back().get());
       }
     }
     if (!filesystem->fsScanned) raise(GIVEN_UP);
@@ -237,24 +238,21 @@ bool FilesystemScan::attachStatistic(CuStatDef& definition) {
   }
   definition.sdResults.clear();
   for (const auto& fsRef : fsRefs_) {
-    definition.sdResults.push_back(std::make_unique<ResultsByFS>(fsRef->filesystem));
-    newFSAssoc(*fsRef, tree, *definition.sdResults.back());
+    newFSAssoc(*fsRef, tree, definition.sdResults.append(std::make_unique<ResultsByFS>(fsRef->filesystem)));
   }
   return true;
 }
 
 /// Keeps the results whose file system is part of this job, and drops the others.
 void FilesystemScan::attachRestrictedStatistic(CuStatDef& definition, Tree& tree) {
-  std::unordered_map<int32_t, FSRef*> byId;
-  for (const auto& fsRef : fsRefs_) byId.try_emplace(fsRef->filesystem->fsID, fsRef.get());
-
-  std::erase_if(definition.sdResults, [&](const std::unique_ptr<ResultsByFS>& results) {
-    const Filesystem* source = results->sourceFilesystem();
-    const auto found = source != nullptr ? byId.find(source->fsID) : byId.end();
-    if (found == byId.end()) return true;
-    newFSAssoc(*found->second, tree, *results);
-    return false;
+  definition.sdResults.keep([&](ResultsByFS& results) {
+    const Filesystem* source = results.sourceFilesystem();
+    const auto found = source != nullptr ? fsRefsById_.find(source->fsID) : fsRefsById_.end();
+    if (found == fsRefsById_.end()) return false;
+    newFSAssoc(*found->second, tree, results);
+    return true;
   });
+  if (definition.sdResults.empty()) withoutFilesystem_.push_back(&definition);
 }
 
 void FilesystemScan::newFSAssoc(FSRef& fsRef, Tree& tree, ResultsByFS& results) {
@@ -393,12 +391,13 @@ void FilesystemScan::walkFilesystems(AgentScan& scanObject, int nfsTimeout) {
   for (const auto& fsRef : fsRefs_) {
     Filesystem& filesystem = *fsRef->filesystem;
     logJobMessage(325, "STA0025I", {qualifiedFSName(filesystem)});
+    const size_t metBefore = monDirs.completed().size();
     const int result = walk(*fsRef, shared, monDirs);
     const bool failed = result > GIVEN_UP || result < 0;
     raise(failed ? GIVEN_UP : result);
     reportFailedLookups(shared.userTable);
     updateOwnSummary(*fsRef);
-    printData(*fsRef, monDirs);
+    printData(*fsRef, std::span(monDirs.completed()).subspan(metBefore));
     if (failed) {
       removeReferencesTo(scanObject, filesystem);
       filesystem.fsScanned = false;
@@ -406,6 +405,8 @@ void FilesystemScan::walkFilesystems(AgentScan& scanObject, int nfsTimeout) {
     shared.releaseFileActionVector();
   }
   TRACE(TR_MAX, "end of final loop over filesystem!\n");
+  // The server finds every statistic of the job in the result, also one that applies to nothing.
+  for (const CuStatDef* definition : withoutFilesystem_) definition->printData(*genericPrint_, 0);
 }
 
 /// Builds the row of actions for one file system and walks it. The last selections and statistics come first,
@@ -491,13 +492,13 @@ void FilesystemScan::updateOwnSummary(FSRef& fsRef) {
 
 /// Writes one file system's part of the result file: its record, its monitored directories, its statistics,
 /// the statistics of its directories.
-void FilesystemScan::printData(const FSRef& fsRef, const MonDirTable& monDirs) {
+/// @param monDirs the directories that its walk has completed
+void FilesystemScan::printData(const FSRef& fsRef, std::span<SMonDir* const> monDirs) {
   Filesystem& filesystem = *fsRef.filesystem;
   filesystem.printData(*genericPrint_);
 
   std::unordered_map<const MonDirSpec*, std::vector<const SMonDir*>> bySpec;
-  for (const SMonDir* directory : monDirs.completed()) {
-    if (&directory->smFilesystem != &filesystem) continue;
+  for (const SMonDir* directory : monDirs) {
     for (const MonDirSpec* spec : directory->smDirSpecs) bySpec[spec].push_back(directory);
   }
   std::set<const SMonDir*> printed;
@@ -524,14 +525,7 @@ void FilesystemScan::printData(const FSRef& fsRef, const MonDirTable& monDirs) {
 void FilesystemScan::removeReferencesTo(AgentScan& scanObject, const Filesystem& filesystem) {
   std::erase_if(scanObject.getStatistics(), [&](const std::unique_ptr<CuStatDef>& definition) {
     if (definition->sdType == CuStatDef::DIRECTORY_STATISTIC) return false;
-    auto& results = definition->sdResults;
-    const auto found = std::find_if(results.begin(), results.end(), [&](const auto& entry) {
-      const Filesystem* source = entry->sourceFilesystem();
-      return source != nullptr && source->fsID == filesystem.fsID;
-    });
-    if (found == results.end()) return false;
-    results.erase(found);
-    return results.empty();
+    return definition->sdResults.removeFirstOf(filesystem.fsID) && definition->sdResults.empty();
   });
 }
 

@@ -3,7 +3,9 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <span>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "Common/Object.h"
@@ -108,7 +110,7 @@ class FilesystemScan : public Object {
   void addDirectoryActions(FSRef& fsRef, MonDirTable& monDirs, Walk& shared) const;
   void reportFailedLookups(UnixUserTable& userTable);
   void updateOwnSummary(FSRef& fsRef);
-  void printData(const FSRef& fsRef, const MonDirTable& monDirs);
+  void printData(const FSRef& fsRef, std::span<SMonDir* const> monDirs);
   void removeReferencesTo(AgentScan& scanObject, const Filesystem& filesystem);
 
   GenericPrint* genericPrint_ = nullptr;
@@ -116,10 +118,12 @@ class FilesystemScan : public Object {
   int rc_ = CLEAN;
   Selection selection_;  // the one compiler, used for all expressions
   std::vector<std::unique_ptr<FSRef>> fsRefs_;
+  std::unordered_map<int32_t, FSRef*> fsRefsById_;  // the first of each id
   std::vector<std::unique_ptr<Tree>> trees_;
   std::map<const MonDirSpec*, SelectTree>
       directoryRoots_;                                 // one for each spec, whatever file systems it is on
   std::vector<const CuStatDef*> directoryStatistics_;  // those whose selection compiled
+  std::vector<const CuStatDef*> withoutFilesystem_;    // those that name none of this job
 };
 
 }  // namespace agent

@@ -97,7 +97,7 @@ class DefinitionReader {
     auto definition = std::make_unique<CuStatDef>();
     for (Entity& child : fill(*definition, entity)) {
       if (child.name == ScanVOXTags::RESULTSBYFS) {
-        definition->sdResults.push_front(std::make_unique<ResultsByFS>(readSource(child)));
+        definition->sdResults.prepend(std::make_unique<ResultsByFS>(readSource(child)));
       }
     }
     return definition;

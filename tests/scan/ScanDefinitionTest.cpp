@@ -58,7 +58,7 @@ TEST_F(ScanDefinitionTest, ARestrictedStatisticNamesItsFileSystemsInReverse) {
       "[ResultsByFS]\n[Filesystem]\n1,\"/a\"\n[/Filesystem]\n[/ResultsByFS]\n"
       "[ResultsByFS]\n[/ResultsByFS]\n"
       "[ResultsByFS]\n[Filesystem]\n2,\"/b\"\n[/Filesystem]\n[/ResultsByFS]\n[/CuStatDef]\n[/AgentScan]\n");
-  const auto& results = scan->getStatistics().front()->sdResults;
+  const auto results = scan->getStatistics().front()->sdResults.concerning(0);
   ASSERT_EQ(results.size(), 3u);
   EXPECT_EQ(results[0]->sourceFilesystem()->fsID, 2);
   EXPECT_EQ(results[1]->sourceFilesystem(), nullptr);

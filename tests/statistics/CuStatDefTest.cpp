@@ -88,9 +88,9 @@ TEST(CuStatDef, FiltersItsResultsByFileSystem) {
   SMonDir below(two);
   below.smFilesystemID = 2;
   CuStatDef definition;
-  definition.sdResults.push_back(std::make_unique<ResultsByFS>(&one));
-  definition.sdResults.push_back(std::make_unique<ResultsByFS>(&below));
-  definition.sdResults.push_back(std::make_unique<ResultsByFS>(static_cast<AnalysisSource*>(nullptr)));
+  definition.sdResults.append(std::make_unique<ResultsByFS>(&one));
+  definition.sdResults.append(std::make_unique<ResultsByFS>(&below));
+  definition.sdResults.append(std::make_unique<ResultsByFS>(static_cast<AnalysisSource*>(nullptr)));
   const auto nodes = [&](int32_t filter) {
     const std::string text = printed(definition, filter);
     int count = 0;

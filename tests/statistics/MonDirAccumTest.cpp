@@ -77,7 +77,7 @@ TEST_F(MonDirAccumTest, AnEmptyDirectoryIsCompletedEmpty) {
   enter("/m/empty", {&spec});
   leave();
   ASSERT_EQ(first.sdResults.size(), 1u);
-  EXPECT_EQ(first.sdResults[0]->rfResults->srSummary->sumFileCount, 0);
+  EXPECT_EQ(first.sdResults.concerning(0)[0]->rfResults->srSummary->sumFileCount, 0);
 }
 
 TEST_F(MonDirAccumTest, WithoutStatisticsNothingIsRecorded) {

@@ -42,12 +42,10 @@ Filesystem* ResultsByFS::sourceFilesystem() const {
   return dynamic_cast<Filesystem*>(rfDirOrFS);
 }
 
-bool ResultsByFS::concerns(int32_t filesystemID) const {
-  if (const auto* directory = dynamic_cast<const SMonDir*>(rfDirOrFS)) {
-    return directory->smFilesystemID == filesystemID;
-  }
-  const Filesystem* filesystem = sourceFilesystem();
-  return filesystem == nullptr || filesystem->fsID == filesystemID;
+std::optional<int32_t> ResultsByFS::filesystemID() const {
+  if (const auto* directory = dynamic_cast<const SMonDir*>(rfDirOrFS)) return directory->smFilesystemID;
+  if (const Filesystem* filesystem = sourceFilesystem()) return filesystem->fsID;
+  return std::nullopt;
 }
 
 }  // namespace agent

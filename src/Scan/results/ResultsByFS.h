@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 #include "Common/AnalysisSource.h"
 #include "Common/Object.h"
@@ -30,8 +31,8 @@ class ResultsByFS : public Object {
 
   /// The source as a file system, or null.
   Filesystem* sourceFilesystem() const;
-  /// True when the source belongs to the file system with this id, or when it can't be told.
-  bool concerns(int32_t filesystemID) const;
+  /// The id of the file system that the source is or belongs to; nothing when that can't be told.
+  std::optional<int32_t> filesystemID() const;
 
   std::unique_ptr<CuStatResults> rfResults;  ///< null until the walk gives them
   AnalysisSource* rfDirOrFS;                 ///< borrowed

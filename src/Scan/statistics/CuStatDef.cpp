@@ -112,9 +112,7 @@ void CuStatDef::printData(GenericPrint& gp, int32_t filter) const {
   for (const Column<CuStatDef>& column : COLUMNS) values.push_back(printCell(*this, column));
   gp.beginNode(ScanVOXTags::SD);
   gp.printData(values);
-  for (const auto& results : sdResults) {
-    if (filter < 1 || results->concerns(filter)) results->printData(gp);
-  }
+  for (const ResultsByFS* results : sdResults.concerning(filter)) results->printData(gp);
   if (sdBackupAction) sdBackupAction->printData(gp);
   gp.endNode(ScanVOXTags::SD);
 }

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "Common/EntityToObjectMapper.h"
-#include "Scan/results/ResultsByFS.h"
+#include "Scan/results/ResultsList.h"
 #include "Scan/statistics/BackupAction.h"
 
 namespace agent {
@@ -47,7 +47,7 @@ class CuStatDef : public EntityToObjectMapper {
   std::string sdDescription;
   int16_t sdType = 0;
   int16_t sdShare = 0;
-  std::deque<std::unique_ptr<ResultsByFS>> sdResults;  ///< in the order in which they print
+  ResultsList sdResults;
   // Lengths of lists; 0 or less builds none.
   int16_t sdLargestDirectories = 0;
   int16_t sdLargestFiles = 0;

@@ -67,7 +67,7 @@ void MonDirAccum::directoryLeft() {
   if (level() >= 0) return;
   auto results = std::make_unique<ResultsByFS>(directory_);
   results->rfResults = takeResults();
-  definition_.sdResults.push_front(std::move(results));
+  definition_.sdResults.prepend(std::move(results));
   releaseInodeTableMap();
   directory_ = nullptr;
 }
