@@ -102,7 +102,7 @@ void ages(benchmark::State& state) {
 BENCHMARK(ages);
 
 void fileTypes(benchmark::State& state) {
-  FileTypeAccum accumulator(1, LIST_LENGTH);
+  FileTypeAccum accumulator(1, 1, LIST_LENGTH);
   feed(state, [&](FileAttributes& entry) { accumulator.accumulate(walk().scanner, entry); });
 }
 BENCHMARK(fileTypes);

@@ -15,8 +15,6 @@
 
 namespace agent {
 
-class FileTypeTable {};  // the walk only hands it on
-
 namespace {
 
 constexpr int FILES = 10'000;
@@ -37,12 +35,10 @@ void walk(benchmark::State& state, DirectoryCalls& calls) {
   DirectoryReaderFactoryUnix factory(calls);
   UberTable owners;
   UnixUserTable users(owners);
-  FileTypeTable fileTypes;
   for (auto _ : state) {
     ScannerUnix scanner({.filesystem = filesystem,
                          .actions = {},
                          .selections = {},
-                         .fileTypes = fileTypes,
                          .userTable = users,
                          .factory = factory,
                          .localPath = tree()},

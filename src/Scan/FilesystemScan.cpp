@@ -15,7 +15,6 @@
 #include "Probe/NasFiler.h"
 #include "QLMlib/common/ut/Trace.h"
 #include "Scan/identity/UberTable.h"
-#include "Scan/results/FileType.h"
 #include "Scan/statistics/CuStatAccum.h"
 #include "Scan/unix/DirectoryReaderUnix.h"
 #include "Scan/unix/LimitedDirectoryCalls.h"
@@ -89,7 +88,6 @@ struct FilesystemScan::Walk {
   DirectoryReaderFactoryUnix factory{*calls};
   UberTable owners;
   UnixUserTable userTable{owners};
-  FileTypeTable fileTypes;
 
   std::vector<std::unique_ptr<FileAction>> row;
   std::vector<FileAction*> actions;
@@ -431,7 +429,6 @@ int FilesystemScan::walk(FSRef& fsRef, Walk& shared, MonDirTable& monDirs) {
   ScannerUnix scanner({.filesystem = *fsRef.filesystem,
                        .actions = shared.actions,
                        .selections = shared.selections,
-                       .fileTypes = shared.fileTypes,
                        .userTable = shared.userTable,
                        .factory = shared.factory,
                        .localPath = fsRef.localPath},

@@ -18,7 +18,6 @@ namespace agent {
 
 class CuStatAccum;
 class DirectoryCalls;
-class FileTypeTable;
 class GenericPrint;
 class UnixUserTable;
 

@@ -193,13 +193,29 @@ TEST_F(AccumulatorTest, FindsTheExtensionFromTheEnd) {
 // Extensions arrive in the order of their bytes and follow the list's own rule: ".\xff" doesn't beat the
 // others, and when ".big" comes, the first arrival of the smallest goes.
 TEST_F(AccumulatorTest, FileTypesThatTieFollowTheRuleOfTheList) {
-  FileTypeAccum accumulator(77, 2);
+  FileTypeAccum accumulator(77, 11, 2);
   feed(accumulator, {WalkStandIn::file("/x.\xff", 5), WalkStandIn::file("/x.b", 5),
                      WalkStandIn::file("/x.ab", 5), WalkStandIn::file("/x.big", 9)});
   accumulator.finish(results);
   ASSERT_EQ(results.srFileTypes.size(), 2u);
-  EXPECT_EQ(results.srFileTypes[0].fileType->ftpFileExtension, ".big");
-  EXPECT_EQ(results.srFileTypes[1].fileType->ftpFileExtension, ".b");
+  EXPECT_EQ(results.srFileTypes[0].fileType.ftpFileExtension, ".big");
+  EXPECT_EQ(results.srFileTypes[1].fileType.ftpFileExtension, ".b");
+}
+
+TEST_F(AccumulatorTest, ThousandsOfExtensionsKeepTheirTotals) {
+  constexpr int EXTENSIONS = 3000;
+  FileTypeAccum accumulator(77, 11, EXTENSIONS);
+  for (int i = 0; i < 2 * EXTENSIONS; ++i) {
+    feed(accumulator, {WalkStandIn::file("/x." + std::to_string(i % EXTENSIONS), i)});
+  }
+  accumulator.finish(results);
+  ASSERT_EQ(results.srFileTypes.size(), static_cast<size_t>(EXTENSIONS));
+  for (int i = 0; i < EXTENSIONS; ++i) {
+    const FileTypeSummary& summary = results.srFileTypes[static_cast<size_t>(EXTENSIONS - 1 - i)];
+    EXPECT_EQ(summary.fileType.ftpFileExtension, "." + std::to_string(i));
+    EXPECT_EQ(summary.fileCount, 2);
+    EXPECT_EQ(summary.spaceUsed, 2 * i + EXTENSIONS);
+  }
 }
 
 }  // namespace

@@ -6,7 +6,6 @@
 
 #include "Probe/Filesystem.h"
 #include "Scan/identity/UberTable.h"
-#include "Scan/results/FileType.h"
 #include "Scan/unix/DirectoryReaderUnix.h"
 #include "Scan/unix/ScannerUnix.h"
 #include "Scan/unix/UnixUserTable.h"
@@ -50,11 +49,9 @@ class WalkStandIn {
   DirectoryReaderFactoryUnix factory{calls};
   UberTable owners;
   UnixUserTable users{owners};
-  FileTypeTable fileTypes;
   ScannerUnix scanner{{.filesystem = filesystem,
                        .actions = {},
                        .selections = {},
-                       .fileTypes = fileTypes,
                        .userTable = users,
                        .factory = factory,
                        .localPath = ""},

@@ -19,10 +19,6 @@
 #include "common/TemporaryDirectory.h"
 #include "support/JobLog.h"
 
-namespace agent {
-class FileTypeTable {};  // the walk only hands it on
-}  // namespace agent
-
 namespace agent::test {
 namespace {
 
@@ -118,7 +114,6 @@ class ScannerTest : public ::testing::Test {
     ScannerUnix scanner({.filesystem = filesystem,
                          .actions = {action.get()},
                          .selections = {everything.get()},
-                         .fileTypes = fileTypes,
                          .userTable = users,
                          .factory = factory,
                          .localPath = localPath},
@@ -141,7 +136,6 @@ class ScannerTest : public ::testing::Test {
   DirectoryReaderFactoryUnix factory{calls};
   UberTable owners;
   UnixUserTable users{owners, std::make_unique<FewUsers>()};
-  FileTypeTable fileTypes;
   SelectTree everything;
   std::unique_ptr<RecordingAction> action;
 };

@@ -20,10 +20,4 @@ void FileType::printData(GenericPrint& print) const {
   print.endNode(ScanVOXTags::FTP);
 }
 
-const FileType& FileTypeTable::find(const std::string& extension) {
-  std::unique_ptr<FileType>& type = types_[extension];
-  if (!type) type = std::make_unique<FileType>(extension);
-  return *type;
-}
-
 }  // namespace agent

@@ -4,7 +4,6 @@
 
 #include "Common/GenericPrint.h"
 #include "Common/ScanVOXTags.h"
-#include "Scan/results/FileType.h"
 
 namespace agent {
 
@@ -17,7 +16,7 @@ void FileTypeSummary::printData(GenericPrint& print) const {
   print.beginNode(ScanVOXTags::FTP_SUMM);
   print.printData({std::to_string(profileID), std::to_string(filesystemID), std::to_string(fileCount),
                    std::to_string(spaceUsed)});
-  if (fileType != nullptr) fileType->printData(print);
+  fileType.printData(print);
   print.endNode(ScanVOXTags::FTP_SUMM);
 }
 

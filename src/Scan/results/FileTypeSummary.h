@@ -1,12 +1,13 @@
 #pragma once
 
 #include <cstdint>
+#include <utility>
 
 #include "Common/Object.h"
+#include "Scan/results/FileType.h"
 
 namespace agent {
 
-class FileType;
 class GenericPrint;
 
 /// A record of the same shape over time. Carries no data in this job.
@@ -18,7 +19,7 @@ class History : public Object {
 /// How much space the files of one extension take.
 class FileTypeSummary : public History {
  public:
-  FileTypeSummary() : History("FileTypeSummary") {}
+  explicit FileTypeSummary(FileType type) : History("FileTypeSummary"), fileType(std::move(type)) {}
 
   static void printHeader(GenericPrint& print);
   void printData(GenericPrint& print) const;
@@ -26,8 +27,8 @@ class FileTypeSummary : public History {
   int32_t profileID = 0;  ///< the statistic's id
   int32_t filesystemID = 0;
   int64_t fileCount = 0;
-  int64_t spaceUsed = 0;               ///< units of 512 bytes
-  const FileType* fileType = nullptr;  ///< borrowed from the scan's FileTypeTable
+  int64_t spaceUsed = 0;  ///< units of 512 bytes
+  FileType fileType;
 };
 
 }  // namespace agent

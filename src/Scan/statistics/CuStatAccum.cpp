@@ -133,7 +133,7 @@ void CuStatAccum::buildAccum(CuStatDef& definition, Filesystem& filesystem) {
     push<BackupDistAccum>(*results_->srBackup);
   }
   if (definition.sdLargestFileTypes > 0 && (!definition.sdWinOnlyFileType || isWindowsAgent())) {
-    push<FileTypeAccum>(definition.sdID, definition.sdLargestFileTypes);
+    push<FileTypeAccum>(definition.sdID, filesystem.fsID, definition.sdLargestFileTypes);
   }
 }
 

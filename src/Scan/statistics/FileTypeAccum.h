@@ -2,11 +2,9 @@
 
 #include <cstdint>
 #include <string_view>
-#include <unordered_map>
 
-#include "Common/SeededHash.h"
-#include "Scan/results/FileTypeSummary.h"
 #include "Scan/statistics/Accumulator.h"
+#include "Scan/statistics/ExtensionTotals.h"
 
 namespace agent {
 
@@ -20,21 +18,17 @@ class FileTypeAccum : public Accumulator {
  public:
   /// @param proID the statistic's id
   /// @param ftNumber N
-  FileTypeAccum(int32_t proID, int32_t ftNumber)
-      : Accumulator("FileTypeAccum"), proID_(proID), ftNumber_(ftNumber) {}
+  FileTypeAccum(int32_t proID, int32_t filesystemID, int32_t ftNumber)
+      : Accumulator("FileTypeAccum"), proID_(proID), filesystemID_(filesystemID), ftNumber_(ftNumber) {}
 
   void accumulate(Scanner& scanner, FileAttributes& attributes) override;
   void finish(CuStatResults& results) override;
 
  private:
-  // An extension has at most seven bytes, so it is its own key: packed from the top byte down, its order as a
-  // number is the order of its bytes, and looking one up needs no string.
-  using ExtensionKey = uint64_t;
-  static ExtensionKey lowerCaseKey(std::string_view extension);
-
   int32_t proID_;
+  int32_t filesystemID_;
   int32_t ftNumber_;
-  std::unordered_map<ExtensionKey, FileTypeSummary, SeededHash> summaries_;
+  ExtensionTotals totals_;
 };
 
 }  // namespace agent

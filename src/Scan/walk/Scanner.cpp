@@ -32,7 +32,6 @@ std::string rootPathOf(const Filesystem& filesystem) {
 Scanner::Scanner(const Setup& setup)
     : path_(rootPathOf(setup.filesystem)),
       userTable_(setup.userTable),
-      fileTypes_(setup.fileTypes),
       actions_(setup.actions),
       factory_(setup.factory),
       selections_(setup.selections),

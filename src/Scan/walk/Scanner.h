@@ -14,7 +14,6 @@
 namespace agent {
 
 class FileAction;
-class FileTypeTable;
 class Filesystem;
 class UserTable;
 struct selectNode;
@@ -40,7 +39,6 @@ class Scanner : public WalkPosition {
     Filesystem& filesystem;
     std::vector<FileAction*> actions;
     std::vector<const selectNode*> selections;  ///< selections[i] decides for actions[i]; null never matches
-    FileTypeTable& fileTypes;
     UserTable& userTable;
     DirectoryReaderFactory& factory;
     std::string localPath;  ///< where the file system is mounted on this host
@@ -66,7 +64,6 @@ class Scanner : public WalkPosition {
 
   // What actions read.
   Filesystem& filesystem() const { return filesystem_; }
-  FileTypeTable& fileTypes() const { return fileTypes_; }
   int32_t scanStartSeconds() const { return scanStartSeconds_; }
 
   // What readers use.
@@ -110,7 +107,6 @@ class Scanner : public WalkPosition {
   int32_t rc_ = 0;
   std::string path_;  // logical path of the directory on top of the stack; the root's ends in a slash
   UserTable& userTable_;
-  FileTypeTable& fileTypes_;
   std::vector<FileAction*> actions_;
   DirectoryReaderFactory& factory_;
   int32_t rootDevice_ = -1;
