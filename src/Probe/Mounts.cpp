@@ -35,8 +35,15 @@ static_assert(std::is_sorted(EXCLUDED_TYPES.begin(), EXCLUDED_TYPES.end()));
 
 constexpr size_t MOUNT_LINE_BYTES = 1025;
 
+/// The order of the search, which the trace shows step by step.
+bool Compare(std::string_view left, std::string_view right) {
+  TRACE(TR_MAX, "left  (%.*s)\n", static_cast<int>(left.size()), left.data());
+  TRACE(TR_MAX, "right (%.*s)\n", static_cast<int>(right.size()), right.data());
+  return left < right;
+}
+
 bool isExcluded(std::string_view type) {
-  return std::binary_search(EXCLUDED_TYPES.begin(), EXCLUDED_TYPES.end(), type);
+  return std::binary_search(EXCLUDED_TYPES.begin(), EXCLUDED_TYPES.end(), type, Compare);
 }
 
 /// Opens what stands under the name of a mount table, if it is a file.
@@ -166,6 +173,7 @@ Mounts::~Mounts() {
 }
 
 bool Mounts::openMnttab() {
+  TRACE_SCOPE("Mounts::openMnttab()");
   closeTable();
   readFailed_ = false;
   std::string reason;
@@ -198,6 +206,7 @@ void Mounts::closeTable() {
 }
 
 bool Mounts::nextMount() {
+  TRACE_SCOPE("Mounts::nextMount()");
   if (mountFile_ == nullptr) return false;
   char line[MOUNT_LINE_BYTES];
   struct mntent record = {};
@@ -237,6 +246,7 @@ Mounts Mounts::entry() const {
 }
 
 int getClfsClusterName(const std::string& mountDir, std::string& name) {
+  TRACE_SCOPE("getClfsClusterName()");
   const auto failed = [&](const std::string& path) {
     logJobMessage(722, "STA0620E", {path, getSystemErrorMessage()});
     return -1;
@@ -259,6 +269,7 @@ int getClfsClusterName(const std::string& mountDir, std::string& name) {
 }
 
 int Mounts::statFS(Filesystem& fs, int nfsTimeout) const {
+  TRACE_SCOPE("Mounts::statFS()");
   struct statvfs figures = {};
   if (const int error = limitedStatvfs(mntPt.c_str(), nfsTimeout, figures); error != 0) {
     logJobMessage(396, "STA0096E", {withErrorText(mntPt, error)});
@@ -283,6 +294,7 @@ int Mounts::statFS(Filesystem& fs, int nfsTimeout) const {
 }
 
 int GetPhysicalSize(Filesystem& fs, const Mounts& mount) {
+  TRACE_SCOPE("GetPhysicalSize()");
   const std::string_view type = mount.fsType;
   const bool ext = type.starts_with("ext");
   const bool dos = type.starts_with("msdos") || type.starts_with("fat");

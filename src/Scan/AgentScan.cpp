@@ -3,6 +3,7 @@
 #include "Common/GenericPrint.h"
 #include "Common/ScanVOXTags.h"
 #include "Probe/Domain.h"
+#include "QLMlib/common/ut/Trace.h"
 #include "Scan/identity/UserOrGroup.h"
 #include "Scan/results/CuStatResults.h"
 #include "Scan/results/FileType.h"
@@ -20,6 +21,13 @@ void AgentScan::inititializeObject(const Row& refHeaderArray, const Rows& refDat
   if (row.size() > 1 && refHeaderArray[1] == ScanVOXTags::AS_SCANNING_COMP_ID) {
     scanningCompId_ = toInt32(row[1]);
   }
+}
+
+void AgentScan::setFilesystems(FilesystemList filesystems) {
+  if (filesystems.empty()) {
+    TRACE(TR_MIN, "WARNING: Set local Filesystem reference <m_pFilesystem> to NULL.\n");
+  }
+  filesystems_ = std::move(filesystems);
 }
 
 void AgentScan::printHeader(GenericPrint& print) const {

@@ -27,7 +27,7 @@ class AgentScan : public EntityToObjectMapper {
   void inititializeObject(const Row& refHeaderArray, const Rows& refDataArray) override;
 
   FilesystemList& getFilesystems() { return filesystems_; }
-  void setFilesystems(FilesystemList filesystems) { filesystems_ = std::move(filesystems); }
+  void setFilesystems(FilesystemList filesystems);
   MonDirSpecList& getDirectories() { return directories_; }
   StatisticList& getStatistics() { return statistics_; }
   int32_t getScanningCompId() const { return scanningCompId_; }

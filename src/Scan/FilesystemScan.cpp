@@ -103,6 +103,7 @@ struct FilesystemScan::Walk {
   }
 
   void releaseFileActionVector() {
+    TRACE_SCOPE("FilesystemScan::releaseFileActionVector()");
     row.clear();
     actions.clear();
     selections.clear();
@@ -120,6 +121,9 @@ int FilesystemScan::doScan(AgentScan& scanObject, int nfsTimeout) {
   if (fsRefs_.empty()) return rc_;
 
   attachStatistics(scanObject);
+  // Other scans are kept away by the locks that the job took before; whoever reads a trace looks for this
+  // step.
+  TRACE(TR_MAX, "WARNING: Nothing implemented in body of FilesystemScan::lock().\n");
   prepareDirectories(scanObject);
   for (const auto& fsRef : fsRefs_) attachDirectories(scanObject, *fsRef);
   attachDirectoryStatistics(scanObject);
@@ -137,6 +141,7 @@ FilesystemList FilesystemScan::arrangeFilesystems(FilesystemList filesystems) {
     int32_t computerID;
     FilesystemList chain;
   };
+  TRACE_SCOPE("FilesystemScan::arrangeFilesystems()");
   FilesystemList arranged;
   std::map<int32_t, std::deque<Filer>> domains;
   std::map<std::pair<int32_t, int32_t>, size_t> places;  // of a filer in its domain's list
@@ -491,6 +496,7 @@ void FilesystemScan::updateOwnSummary(FSRef& fsRef) {
 /// the statistics of its directories.
 /// @param monDirs the directories that its walk has completed
 void FilesystemScan::printData(const FSRef& fsRef, std::span<SMonDir* const> monDirs) {
+  TRACE_SCOPE("FilesystemScan::printData()");
   Filesystem& filesystem = *fsRef.filesystem;
   filesystem.printData(*genericPrint_);
 
@@ -520,6 +526,7 @@ void FilesystemScan::printData(const FSRef& fsRef, std::span<SMonDir* const> mon
 /// Forgets the results of a file system whose walk failed. A statistic that has no others is forgotten with
 /// them; a directory statistic stays, for it has results only where directories are met.
 void FilesystemScan::removeReferencesTo(AgentScan& scanObject, const Filesystem& filesystem) {
+  TRACE_SCOPE("FilesystemScan::removeReferencesTo()");
   std::erase_if(scanObject.getStatistics(), [&](const std::unique_ptr<CuStatDef>& definition) {
     if (definition->sdType == CuStatDef::DIRECTORY_STATISTIC) return false;
     return definition->sdResults.removeFirstOf(filesystem.fsID) && definition->sdResults.empty();

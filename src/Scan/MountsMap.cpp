@@ -54,6 +54,7 @@ std::string addressOf(const std::string& host) {
 /// Puts the entries of an open table into the map.
 /// @return false when an NFS source couldn't be parsed, or the table not be read to its end
 bool handleMounts(MountsMap& map, Mounts& mounts, bool aliases) {
+  TRACE_SCOPE("handleMounts(...)");
   bool allParsed = true;
   MountsMap byAddress;
   std::unordered_map<std::string, std::string> addresses;  // each host is asked for once
@@ -94,6 +95,7 @@ int makeMountsMap(MountsMap& map, bool aliases) {
 }
 
 int makeMountsMap(MountsMap& map, bool aliases, Mounts& mounts) {
+  TRACE_SCOPE("makeMountsMap()");
   map.clear();
   if (!mounts.openMnttab()) {
     TRACE(TR_MIN, "failed to open mount tab <open Mnttab()>.\n");

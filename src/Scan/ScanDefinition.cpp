@@ -121,6 +121,7 @@ class DefinitionReader {
 }  // namespace
 
 std::unique_ptr<AgentScan> readScanDefinition(const std::string& fileName, std::string& place) {
+  TRACE_SCOPE("readScanDefinition()");
   TRACE(TR_MAX, "---- initializing ParserAPI ----\n");
   TRACE(TR_MAX, "fileName = %s\n", fileName.c_str());
   auto scan = std::make_unique<AgentScan>();

@@ -6,6 +6,7 @@
 #include "Common/ComputerID.h"
 #include "Common/VOXCommon/CommonAgentFactory.h"
 #include "Probe/Filesystem.h"
+#include "QLMlib/common/ut/Trace.h"
 #include "Scan/results/CuStatResults.h"
 #include "Scan/statistics/CuStatDef.h"
 #include "Scan/statistics/FileAccum.h"
@@ -80,6 +81,7 @@ bool CuStatAccum::checkForFAT(const CuStatDef& /*definition*/, const Filesystem&
 }
 
 void CuStatAccum::buildAccum(CuStatDef& definition, Filesystem& filesystem) {
+  TRACE_SCOPE("CuStatAccum::buildAccum()");
   releaseInodeTableMap();
   releaseAccumulators();
   filesystem.fsScanningCompID = ComputerID::cachedId();

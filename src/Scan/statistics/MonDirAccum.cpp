@@ -30,6 +30,7 @@ MonDirAccum::MonDirAccum(CuStatDef& definition, Filesystem& filesystem)
     : CuStatAccum("MonDirAccum"), filesystem_(filesystem), definition_(definition) {}
 
 void MonDirAccum::activate(SMonDir& directory) {
+  TRACE_SCOPE("MonDirAccum::activate()");
   directory_ = &directory;
   buildAccum(definition_, filesystem_);
 }

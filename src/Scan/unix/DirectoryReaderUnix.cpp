@@ -143,6 +143,7 @@ int32_t DirectoryReaderUnix::stat(const std::string& path, FileAttributes& attri
     attributes.faType = FileAttributes::ENTRY_OTHER_DEVICE;
     return -1;
   }
+  if (scanner().localPath() != nullptr) TRACE(TR_MAX, ">> Updated remote path to %s\n", file.path);
   scanner().ScannerFinishOffStat(attributes, file);
   return static_cast<int32_t>(file.stat.st_dev);
 }

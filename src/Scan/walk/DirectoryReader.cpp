@@ -19,6 +19,7 @@ void logException(const GenericException& exception) {
 }  // namespace
 
 void DirectoryReader::init(Scanner& scanner, bool isRoot) {
+  TRACE_SCOPE("DirectoryReader::init()");
   scanner_ = &scanner;
   isRoot_ = isRoot;
   pathLength_ = scanner.path().size();
