@@ -1,7 +1,11 @@
 #include "Common/SafeText.h"
 
+#include <locale.h>
+#include <wchar.h>
+
 #include <algorithm>
 #include <cstdio>
+#include <iterator>
 
 namespace agent {
 
@@ -28,15 +32,81 @@ size_t sequenceLength(std::string_view bytes) {
   return length;
 }
 
-/// True for characters that a terminal acts upon or that turn the text around: C0, DEL, C1, and the marks
-/// that set the direction of writing (U+200E, U+200F, U+202A to U+202E, U+2066 to U+2069).
-bool isControl(std::string_view sequence) {
+char32_t codePoint(std::string_view sequence) {
   const auto at = [&](size_t i) { return static_cast<unsigned char>(sequence[i]); };
-  if (sequence.size() == 1) return at(0) < 0x20 || at(0) == 0x7F;
-  if (sequence.size() == 2) return at(0) == 0xC2 && at(1) < 0xA0;
-  if (sequence.size() != 3 || at(0) != 0xE2) return false;
-  if (at(1) == 0x80) return at(2) == 0x8E || at(2) == 0x8F || (at(2) >= 0xAA && at(2) <= 0xAE);
-  return at(1) == 0x81 && at(2) >= 0xA6 && at(2) <= 0xA9;
+  if (sequence.size() == 1) return at(0);
+  char32_t value = at(0) & (0x7FU >> sequence.size());
+  for (size_t i = 1; i < sequence.size(); ++i) value = value << 6 | (at(i) & 0x3FU);
+  return value;
+}
+
+struct Range {
+  char32_t first;
+  char32_t last;
+};
+
+/// Characters that a terminal acts upon, that turn the text around or that nobody sees, so that two names
+/// look alike. Joiners (U+200C, U+200D) are not among them: words of several scripts are misspelled without.
+constexpr Range ESCAPED[] = {
+    {0x00, 0x1F},        // C0
+    {0x7F, 0x9F},        // DEL, C1
+    {0xAD, 0xAD},        // a hyphen that shows or doesn't
+    {0x61C, 0x61C},      // direction of writing
+    {0x180E, 0x180E},    // no width
+    {0x200B, 0x200B},    // no width
+    {0x200E, 0x200F},    // direction
+    {0x2028, 0x202E},    // line and paragraph ends, direction
+    {0x2060, 0x206F},    // no width, direction
+    {0xFEFF, 0xFEFF},    // no width
+    {0xFFF9, 0xFFFB},    // annotations
+    {0xE0000, 0xE007F},  // tags
+};
+
+bool isEscaped(std::string_view sequence) {
+  const char32_t character = codePoint(sequence);
+  return std::any_of(std::begin(ESCAPED), std::end(ESCAPED), [character](const Range& range) {
+    return character >= range.first && character <= range.last;
+  });
+}
+
+/// The C library's own table of widths, which it has for locales alone: for the one of UTF-8 that every
+/// Debian has, whatever locale the environment asks for.
+class WidthTable {
+ public:
+  WidthTable() : locale_(newlocale(LC_CTYPE_MASK, "C.UTF-8", locale_t{})) {}
+  ~WidthTable() {
+    if (locale_ != locale_t{}) freelocale(locale_);
+  }
+  WidthTable(const WidthTable&) = delete;
+  WidthTable& operator=(const WidthTable&) = delete;
+
+  /// One column for what the table doesn't know.
+  size_t columns(char32_t character) const {
+    if (character < 0x80 || locale_ == locale_t{}) return 1;
+    const locale_t before = uselocale(locale_);  // of this thread alone
+    const int width = wcwidth(static_cast<wchar_t>(character));
+    uselocale(before);
+    return width < 0 ? 1 : static_cast<size_t>(width);
+  }
+
+ private:
+  locale_t locale_;
+};
+
+/// What stands together on a terminal, at the front of a safe text.
+struct Cell {
+  size_t length;  // bytes
+  size_t columns;
+};
+
+/// An escape, or a character.
+Cell firstCell(std::string_view text) {
+  static const WidthTable widths;
+  if (text.starts_with("\\x") && text.size() >= 4) return {4, 4};
+  if (text.starts_with("\\\\")) return {2, 2};
+  const size_t length = sequenceLength(text);
+  if (length == 0) return {1, 1};
+  return {length, widths.columns(codePoint(text.substr(0, length)))};
 }
 
 void appendEscaped(std::string& text, std::string_view bytes) {
@@ -49,41 +119,58 @@ void appendEscaped(std::string& text, std::string_view bytes) {
 
 }  // namespace
 
-std::string safeText(std::string_view bytes) {
-  std::string text;
-  while (!bytes.empty()) {
-    const size_t length = sequenceLength(bytes);
-    const std::string_view sequence = bytes.substr(0, std::max<size_t>(length, 1));
-    if (length == 0 || isControl(sequence)) {
-      appendEscaped(text, sequence);
-    } else if (sequence == "\\") {
-      text += "\\\\";
-    } else {
-      text += sequence;
-    }
-    bytes.remove_prefix(sequence.size());
+size_t harmlessLength(std::string_view bytes) {
+  const size_t length = bytes.empty() ? 0 : sequenceLength(bytes);
+  return length == 0 || isEscaped(bytes.substr(0, length)) ? 0 : length;
+}
+
+void appendSafe(std::string& text, std::string_view& bytes, Backslash backslash) {
+  const size_t harmless = harmlessLength(bytes);
+  // All bytes of a character that is escaped, one alone of what is none.
+  const std::string_view taken = bytes.substr(0, std::max<size_t>(sequenceLength(bytes), 1));
+  if (harmless == 0) {
+    appendEscaped(text, taken);
+  } else {
+    if (taken == "\\" && backslash == Backslash::DOUBLED) text += taken;
+    text += taken;
   }
+  bytes.remove_prefix(taken.size());
+}
+
+std::string safeText(std::string_view bytes, Backslash backslash) {
+  std::string text;
+  while (!bytes.empty()) appendSafe(text, bytes, backslash);
   return text;
 }
 
 size_t displayWidth(std::string_view text) {
-  return static_cast<size_t>(
-      std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
+  size_t columns = 0;
+  while (!text.empty()) {
+    const Cell cell = firstCell(text);
+    columns += cell.columns;
+    text.remove_prefix(cell.length);
+  }
+  return columns;
 }
 
 std::string fit(const std::string& text, size_t width) {
-  const size_t columns = displayWidth(text);
-  if (columns <= width || width < 8) return text;
-  const auto offsetOf = [&](size_t column) {
-    size_t offset = 0;
-    for (size_t seen = 0; offset < text.size(); ++offset) {
-      if ((text[offset] & 0xC0) != 0x80 && seen++ == column) break;
-    }
-    return offset;
-  };
+  if (width < 8 || displayWidth(text) <= width) return text;
   const size_t head = (width - 2) / 3;
   const size_t tail = width - 2 - head;
-  return text.substr(0, offsetOf(head)) + ".." + text.substr(offsetOf(columns - tail));
+  std::string_view rest = text;
+  size_t columns = 0;
+  for (Cell cell = firstCell(rest); columns + cell.columns <= head; cell = firstCell(rest)) {
+    columns += cell.columns;
+    rest.remove_prefix(cell.length);
+  }
+  const std::string_view front = std::string_view(text).substr(0, text.size() - rest.size());
+  for (columns = displayWidth(rest); columns > tail;) {
+    const Cell cell = firstCell(rest);
+    columns -= cell.columns;
+    rest.remove_prefix(cell.length);
+  }
+  while (!rest.empty() && firstCell(rest).columns == 0) rest.remove_prefix(firstCell(rest).length);
+  return std::string(front) + ".." + std::string(rest);
 }
 
 std::string grouped(int64_t number) {
