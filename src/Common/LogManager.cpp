@@ -8,6 +8,7 @@
 #include <ctime>
 #include <utility>
 
+#include "Common/SafeText.h"
 #include "QLMlib/common/nls/DateTimeFormat.h"
 #include "QLMlib/common/ut/LogFile.h"
 #include "QLMlib/common/ut/Trace.h"
@@ -23,22 +24,23 @@ constexpr int kNotOpened = 9;
 constexpr size_t kLongestInsert = 4604;
 constexpr const char* kEmptyInsert = "<NULL>";
 
-/// A text as a line of the log shows it: a line feed becomes a blank unless the job made a list of it, other
-/// control bytes, which a terminal would act upon, become "\\xNN". Names are bytes: all others stay as they
-/// are.
-std::string shownText(std::string_view text, bool keepLineFeeds) {
+/// A text as a line of the log shows it, cut in front of the character or escape that would make it longer
+/// than `limit`: a line feed becomes a blank unless the job made a list of it, what a terminal would act upon
+/// and what is no UTF-8 becomes "\\xNN". A backslash stays as it is: the log is searched for names.
+std::string shownText(std::string_view text, bool keepLineFeeds, size_t limit) {
   std::string shown;
-  shown.reserve(text.size());
-  char escaped[5];
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (c == '\n') {
+  shown.reserve(std::min(text.size(), limit));
+  while (!text.empty()) {
+    const size_t before = shown.size();
+    if (text.front() == '\n') {
       shown += keepLineFeeds ? '\n' : ' ';
-    } else if (byte < 0x20 || byte == 0x7F) {
-      std::snprintf(escaped, sizeof escaped, "\\x%02X", static_cast<unsigned>(byte));
-      shown += escaped;
+      text.remove_prefix(1);
     } else {
-      shown += c;
+      appendSafe(shown, text, Backslash::KEPT);
+    }
+    if (shown.size() > limit) {
+      shown.resize(before);
+      break;
     }
   }
   return shown;
@@ -50,8 +52,7 @@ void shapeTextInserts(MessageInserts& inserts, bool keepLineFeeds) {
     auto* text = std::get_if<std::string>(&insert);
     if (text == nullptr) continue;
     if (text->empty()) *text = kEmptyInsert;
-    if (text->size() > kLongestInsert) text->resize(kLongestInsert);
-    *text = shownText(*text, keepLineFeeds);
+    *text = shownText(*text, keepLineFeeds, kLongestInsert);
   }
 }
 

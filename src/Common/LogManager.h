@@ -25,8 +25,9 @@ class LogManager {
   /// Replaces the log's path.
   void setLogName(std::string logName);
 
-  /// Logs message `number`. Text inserts are cut to 4604 bytes, an empty one shows as "<NULL>"; line feeds in
-  /// text inserts become blanks. A message that no catalog holds logs nothing.
+  /// Logs message `number`. In text inserts line feeds become blanks, and what a terminal would act upon or
+  /// is no UTF-8 becomes "\\xNN"; what is written of each is cut to 4604 bytes, between characters. An empty
+  /// one shows as "<NULL>". A message that no catalog holds logs nothing.
   void logMessage(uint32_t number, std::string_view identifier, MessageInserts inserts = {});
 
   /// The same with a text of several lines as its only insert, which keeps its line feeds.
