@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "Common/SafeText.h"
 #include "Common/ScanVOXTags.h"
 #include "Probe/Filesystem.h"
 
@@ -99,6 +100,26 @@ bool isPartOfRecord(const std::string& tag) {
          tag == ScanVOXTags::FTP || tag == ScanVOXTags::MDS;
 }
 
+/// As it is but for characters that a terminal acts upon, which JSON may escape.
+void printLine(std::ostream& out, const Json& line) {
+  const std::string text = line.dump(-1, ' ', false, Json::error_handler_t::replace);
+  std::string shown;
+  shown.reserve(text.size() + 1);
+  for (std::string_view rest = text; !rest.empty();) {
+    size_t length = harmlessLength(rest);
+    if (length > 0) {
+      shown += rest.substr(0, length);
+    } else {
+      do ++length;
+      while (length < rest.size() && (rest[length] & 0xC0) == 0x80);
+      const std::string quoted = Json(rest.substr(0, length)).dump(-1, ' ', true);
+      shown += std::string_view(quoted).substr(1, quoted.size() - 2);
+    }
+    rest.remove_prefix(length);
+  }
+  out << shown << '\n';
+}
+
 void printRecord(std::ostream& out, const ResultNode& node, const Context& context) {
   if (!node.rows.empty()) {
     Json line;
@@ -117,7 +138,7 @@ void printRecord(std::ostream& out, const ResultNode& node, const Context& conte
         line[part.tag] = fieldsOf(part, part.rows[0]);
       }
     }
-    out << line.dump(-1, ' ', false, Json::error_handler_t::replace) << '\n';
+    printLine(out, line);
   }
   for (const ResultNode& child : node.children) {
     if (!isPartOfRecord(child.tag)) printRecord(out, child, context);
@@ -130,9 +151,12 @@ Json nameOf(const ResultNode& node, const char* id, const char* name) {
 
 }  // namespace
 
-void printJson(std::ostream& out, const std::vector<ResultNode>& nodes) {
+void printJson(std::ostream& out, const ResultFile& result) {
+  if (result.fault) {
+    printLine(out, {{"class", "NotWhole"}, {"line", result.fault->line}, {"reason", result.fault->reason}});
+  }
   Context context;
-  for (const ResultNode& node : nodes) {
+  for (const ResultNode& node : result.nodes) {
     if (node.tag == ScanVOXTags::FILESYSTEM) {
       context = {};
       context.filesystem = {{"id", node.number(Filesystem::FILESYSTEM_ID)},

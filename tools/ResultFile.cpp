@@ -1,40 +1,230 @@
 #include "ResultFile.h"
 
-#include <optional>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <iterator>
+#include <unordered_map>
 #include <utility>
 
 #include "Common/ParserAPI.h"
 #include "Common/ScanVOXTags.h"
-#include "Common/VOXParserException.h"
+#include "Common/unix/LineReader.h"
+#include "Scan/statistics/CuStatDef.h"
 
 namespace agent::tools {
 
 namespace {
 
 // Result files nest six deep; what nests deeper is none.
-constexpr int DEEPEST_NODE = 32;
+constexpr size_t DEEPEST_NODE = 32;
 
-/// The class whose columns a node has. Owners and groups inside other records share those of UserOrGroup, and
-/// ResultsByFS has none.
+constexpr const char* FIRST_LINE = "\"[Header]\", with which every result begins";
+
+LineReader opened(const std::string& fileName) {
+  // Without O_NONBLOCK a pipe in the file's place would keep us waiting.
+  FileDescriptor file = openFile(fileName.c_str(), O_RDONLY | O_NONBLOCK);
+  struct stat status = {};
+  if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
+    throw ResultFileError("it can't be opened, or is no file");
+  }
+  return LineReader(std::move(file));
+}
+
+std::string_view trimmed(std::string_view line) {
+  constexpr std::string_view BLANKS = "\t\n\r\f ";
+  const size_t first = line.find_first_not_of(BLANKS);
+  if (first == std::string_view::npos) return {};
+  return line.substr(first, line.find_last_not_of(BLANKS) - first + 1);
+}
+
+bool isNameCharacter(char c) {
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
+}
+
+struct Tag {
+  bool closes;
+  std::string name;
+};
+
+/// Nothing for a row: its cells are quoted, so it never begins like a tag.
+std::optional<Tag> tagOf(std::string_view line) {
+  if (line.size() < 4 || line.front() != '[' || line.back() != ']') return std::nullopt;
+  const bool closes = line[1] == '/';
+  const std::string_view name = line.substr(closes ? 2 : 1, line.size() - (closes ? 3 : 2));
+  const std::string_view tag = closes ? name : name.substr(0, name.find(','));  // a qualifier stands behind
+  if (tag.empty() || !std::all_of(tag.begin(), tag.end(), isNameCharacter)) return std::nullopt;
+  return Tag{closes, std::string(tag)};
+}
+
+std::string openTag(const std::string& name) {
+  return "\"[" + name + "]\"";
+}
+std::string closeTag(const std::string& name) {
+  return "\"[/" + name + "]\"";
+}
+
+/// The class whose columns a node has. Owners and groups inside other records share those of UserOrGroup.
 std::string columnsClass(const std::string& tag) {
   if (tag == ScanVOXTags::UG_USER || tag == ScanVOXTags::UG_GROUP) return ScanVOXTags::UG_USER_GROUP;
   return tag;
 }
 
-ResultNode readNode(ParserAPI& parser, ParserAPI::Entity entity, int depth) {
-  if (depth > DEEPEST_NODE) throw ResultFileError("its nodes are nested too deep for a result file");
+/// Goes through a file once, line by line. The job writes exactly one spelling of each thing, so whatever
+/// else stands there is a fault: what ParserAPI passes over in a definition would here be a loss without a
+/// word.
+class Reader {
+ public:
+  explicit Reader(const std::string& fileName) : lines_(opened(fileName)) {}
+
+  ResultFile read();
+
+ private:
+  void readHeaderBlock();
+  void readBody();
+  void open(const std::string& name);
+  void row(std::string_view line);
+  void close(const std::string& name);
+  void requireRow() const;
+  void leave();
+  bool isSound(const ResultNode& node) const;
+  std::optional<std::string_view> nextLine();
+  [[noreturn]] void expected(const std::string& what) const;
+
+  LineReader lines_;
+  int64_t line_ = 0;  // the one that was read last, or tried
+  bool atEnd_ = false;
+  std::unordered_map<std::string, Row> columns_;  // of each class; none for those that have no rows
+  std::vector<ResultNode> open_;                  // from the outermost to the innermost
+  bool resultSeen_ = false;
+  ResultFile result_;
+};
+
+ResultFile Reader::read() {
+  try {
+    readHeaderBlock();
+    readBody();
+  } catch (const ResultFault& fault) {
+    result_.fault = fault;
+    while (!open_.empty()) {
+      if (isSound(open_.back())) {
+        leave();
+      } else {
+        open_.pop_back();
+      }
+    }
+  }
+  return std::move(result_);
+}
+
+void Reader::readHeaderBlock() {
+  if (nextLine() != ParserAPI::OPEN_HEADER) expected(FIRST_LINE);
+  std::string className;
+  while (const auto line = nextLine()) {
+    if (*line == ParserAPI::CLOSE_HEADER) return;
+    if (std::optional<Tag> tag = tagOf(*line)) {
+      className = std::move(tag->name);
+      columns_.try_emplace(className);
+    } else {
+      columns_[className] = ParserAPI::splitLine(*line);
+    }
+  }
+  expected(closeTag("Header"));
+}
+
+void Reader::readBody() {
+  while (const auto line = nextLine()) {
+    if (const std::optional<Tag> tag = tagOf(*line)) {
+      tag->closes ? close(tag->name) : open(tag->name);
+    } else {
+      row(*line);
+    }
+  }
+  if (!open_.empty()) expected(closeTag(open_.back().tag));
+  if (!resultSeen_) expected(openTag(ScanVOXTags::AS));
+}
+
+void Reader::open(const std::string& name) {
+  if (open_.empty()) {
+    if (name != ScanVOXTags::AS) expected(openTag(ScanVOXTags::AS));
+    resultSeen_ = true;
+  } else {
+    requireRow();
+  }
+  if (open_.size() >= DEEPEST_NODE) expected("an end: nodes of a result aren't nested that deep");
+  const auto columns = columns_.find(columnsClass(name));
+  if (columns == columns_.end()) expected("a class that the header block names");
   ResultNode node;
-  node.tag = entity.name;
-  node.rows = parser.getEntityData(entity);
-  if (!node.rows.empty()) {
-    ParserAPI::Entity named = entity;
-    named.name = columnsClass(entity.name);
-    node.columns = parser.getEntityHeader(named);
+  node.tag = name;
+  node.columns = columns->second;
+  open_.push_back(std::move(node));
+}
+
+void Reader::row(std::string_view line) {
+  if (open_.empty()) expected(resultSeen_ ? "the end of the file" : openTag(ScanVOXTags::AS));
+  ResultNode& node = open_.back();
+  if (node.tag == ScanVOXTags::AS) expected("a node: what has a row here is a definition, no result");
+  if (node.columns.empty() || !node.children.empty()) expected(closeTag(node.tag) + " or a node");
+  if (std::count(line.begin(), line.end(), '"') % 2 != 0) expected("the quote that ends a cell");
+  Row cells = ParserAPI::splitLine(line);
+  if (cells.size() != node.columns.size()) {
+    expected("a row of " + std::to_string(node.columns.size()) + " cells, not of " +
+             std::to_string(cells.size()));
   }
-  for (ParserAPI::Entity& child : parser.getEntityChildren(entity)) {
-    node.children.push_back(readNode(parser, std::move(child), depth + 1));
+  node.rows.push_back(std::move(cells));
+}
+
+void Reader::close(const std::string& name) {
+  if (open_.empty()) expected(resultSeen_ ? "the end of the file" : openTag(ScanVOXTags::AS));
+  if (name != open_.back().tag) expected(closeTag(open_.back().tag));
+  requireRow();
+  leave();
+}
+
+void Reader::requireRow() const {
+  const ResultNode& node = open_.back();
+  if (node.tag == ScanVOXTags::AS || node.columns.empty() || !node.rows.empty()) return;
+  expected("a row of " + std::to_string(node.columns.size()) + " cells");
+}
+
+/// Gives the innermost node to the one around it.
+void Reader::leave() {
+  ResultNode node = std::move(open_.back());
+  open_.pop_back();
+  if (!open_.empty()) {
+    open_.back().children.push_back(std::move(node));
+  } else {
+    std::move(node.children.begin(), node.children.end(), std::back_inserter(result_.nodes));
   }
-  return node;
+}
+
+/// Whether a node that the fault leaves open, the innermost, says something by itself.
+bool Reader::isSound(const ResultNode& node) const {
+  if (node.tag == ScanVOXTags::AS) return true;
+  if (!node.columns.empty()) return !node.rows.empty();
+  // Results stand in front of what they are about. Those of a file system are known by their place.
+  const bool ofDirectory = open_.size() > 1 && open_[open_.size() - 2].number(ScanVOXTags::SD_TYPE) ==
+                                                   CuStatDef::DIRECTORY_STATISTIC;
+  return !ofDirectory || node.child(ScanVOXTags::SM) != nullptr;
+}
+
+/// The next line that isn't empty; nothing at the end of the file. A line without its end counts as cut.
+std::optional<std::string_view> Reader::nextLine() {
+  for (;;) {
+    const int64_t begin = lines_.position();
+    const auto line = lines_.next();
+    if (!line && lines_.failed()) throw ResultFileError("it can't be read");
+    ++line_;
+    atEnd_ = !line || lines_.position() - begin == static_cast<int64_t>(line->size());
+    if (!line) return std::nullopt;
+    if (atEnd_) expected(line_ == 1 ? FIRST_LINE : "the rest of this line");
+    if (const std::string_view text = trimmed(*line); !text.empty()) return text;
+  }
+}
+
+void Reader::expected(const std::string& what) const {
+  throw ResultFault{line_, "expected " + what + (atEnd_ ? ", but the file ends here" : "")};
 }
 
 }  // namespace
@@ -78,30 +268,8 @@ std::vector<const ResultNode*> ResultNode::childrenOf(std::string_view childTag)
   return found;
 }
 
-std::vector<ResultNode> readResultFile(const std::string& fileName) {
-  try {
-    ParserAPI parser(fileName);
-    std::vector<ResultNode> nodes;
-    bool found = false;
-    std::optional<ParserAPI::Entity> entity;
-    while ((entity = parser.findNextEntity(entity))) {
-      if (entity->name != ScanVOXTags::AS) continue;
-      found = true;
-      for (ResultNode& child : readNode(parser, *entity, 0).children) nodes.push_back(std::move(child));
-    }
-    if (!found) throw ResultFileError("it holds no result (no \"AgentScan\" node)");
-    return nodes;
-  } catch (const VOXParserException& exception) {
-    // The parser speaks of definitions, which have the same grammar.
-    switch (exception.getCode()) {
-      case VOXParserException::NOT_OPENED:
-        throw ResultFileError("it can't be opened, or is no file");
-      case VOXParserException::CLASS_NOT_IN_HEADER:
-        throw ResultFileError("its header block doesn't name the columns of all its records");
-      default:
-        throw ResultFileError("it can't be read");
-    }
-  }
+ResultFile readResultFile(const std::string& fileName) {
+  return Reader(fileName).read();
 }
 
 }  // namespace agent::tools

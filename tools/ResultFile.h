@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -10,7 +11,7 @@
 
 namespace agent::tools {
 
-/// A result file that can't be read; what() says why, for people.
+/// A file that can't be read at all; what() says why, for people.
 class ResultFileError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -35,8 +36,26 @@ struct ResultNode {
   std::vector<const ResultNode*> childrenOf(std::string_view childTag) const;
 };
 
-/// Everything that stands in one result file below its "AgentScan" nodes, in file order.
-/// @throws ResultFileError when the file can't be read or holds no result
-std::vector<ResultNode> readResultFile(const std::string& fileName);
+/// The first place at which a file isn't what the job writes: cut off, damaged, or never a result.
+struct ResultFault {
+  int64_t line = 0;    ///< counted from 1
+  std::string reason;  ///< what was expected there and what stands there, for people
+
+  /// "line 12: expected ..."
+  std::string text() const { return "line " + std::to_string(line) + ": " + reason; }
+};
+
+/// One result file as far as it is sound.
+struct ResultFile {
+  /// What stands below its "AgentScan" nodes, in file order and in front of the fault. Of the nodes that the
+  /// fault leaves open those are kept that have their row; what was found in a monitored directory is left
+  /// out when the file doesn't get as far as to say in which.
+  std::vector<ResultNode> nodes;
+  std::optional<ResultFault> fault;  ///< none: the file is whole
+};
+
+/// Reads a result file up to its end or its first fault.
+/// @throws ResultFileError when it can't be opened or read
+ResultFile readResultFile(const std::string& fileName);
 
 }  // namespace agent::tools

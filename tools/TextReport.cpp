@@ -77,7 +77,9 @@ std::string TextReport::shown(const ResultNode& node, size_t width) const {
   return path.empty() ? "." : fit(safeText(path), width);
 }
 
-void TextReport::print(const std::vector<ResultNode>& nodes) {
+void TextReport::print(const ResultFile& result) {
+  const std::vector<ResultNode>& nodes = result.nodes;
+  if (result.fault) warning(*result.fault);
   int64_t monitored = 0;
   for (size_t i = 0; i < nodes.size(); ++i) {
     const ResultNode& node = nodes[i];
@@ -95,6 +97,11 @@ void TextReport::print(const std::vector<ResultNode>& nodes) {
     }
   }
   if (nodes.empty()) out_ << "The result is empty: no file system was scanned.\n";
+}
+
+void TextReport::warning(const ResultFault& fault) {
+  title("WARNING: this result is not whole. Shown is what stands in front of its fault.");
+  out_ << "  " << fit(safeText(fault.text(), Backslash::KEPT), WIDTH - 2) << "\n\n";
 }
 
 void TextReport::filesystem(const ResultNode& node) {

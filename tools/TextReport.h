@@ -17,7 +17,8 @@ class TextReport {
   /// @param rows how many lines of each list are shown
   TextReport(std::ostream& out, bool color, size_t rows = 10) : out_(out), color_(color), rows_(rows) {}
 
-  void print(const std::vector<ResultNode>& nodes);
+  /// What is sound of a result, with a warning on top where that isn't all.
+  void print(const ResultFile& result);
 
  private:
   /// One of a statistic's lists of files, and what is shown of each beside size and path.
@@ -28,6 +29,7 @@ class TextReport {
     bool owner;
   };
 
+  void warning(const ResultFault& fault);
   void filesystem(const ResultNode& node);
   void statistic(const ResultNode& definition);
   void directoryTotals(const ResultNode& directory, const ResultNode& node);

@@ -5,6 +5,7 @@
 #include <map>
 #include <nlohmann/json.hpp>
 
+#include "Common/SafeText.h"
 #include "system/Reports.h"
 #include "system/ResultFile.h"
 #include "system/SystemTest.h"
@@ -18,12 +19,6 @@ Outcome report(std::vector<std::string> arguments) {
   launch.program = SCANREPORT_PROGRAM;
   launch.arguments = std::move(arguments);
   return run(launch);
-}
-
-/// Columns that a line takes: one for each code point.
-size_t columns(const std::string& line) {
-  return static_cast<size_t>(
-      std::count_if(line.begin(), line.end(), [](char byte) { return (byte & 0xC0) != 0x80; }));
 }
 
 bool isControl(char byte) {
@@ -46,7 +41,7 @@ void expectGoodReports(const std::string& resultFile) {
   EXPECT_EQ(text.err, "");
   EXPECT_NO_THROW(nlohmann::json(text.out).dump()) << "the report is no UTF-8";
   for (const std::string& line : linesOf(text.out)) {
-    EXPECT_LE(columns(line), 80U) << line;
+    EXPECT_LE(displayWidth(line), 80U) << line;
     EXPECT_TRUE(std::none_of(line.begin(), line.end(), isControl)) << line;
   }
 
@@ -67,49 +62,4 @@ void expectGoodReports(const std::string& resultFile) {
   }
 }
 
-namespace {
-
-TEST(ReportsTest, FilesThatAreNoResultsAreToldFromThoseThatAre) {
-  const TemporaryDirectory directory;
-  const std::string header = "[Header]\n[SSummary]\nsumFileCount\n[/Header]\n";
-  struct Case {
-    const char* comment;
-    std::string file;
-    std::string reason;
-  };
-  for (const Case& c : {
-           Case{"missing", directory / "missing", ""},
-           Case{"a directory", directory.path(), ""},
-           Case{"empty", directory.file("empty"), "it holds no result (no \"AgentScan\" node)"},
-           Case{"bytes", directory.file("bytes", std::string(5000, '\xff')),
-                "it holds no result (no \"AgentScan\" node)"},
-           Case{"a header block alone", directory.file("header", header),
-                "it holds no result (no \"AgentScan\" node)"},
-       }) {
-    for (const std::vector<std::string>& arguments : {std::vector<std::string>{c.file}, {"--json", c.file}}) {
-      const Outcome outcome = report(arguments);
-      EXPECT_EQ(outcome.status, 1) << c.comment;
-      EXPECT_EQ(outcome.out, "") << c.comment;
-      EXPECT_THAT(outcome.err, ::testing::AllOf(::testing::StartsWith("scanreport: \"" + c.file +
-                                                                      "\" can't be shown: " + c.reason),
-                                                ::testing::EndsWith("\n")))
-          << c.comment;
-    }
-  }
-}
-
-TEST(ReportsTest, AResultCutAnywhereEndsInAReportOrAnError) {
-  const TemporaryDirectory directory;
-  const std::string whole = content(SYSTEM_TEST_EXPECTED "/two_file_systems.dat");
-  for (size_t i = 0; i < 80; ++i) {
-    const std::string cut = directory.file("cut", whole.substr(0, whole.size() * i / 80));
-    for (const std::vector<std::string>& arguments : {std::vector<std::string>{cut}, {"--json", cut}}) {
-      const Outcome outcome = report(arguments);
-      EXPECT_TRUE(outcome.status == 0 || outcome.status == 1) << i << " signal " << outcome.signal;
-      EXPECT_EQ(outcome.status == 1, !outcome.err.empty()) << i;
-    }
-  }
-}
-
-}  // namespace
 }  // namespace agent::test
