@@ -43,6 +43,31 @@ std::string displayName(const ResultNode& definition) {
   return safeText(creator.empty() ? name : creator + "." + name);
 }
 
+/// A list as it is shown: the largest first, equal ones in the order of the file.
+/// @param sizeOf what counts, of one node
+template <typename SizeOf>
+std::vector<const ResultNode*> largestFirst(const std::vector<const ResultNode*>& nodes, SizeOf sizeOf) {
+  std::vector<std::pair<int64_t, const ResultNode*>> bySize;
+  bySize.reserve(nodes.size());
+  for (const ResultNode* node : nodes) bySize.emplace_back(sizeOf(*node), node);
+  std::stable_sort(bySize.begin(), bySize.end(),
+                   [](const auto& a, const auto& b) { return a.first > b.first; });
+  std::vector<const ResultNode*> sorted;
+  sorted.reserve(nodes.size());
+  for (const auto& [size, node] : bySize) sorted.push_back(node);
+  return sorted;
+}
+
+std::vector<const ResultNode*> largestFirst(const std::vector<const ResultNode*>& nodes, const char* column) {
+  return largestFirst(nodes, [column](const ResultNode& node) { return node.number(column); });
+}
+
+/// What was counted in a monitored directory.
+int64_t totalSize(const ResultNode& byFS) {
+  const ResultNode* const totals = byFS.child(ScanVOXTags::SR)->child(ScanVOXTags::SUM);
+  return totals != nullptr ? totals->number(ScanVOXTags::SUM_TOTAL_SIZE) : 0;
+}
+
 int64_t sum(const std::vector<int64_t>& numbers) {
   uint64_t total = 0;
   for (const int64_t number : numbers) total += static_cast<uint64_t>(number);
@@ -127,26 +152,44 @@ void TextReport::filesystem(const ResultNode& node) {
 }
 
 void TextReport::statistic(const ResultNode& definition) {
-  bool inTable = false;
+  std::vector<const ResultNode*> directories;
   for (const ResultNode* byFS : definition.childrenOf(ScanVOXTags::RESULTS_BY_FS)) {
     const ResultNode* found = byFS->child(ScanVOXTags::SR);
     if (found == nullptr) continue;
-    const ResultNode* directory = byFS->child(ScanVOXTags::SM);
-    // Of many monitored directories with nothing but totals, each is one line.
-    const bool totalsAlone = found->children.size() == 1 && found->children[0].tag == ScanVOXTags::SUM;
+    if (byFS->child(ScanVOXTags::SM) != nullptr) {
+      directories.push_back(byFS);
+      continue;
+    }
+    out_ << '\n';
+    title("-- " + fit(displayName(definition), WIDTH - 3));
+    results(*found);
+  }
+  ofDirectories(definition, directories);
+}
+
+void TextReport::ofDirectories(const ResultNode& definition, std::vector<const ResultNode*> all) {
+  all = largestFirst(all, totalSize);
+  bool inTable = false;
+  for (size_t i = 0; i < all.size() && i < rows_; ++i) {
+    const ResultNode& directory = *all[i]->child(ScanVOXTags::SM);
+    const ResultNode& found = *all[i]->child(ScanVOXTags::SR);
+    // Of many directories with nothing but totals, each is one line.
+    const bool totalsAlone = found.children.size() == 1 && found.children[0].tag == ScanVOXTags::SUM;
     if (!inTable || !totalsAlone) {
       std::string heading = displayName(definition);
-      if (directory != nullptr && !totalsAlone) heading += "  in " + shown(*directory, WIDTH);
+      if (!totalsAlone) heading += "  in " + shown(directory, WIDTH);
       out_ << '\n';
       title("-- " + fit(heading, WIDTH - 3));
     }
-    inTable = directory != nullptr && totalsAlone;
+    inTable = totalsAlone;
     if (inTable) {
-      directoryTotals(*directory, found->children[0]);
+      directoryTotals(directory, found.children[0]);
     } else {
-      results(*found);
+      results(found);
     }
   }
+  if (!inTable && all.size() > rows_) out_ << '\n';
+  more(all.size());
 }
 
 void TextReport::directoryTotals(const ResultNode& directory, const ResultNode& node) {
@@ -160,11 +203,11 @@ void TextReport::results(const ResultNode& node) {
   owners(node);
   if (const ResultNode* found = node.child(ScanVOXTags::SZD)) sizes(*found);
   for (const ResultNode* times : node.childrenOf(ScanVOXTags::TD)) ages(*times);
-  directories(node.childrenOf(ScanVOXTags::DIR));
+  directories(largestFirst(node.childrenOf(ScanVOXTags::DIR), ScanVOXTags::DIR_TOTAL_SIZE));
 
   constexpr FileList LISTS[] = {
       {SFile::LARGEST, "Largest files", false, true},
-      {SFile::LEAST_ACCESSED, "Files least recently used", true, false},
+      {SFile::LEAST_ACCESSED, "Files least recently used", true, true},
       {SFile::OLDEST_NOT_BACKED_UP, "Oldest files that want a backup", true, false},
       {SFile::LARGEST_ORPHAN, "Largest files whose owner is gone, with the owner's number", false, true},
       {SFile::OLDEST_ORPHAN, "Least recently used files whose owner is gone, with the number", true, true}};
@@ -173,9 +216,11 @@ void TextReport::results(const ResultNode& node) {
     for (const ResultNode* file : node.childrenOf(ScanVOXTags::SFILE)) {
       if (file->number(ScanVOXTags::SFILE_STAT_TYPE) == list.type) ofList.push_back(file);
     }
-    files(list, ofList);
+    files(list, largestFirst(ofList, [&list](const ResultNode& file) {
+            return list.age ? -file.number(ScanVOXTags::FA_ACCESSED) : file.number(ScanVOXTags::FA_BLOCKS);
+          }));
   }
-  fileTypes(node.childrenOf(ScanVOXTags::FTP_SUMM));
+  fileTypes(largestFirst(node.childrenOf(ScanVOXTags::FTP_SUMM), ScanVOXTags::FTP_SUMM_SPACE_USED));
 }
 
 void TextReport::summary(const ResultNode& node) {
@@ -201,18 +246,18 @@ void TextReport::owners(const ResultNode& results) {
 
 void TextReport::totals(const char* heading, const std::vector<const ResultNode*>& nodes) {
   if (nodes.empty()) return;
-  std::vector<std::pair<int64_t, const ResultNode*>> bySize;
-  for (const ResultNode* node : nodes) bySize.emplace_back(node->number(ScanVOXTags::SUG_TOTAL_SIZE), node);
-  std::stable_sort(bySize.begin(), bySize.end(),
-                   [](const auto& a, const auto& b) { return a.first > b.first; });
+  const auto bySize = largestFirst(nodes, ScanVOXTags::SUG_TOTAL_SIZE);
+  const int64_t largest = bySize.front()->number(ScanVOXTags::SUG_TOTAL_SIZE);
   section(std::string(heading) + " with the most space");
   for (size_t i = 0; i < bySize.size() && i < rows_; ++i) {
-    const ResultNode* identity = bySize[i].second->child(ScanVOXTags::UG_USER_GROUP);
+    const ResultNode& node = *bySize[i];
+    const ResultNode* identity = node.child(ScanVOXTags::UG_USER_GROUP);
+    const int64_t space = node.number(ScanVOXTags::SUG_TOTAL_SIZE);
     std::string name = identity != nullptr ? safeText(identity->text(ScanVOXTags::UG_NAME)) : "?";
     if (identity != nullptr && identity->flag(ScanVOXTags::UG_REMOVED)) name += " (gone)";
-    out_ << "  " << padRight(fit(name, LABEL), LABEL) << padLeft(humanBlocks(bySize[i].first), SIZE)
-         << padLeft(grouped(bySize[i].second->number(ScanVOXTags::SUG_FILE_CNT)), COUNT) << " files  "
-         << bar(bySize[i].first, bySize.front().first, BAR) << '\n';
+    out_ << "  " << padRight(fit(name, LABEL), LABEL) << padLeft(humanBlocks(space), SIZE)
+         << padLeft(grouped(node.number(ScanVOXTags::SUG_FILE_CNT)), COUNT) << " files  "
+         << bar(space, largest, BAR) << '\n';
   }
   more(bySize.size());
 }

@@ -32,6 +32,7 @@ class TextReport {
   void warning(const ResultFault& fault);
   void filesystem(const ResultNode& node);
   void statistic(const ResultNode& definition);
+  void ofDirectories(const ResultNode& definition, std::vector<const ResultNode*> all);
   void directoryTotals(const ResultNode& directory, const ResultNode& node);
   void results(const ResultNode& node);
   void summary(const ResultNode& node);

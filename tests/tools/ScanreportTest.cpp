@@ -13,6 +13,13 @@
 namespace agent::test {
 namespace {
 
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Matcher;
+using ::testing::Not;
+using ::testing::StartsWith;
+
 /// scanreport in this process.
 struct Report {
   explicit Report(const std::vector<std::string>& arguments) {
@@ -26,89 +33,100 @@ struct Report {
   std::string err;
 };
 
-TEST(ScanreportTest, FilesThatAreNoResultsAreToldFromThoseThatAre) {
-  const TemporaryDirectory directory;
-  const std::string header = "[Header]\n[AgentScan]\nasJobName\n[/Header]\n";
-  struct Case {
-    std::string file;
-    std::string reason;
-  };
-  for (const Case& c : {
-           Case{directory / "missing", "it can't be opened, or is no file"},
-           Case{directory.path(), "it can't be opened, or is no file"},
-           Case{directory.file("empty"),
-                "line 1: expected \"[Header]\", with which every result begins, but the file ends here"},
-           Case{directory.file("bytes", "\x1B\n"),
-                "line 1: expected \"[Header]\", with which every result begins"},
-           Case{directory.file("header", header), "line 5: expected \"[AgentScan]\", but the file ends here"},
-           Case{directory.file("definition", header + "[AgentScan]\n\"daily\"\n"),
-                "line 6: expected a node: what has a row here is a definition, no result"},
-       }) {
-    for (const std::string option : {"--rows=7", "--json"}) {
-      const Report shown({option, c.file});
-      EXPECT_EQ(shown.status, 1);
-      EXPECT_EQ(shown.out, "");
-      EXPECT_EQ(shown.err, "scanreport: \"" + c.file + "\" can't be shown: " + c.reason + "\n");
-    }
-  }
-  const Report unknown({"-\x1Bx"});
-  EXPECT_EQ(unknown.status, 2);
-  EXPECT_THAT(unknown.err, ::testing::StartsWith("scanreport: unknown option \"-\\x1Bx\"\nusage: "));
-  EXPECT_THAT(Report({"-h"}).out, ::testing::StartsWith("usage: "));
-}
-
 TEST(ScanreportTest, AResultCutAnywhereIsShownAsFarAsItGoesWithAWarning) {
   const TemporaryDirectory directory;
   const std::string whole = content(RESULTS "/two_file_systems.dat");
-  // At every byte where there is one file system, at every line where there are two.
   const std::string first = whole.substr(0, whole.find("[/CuStatDef]\n[Filesystem]") + 13) + "[/AgentScan]\n";
+  // At every byte where there is one file system, at every line where there are two.
   for (const std::string& text : {first, whole}) {
     const std::string file = directory.file("cut", text);
     ASSERT_EQ(Report({file}).status, 0);
     for (size_t size = text.size(); size-- > 0;) {
-      if (text[size] != '\n' && text.size() == whole.size()) continue;
+      if (text.size() == whole.size() && text[size] != '\n') continue;
       std::filesystem::resize_file(file, size);
       const auto fault = tools::readResultFile(file).fault;
       ASSERT_TRUE(fault) << size;
       ASSERT_EQ(fault->line, 1 + std::count(text.data(), text.data() + size, '\n')) << size;
-      if (text[size] != '\n') continue;
-      for (const auto& [option, warning] : {std::pair{"--rows=3", "WARNING: this result is not whole."},
-                                            {"--json", "{\"class\":\"NotWhole\","}}) {
+      if (text.size() != whole.size()) continue;
+      for (const auto& [option, warning] :
+           {std::pair{"--rows=3", "WARNING: this"}, {"--json", "{\"class\":\"NotWhole\","}}) {
         const Report shown({option, file});
         ASSERT_EQ(shown.status, 1) << size;
-        ASSERT_THAT(shown.err, ::testing::AllOf(::testing::StartsWith("scanreport: \"" + file + "\" "),
-                                                ::testing::EndsWith(": " + fault->text() + "\n")));
+        ASSERT_THAT(shown.err, EndsWith(": " + fault->text() + "\n"));
         ASSERT_TRUE(shown.out.empty() || shown.out.starts_with(warning)) << size;
       }
     }
   }
   // What was found in a monitored directory isn't shown as if it were the whole file system's.
   directory.file("cut", whole.substr(0, whole.rfind("[SMonDir]")));
-  EXPECT_THAT(Report({directory / "cut"}).out, ::testing::Not(::testing::HasSubstr("of directories")));
+  EXPECT_THAT(Report({directory / "cut"}).out, Not(HasSubstr("of directories")));
 }
 
-TEST(ScanreportTest, ADamagedResultIsToldWithTheLineAndWhatWasExpected) {
+TEST(ScanreportTest, WhatIsNoWholeResultIsToldWithTheLineAndWhatWasExpected) {
   const TemporaryDirectory directory;
   const std::string whole = content(RESULTS "/two_file_systems.dat");
-  struct Case {
-    std::string from, to;  ///< the first of these after the header block
-    std::string fault;
-  };
-  for (const Case& c : {
-           Case{"[SSummary]\n\"", "[SSummary]\n\"7\",\"", "expected a row of 11 cells, not of 12"},
-           Case{"\"\n[/SSummary]", "\n[/SSummary]", "expected the quote that ends a cell"},
-           Case{"[/SSummary]", "[/SFile]", "expected \"[/SSummary]\""},
-           Case{"[SSummary]\n\"", "[SSummary]\n[SSummary]\n\"", "expected a row of 11 cells"},
-           Case{"[SSummary]\n\"", "[SSumary]\n\"", "expected a class that the header block names"},
-           Case{"[/AgentScan]\n", "[/AgentScan]\n[/AgentScan]\n", "expected the end of the file"},
-       }) {
+  const std::string begin = "expected \"[Header]\", with which every result begins";
+  const std::string header = "[Header]\n[AgentScan]\nasJobName\n[/Header]\n";
+  // The first of these behind the header block.
+  const auto with = [&whole](const std::string& from, const std::string& to) {
     std::string damaged = whole;
-    damaged.replace(damaged.find(c.from, damaged.find("[/Header]")), c.from.size(), c.to);
-    const Report shown({directory.file("damaged", damaged)});
+    return damaged.replace(damaged.find(from, damaged.find("[/Header]")), from.size(), to);
+  };
+  for (const auto& [text, reason] : std::vector<std::pair<std::string, std::string>>{
+           {"", "line 1: " + begin + ", but the file ends here"},
+           {"\x1B\n", "line 1: " + begin},
+           {header, "line 5: expected \"[AgentScan]\", but the file ends here"},
+           {header + "[AgentScan]\n\"daily\"\n",
+            "line 6: expected a node: what has a row here is a definition, no result"},
+           {with("[SSummary]\n\"", "[SSummary]\n\"7\",\""), "line 63: expected a row of 11 cells, not of 12"},
+           {with("\"\n[/SSummary]", "\n[/SSummary]"), "line 63: expected the quote that ends a cell"},
+           {with("[/SSummary]", "[/SFile]"), "line 64: expected \"[/SSummary]\""},
+           {with("[SSummary]\n\"", "[SSummary]\n[SSummary]\n\""), "line 63: expected a row of 11 cells"},
+           {with("[SSummary]\n\"", "[SSumary]\n\""), "line 62: expected a class that the header block names"},
+           {whole + "[/AgentScan]\n", "line 301: expected the end of the file"},
+       }) {
+    const Report shown({directory.file("file", text)});
     EXPECT_EQ(shown.status, 1);
-    EXPECT_THAT(shown.err, ::testing::EndsWith(": " + c.fault + "\n"));
-    EXPECT_THAT(shown.out, ::testing::HasSubstr(": " + c.fault + "\n\n{two}"));
+    EXPECT_THAT(shown.err, EndsWith(": " + reason + "\n"));
+    EXPECT_THAT(shown.out, text.size() < 100 ? Matcher<std::string>(IsEmpty())
+                                             : HasSubstr("\n  " + reason + "\n\n{two}"));
   }
+  EXPECT_EQ(Report({directory.path()}).err,
+            "scanreport: \"" + directory.path() + "\" can't be shown: it can't be opened, or is no file\n");
+  EXPECT_THAT(Report({"-\x1Bx"}).err, StartsWith("scanreport: unknown option \"-\\x1Bx\"\nusage: "));
+  EXPECT_THAT(Report({"-h"}).out, StartsWith("usage: "));
+}
+
+TEST(ScanreportTest, ListsBeginWithTheLargestAndTellHowManyMoreThereAre) {
+  const TemporaryDirectory directory;
+  std::string text =
+      "[Header]\n[AgentScan]\nasJobName\n[CuStatDef]\nsdName,sdType\n[ResultsByFS]\n[CuStatResults]\nsrID\n"
+      "[SSummary]\nsumFileCount,sumTotalSize\n[SMonDir]\nfaName\n[SFile]\nfaName,faAccessed,faBlocks,"
+      "sfStatType\n[UserOrGroup]\nugName\n[/Header]\n[AgentScan]\n[CuStatDef]\n\"s\",\"0\"\n";
+  const auto add = [&text](const std::string& directoryName, int size, const std::string& files) {
+    text += "[ResultsByFS]\n[CuStatResults]\n\"1\"\n" + files + "[SSummary]\n\"1\",\"" +
+            std::to_string(size) + "\"\n[/SSummary]\n[/CuStatResults]\n[SMonDir]\n\"" + directoryName +
+            "\"\n[/SMonDir]\n[/ResultsByFS]\n";
+  };
+  std::string files;
+  for (const char* file : {"new\",\"-60000\",\"1", "old\",\"-7200000\",\"2", "mid\",\"-120000\",\"3"}) {
+    files += std::string("[SFile]\n\"") + file +
+             "\",\"1\"\n[UserOrGroupUser]\n\"anna\"\n[/UserOrGroupUser]\n[/SFile]\n";
+  }
+  add("small", 2, "");
+  add("files", 4, files);
+  add("\xE6\xAC\xA2\xE2\x80\xAE", 6, "");
+  const std::string file = directory.file("result", text + "[/CuStatDef]\n[/AgentScan]\n");
+
+  EXPECT_EQ(Report({"--rows", "2", file}).out,
+            "\n-- s\n    3.00 KiB            1 files  \xE6\xAC\xA2\\xE2\\x80\\xAE\n"
+            "\n-- s  in files\n  counted       1 files, 0 directories, 2.00 KiB allocated\n\n"
+            "Files least recently used\n"
+            "    1.00 KiB        2 hours  anna           old\n"
+            "    1.50 KiB          2 min  anna           mid\n"
+            "  .. and 1 more\n\n  .. and 1 more\n");
+  // In JSON the same character is spelled, not shown.
+  EXPECT_THAT(Report({"--json", file}).out, HasSubstr("\"\xE6\xAC\xA2\\u202e\""));
 }
 
 }  // namespace
