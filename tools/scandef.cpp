@@ -7,6 +7,7 @@
 #include <fstream>
 #include <iostream>
 
+#include "Common/SafeText.h"
 #include "scandef_definition.h"
 #include "scandef_language.h"
 #include "scandef_options.h"
@@ -23,10 +24,14 @@ int complain(const std::string& message, int code) {
   return code;
 }
 
-/// A word as a shell takes it.
+/// A word as a shell takes it; one that a terminal wouldn't show as it is with the escapes of $'...'.
 std::string shellWord(const std::string& word) {
-  std::string quoted = "'";
-  for (const char byte : word) quoted += byte == '\'' ? "'\\''" : std::string(1, byte);
+  const std::string shown = safeText(word);
+  const bool plain = safeText(word, Backslash::KEPT) == word;
+  std::string quoted = plain ? "'" : "$'";
+  for (const char byte : plain ? word : shown) {
+    quoted += byte != '\'' ? std::string(1, byte) : plain ? "'\\''" : "\\'";
+  }
   return quoted + "'";
 }
 
@@ -34,7 +39,7 @@ int writeFile(const std::string& path, const std::string& text) {
   std::ofstream file(path, std::ios::binary | std::ios::trunc);
   file << text;
   file.close();
-  if (!file) return complain("can't write the file '" + path + "'", NOT_WRITTEN);
+  if (!file) return complain("can't write the file " + shown(path), NOT_WRITTEN);
   return DONE;
 }
 
@@ -45,9 +50,10 @@ int writeForJob(const Request& request, const std::string& text) {
   std::error_code error;
   std::filesystem::create_directories(std::filesystem::path(path).parent_path(), error);
   if (const int code = writeFile(path, text); code != DONE) return code;
-  std::cout << "The definition was written to " << path << "\nStart the scan with\n  "
-            << shellWord(request.install + "/bin/scan") << " -scan -jobname " << shellWord(job)
-            << " -sidrunnumber " << request.sidRunNumber << " -jobrunnumber " << request.jobRunNumber;
+  std::cout << "The definition was written to " << safeText(path, Backslash::KEPT)
+            << "\nStart the scan with\n  " << shellWord(request.install + "/bin/scan") << " -scan -jobname "
+            << shellWord(job) << " -sidrunnumber " << request.sidRunNumber << " -jobrunnumber "
+            << request.jobRunNumber;
   if (!request.server.empty()) std::cout << " -servername " << shellWord(request.server);
   std::cout << "\n";
   return DONE;

@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "Common/SafeText.h"
 #include "Common/ScanVOXTags.h"
 #include "Probe/Filesystem.h"
 
@@ -112,7 +113,8 @@ class Text {
 
   static std::string quoted(const std::string& cell) {
     if (cell.find_first_of(std::string_view("\n\r\0", 3)) != std::string::npos) {
-      throw std::invalid_argument("the format can't hold a text with a line end in it: '" + cell + "'");
+      throw std::invalid_argument("the format can't hold a text with a line end in it: '" +
+                                  safeText(cell, Backslash::KEPT) + "'");
     }
     std::string text = "\"";
     for (const char byte : cell) text += byte == '"' ? "\"\"" : std::string(1, byte);

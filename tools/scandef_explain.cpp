@@ -3,6 +3,7 @@
 #include <utility>
 #include <vector>
 
+#include "Common/SafeText.h"
 #include "Scan/selection/Selection.h"
 #include "Scan/selection/pathmatch.h"
 #include "scandef_language.h"
@@ -25,44 +26,11 @@ struct Explained {
   std::string comparedValue = {};
 };
 
-size_t utf8Length(std::string_view text) {
-  const auto byte = [text](size_t place) { return static_cast<unsigned char>(text[place]); };
-  const unsigned char lead = byte(0);
-  const size_t length = lead >= 0xF0 && lead < 0xF5 ? 4 : lead >= 0xE0 ? 3 : lead >= 0xC2 ? 2 : 0;
-  if (length == 0 || lead >= 0xF5 || text.size() < length) return 0;
-  for (size_t place = 1; place < length; ++place) {
-    if ((byte(place) & 0xC0) != 0x80) return 0;
-  }
-  // Long forms, surrogates, beyond the last character, and control characters.
-  if ((lead == 0xE0 && byte(1) < 0xA0) || (lead == 0xED && byte(1) > 0x9F) ||
-      (lead == 0xF0 && byte(1) < 0x90) || (lead == 0xF4 && byte(1) > 0x8F) ||
-      (lead == 0xC2 && byte(1) < 0xA0)) {
-    return 0;
-  }
-  return length;
-}
-
 std::string quoted(std::string_view value) {
   std::string text = "'";
   while (!value.empty()) {
-    const char byte = value.front();
-    size_t length = 1;
-    if (byte == '\'') {
-      text += "''";
-    } else if (byte == '\\') {
-      text += "\\\\";
-    } else if (byte >= ' ' && byte < '\x7F') {
-      text += byte;
-    } else if (const size_t character = utf8Length(value); character > 0) {
-      length = character;
-      text += value.substr(0, length);
-    } else {
-      std::array<char, 5> escape{};
-      std::snprintf(escape.data(), escape.size(), "\\x%02X",
-                    static_cast<unsigned int>(static_cast<unsigned char>(byte)));
-      text += escape.data();
-    }
-    value.remove_prefix(length);
+    if (value.front() == '\'') text += '\'';  // doubled
+    appendSafe(text, value, Backslash::DOUBLED);
   }
   return text + "'";
 }

@@ -380,8 +380,14 @@ size_t Compiler::parseSizeUnit() {
     if (place == std::string_view::npos) expected("K, M, G or T");
     unit = place + 1;
     ++position_;
+    skipBlanks();
+    return unit;
   }
   skipBlanks();
+  const std::string word = peekWord();
+  if (word.size() == 1 && SIZE_UNITS.find(static_cast<char>(word[0] & ~0x20)) != std::string_view::npos) {
+    fail(position_, "a unit is joined to its number, as in 10M");
+  }
   return unit;
 }
 

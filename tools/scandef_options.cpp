@@ -6,6 +6,7 @@
 #include <limits>
 #include <map>
 
+#include "Common/SafeText.h"
 #include "Common/ScanVOXTags.h"
 #include "scandef_language.h"
 
@@ -20,7 +21,7 @@ int32_t number(const std::string& option, const std::string& value, int32_t lowe
   const char* const end = value.data() + value.size();
   const auto [stop, error] = std::from_chars(value.data(), end, result);
   if (error != std::errc() || stop != end || result < lowest || result > highest) {
-    throw UsageError(option + ": '" + value + "' is no number from " + std::to_string(lowest) + " to " +
+    throw UsageError(option + ": " + shown(value) + " is no number from " + std::to_string(lowest) + " to " +
                      std::to_string(highest));
   }
   return result;
@@ -54,7 +55,7 @@ int16_t filesystemType(const std::string& option, const std::string& value) {
     if (value == name) return type;
     names += " " + std::string(name);
   }
-  throw UsageError(option + ": '" + value + "' is none of" + names);
+  throw UsageError(option + ": " + shown(value) + " is none of" + names);
 }
 
 class Parser {
@@ -88,7 +89,7 @@ Parser::Parser() {
       request_.subject = value;
     };
   };
-  alone_["--help"] = action(Request::Action::HELP);
+  alone_["--help"] = alone_["-h"] = action(Request::Action::HELP);
   withValue_["--explain"] = action(Request::Action::EXPLAIN);
   withValue_["--compile"] = action(Request::Action::COMPILE);
   withValue_["--output"] = text(request_.output);
@@ -145,7 +146,7 @@ Request Parser::parse(const std::vector<std::string>& arguments) {
       continue;
     }
     const auto handler = withValue_.find(option == "-o" ? "--output" : option);
-    if (handler == withValue_.end()) throw UsageError("there is no option " + option);
+    if (handler == withValue_.end()) throw UsageError("there is no option " + shown(option));
     if (equals != std::string::npos) {
       handler->second(option, arguments[place].substr(equals + 1));
     } else if (++place < arguments.size()) {
@@ -191,10 +192,10 @@ void Parser::check() const {
   const Definition& definition = request_.definition;
   if (definition.filesystems.empty()) throw UsageError("nothing to scan: name a --filesystem");
   if (definition.jobName.empty() || definition.jobName.find('/') != std::string::npos) {
-    throw UsageError("--job: '" + definition.jobName + "' can't be part of a file's name");
+    throw UsageError("--job: " + shown(definition.jobName) + " can't be part of a file's name");
   }
   if (request_.server.find('/') != std::string::npos) {
-    throw UsageError("--server: '" + request_.server + "' can't be the name of a directory");
+    throw UsageError("--server: " + shown(request_.server) + " can't be the name of a directory");
   }
   if (!request_.install.empty() && !request_.output.empty()) {
     throw UsageError("--install names the file itself: leave --output out");
@@ -219,7 +220,7 @@ int32_t Parser::filesystemAt(const std::string& option, const std::string& path)
   for (const MountPoint& filesystem : request_.definition.filesystems) {
     if (filesystem.path == path) return filesystem.id;
   }
-  throw UsageError(option + ": no --filesystem '" + path + "' in front of it");
+  throw UsageError(option + ": no --filesystem " + shown(path) + " in front of it");
 }
 
 }  // namespace
@@ -228,12 +229,20 @@ Request parseOptions(const std::vector<std::string>& arguments) {
   return Parser().parse(arguments);
 }
 
+std::string shown(const std::string& words) {
+  return "'" + safeText(words, Backslash::KEPT) + "'";
+}
+
 std::string marked(const std::string& text, size_t position, const std::string& reason) {
-  std::string shown = text;
-  std::replace_if(
-      shown.begin(), shown.end(), [](char c) { return c >= '\0' && c < ' '; }, ' ');
-  return "column " + std::to_string(position + 1) + ": " + reason + "\n  " + shown + "\n  " +
-         std::string(position, ' ') + "^";
+  const auto shownPart = [](std::string part) {
+    std::replace_if(
+        part.begin(), part.end(), [](char c) { return c == '\t' || c == '\n' || c == '\r'; }, ' ');
+    return safeText(part, Backslash::KEPT);
+  };
+  const std::string before = shownPart(text.substr(0, position));
+  const size_t columns = displayWidth(before);
+  return "column " + std::to_string(columns + 1) + ": " + reason + "\n  " + before +
+         shownPart(text.substr(position)) + "\n  " + std::string(columns, ' ') + "^";
 }
 
 std::string helpText() {
@@ -258,6 +267,7 @@ std::string helpText() {
       "--install\n"
       "  --explain BYTES                 show a selection of a definition file as text\n"
       "  --compile SELECTION             show a selection as bytes\n"
+      "  --help, -h                      this text\n"
       "\n"
       "A statistic counts all file systems of the job. What follows --statistic belongs to it:\n"
       "\n"

@@ -35,6 +35,9 @@ Request parseOptions(const std::vector<std::string>& arguments);
 /// The text of --help.
 std::string helpText();
 
+/// What somebody has written, as a message quotes it.
+std::string shown(const std::string& words);
+
 /// A message about `text`, with the place marked below it.
 std::string marked(const std::string& text, size_t position, const std::string& reason);
 

@@ -102,7 +102,10 @@ struct Cell {
 /// An escape, or a character.
 Cell firstCell(std::string_view text) {
   static const WidthTable widths;
-  if (text.starts_with("\\x") && text.size() >= 4) return {4, 4};
+  const auto isDigit = [text](size_t i) {
+    return (text[i] >= '0' && text[i] <= '9') || (text[i] >= 'A' && text[i] <= 'F');
+  };
+  if (text.starts_with("\\x") && text.size() >= 4 && isDigit(2) && isDigit(3)) return {4, 4};
   if (text.starts_with("\\\\")) return {2, 2};
   const size_t length = sequenceLength(text);
   if (length == 0) return {1, 1};

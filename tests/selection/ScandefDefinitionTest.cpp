@@ -138,7 +138,7 @@ TEST(ScandefDefinitionTest, TheJobsOwnReaderFindsEveryCellInItsColumn) {
 
 TEST(ScandefDefinitionTest, WhatTheFormatCannotHoldIsRefused) {
   expectRefusals<std::invalid_argument>({
-      {{"--filesystem", "/a\nb"}, "the format can't hold a text with a line end in it: '/a\nb'"},
+      {{"--filesystem", "/a\nb"}, "the format can't hold a text with a line end in it: '/a\\x0Ab'"},
       {{"--filesystem", "1=/a", "--filesystem", "1=/b"}, "two file systems have the id 1"},
       {{"--filesystem", "/a", "--statistic", "a", "--id", "4", "--statistic", "b", "--id=4"},
        "two statistics have the id 4"},
@@ -148,7 +148,7 @@ TEST(ScandefDefinitionTest, WhatTheFormatCannotHoldIsRefused) {
 TEST(ScandefOptionsTest, AnUnusableCommandLineIsRefusedWithTheReason) {
   expectRefusals<UsageError>({
       {{}, "nothing to scan: name a --filesystem"},
-      {{"--files", "/"}, "there is no option --files"},
+      {{"--files\x1B", "/"}, "there is no option '--files\\x1B'"},
       {{"--filesystem"}, "--filesystem needs a value"},
       {{"--filesystem="}, "--filesystem: the path is missing"},
       {{"--filesystem", "0=/"}, "--filesystem: '0' is no number from 1 to 2147483647"},
@@ -165,6 +165,10 @@ TEST(ScandefOptionsTest, AnUnusableCommandLineIsRefusedWithTheReason) {
        "--where: column 7: expected a type: file, link, directory, fifo, socket, device or other\n"
        "  type= flie\n"
        "        ^"},
+      {{"--statistic", "x", "--where", "name like '\xE6\xAC\xA2\xE2\x80\xAE' or orpan"},
+       "--where: column 31: there is no test \"orpan\"\n"
+       "  name like '\xE6\xAC\xA2\\xE2\\x80\\xAE' or orpan\n"
+       "                                ^"},
       {{"--filesystem", "/", "--statistic", "x", "--directories"},
        "--directories: there is none to --monitor"},
       {{"--filesystem", "/", "--monitor", "/m", "--statistic", "x", "--directories", "--only", "/"},

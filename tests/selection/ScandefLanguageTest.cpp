@@ -30,7 +30,8 @@ TEST(ScandefLanguageTest, EverySpellingThatIsTheOnlyOneGoesThereAndBack) {
            // Paths.
            {"name not like '/tmp/%'", BYTES("!=F/tmp/%\0")},
            {"name like ('/tmp/%', '%/core', 'x?')", BYTES("(F/tmp/%\0,%/core\0,x?\0)")},
-           {"name like 'it''s a \\x01 caf\xC3\xA9 caf\\xE9'", BYTES("=Fit's a \1 caf\xC3\xA9 caf\xE9\0")},
+           {"name like 'it''s a \\x01 caf\xC3\xA9 caf\\xE9 \\xE2\\x80\\x8B'",
+            BYTES("=Fit's a \1 caf\xC3\xA9 caf\xE9 \xE2\x80\x8B\0")},
            {"name like 'C:\\\\temp\\\\*'", BYTES("=FC:\\temp\\*\0")},
            // Names.
            {"owner not like ('a,b', 'c)')", BYTES("!(Ua,b\0,c)\0)")},
@@ -160,6 +161,7 @@ TEST(ScandefLanguageTest, WhatCannotBeSaidIsRefusedWithItsPlaceAndTheReason) {
           {"size >= 2G", 8, "a size is compared below 2G only: test the space that is allocated"},
           {"size >= 4294967296", 8, "the number is too large for a size"},
           {"size < 10X", 9, "expected K, M, G or T"},
+          {"size < 10 m", 10, "a unit is joined to its number, as in 10M"},
           {"allocated < 1T", 12, "the space that an entry takes is compared below 1T only"},
           {"allocated = 1000", 12, "space is allocated in blocks of 512 bytes: nothing can be equal to this"},
           {"mtime < -90", 11, "expected a unit of time: s, min, h, d or w, but the text ends here"},
