@@ -24,6 +24,10 @@ int complain(const std::string& message, int code) {
   return code;
 }
 
+void remark(const std::vector<std::string>& sentences) {
+  for (const std::string& sentence : sentences) std::cerr << "scandef: " << sentence << "\n";
+}
+
 /// A word as a shell takes it; one that a terminal wouldn't show as it is with the escapes of $'...'.
 std::string shellWord(const std::string& word) {
   const std::string shown = safeText(word);
@@ -66,6 +70,7 @@ int write(const Request& request) {
   } catch (const std::invalid_argument& error) {
     return complain(error.what(), BAD_USAGE);
   }
+  remark(request.remarks);
   if (!request.install.empty()) return writeForJob(request, text);
   if (!request.output.empty()) return writeFile(request.output, text);
   std::cout << text << std::flush;
@@ -76,7 +81,9 @@ int translate(const Request& request) {
   std::string expression;
   try {
     if (request.action == Request::Action::COMPILE) {
-      std::cout << byteList(compileWhere(request.subject)) << "\n";
+      Caveats caveats;
+      std::cout << byteList(compileWhere(request.subject, &caveats)) << "\n";
+      remark(caveats.sentences());
       return DONE;
     }
     expression = expressionOf(request.subject);

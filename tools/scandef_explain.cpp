@@ -1,5 +1,6 @@
 #include <chrono>
 #include <cstdio>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -87,20 +88,27 @@ class Explainer {
     std::vector<Explained> children;
   };
 
+  std::optional<Explained> size();
+  Explained boundedSize();
   bool open();
   bool close(Explained& part);
 
   Explained test();
   Explained match();
   Explained list();
-  Explained comparison();
-  Explained range();
+  Explained comparison(std::string_view field = {});
+  Explained range(std::string_view field = {});
 
   std::string item(char letter);
   std::string value(char letter, bool fromNow);
   std::string sizeText();
   std::string textUpToNul();
   uint32_t number();
+  bool take(std::string_view bytes) {
+    if (expression_.compare(position_, bytes.size(), bytes) != 0) return false;
+    position_ += bytes.size();
+    return true;
+  }
   char byte() { return position_ < expression_.size() ? expression_[position_++] : '\0'; }
 
   const std::string& expression_;
@@ -110,8 +118,9 @@ class Explainer {
 
 std::string fieldWord(char letter) {
   if (letter == 'P') return "attributes";
-  const auto* const field = std::find_if(
-      FIELDS.begin(), FIELDS.end(), [letter](const Field& candidate) { return candidate.letter == letter; });
+  const auto* const field = std::find_if(FIELDS.begin(), FIELDS.end(), [letter](const Field& candidate) {
+    return candidate.letter == letter && !candidate.wide;
+  });
   return field == FIELDS.end() ? std::string(1, letter) : std::string(field->word);
 }
 
@@ -154,11 +163,43 @@ Explained joinedText(char op, Explained left, Explained right) {
 
 std::string Explainer::text() {
   for (;;) {
-    while (open()) {
+    std::optional<Explained> part;
+    while (!(part = size()) && open()) {
     }
-    Explained part = test();
-    if (close(part)) return part.text;
+    if (!part) part = test();
+    if (close(*part)) return part->text;
   }
+}
+
+// A test of the size as the compiler puts it together; nothing, and the position unmoved, where another
+// begins.
+std::optional<Explained> Explainer::size() {
+  const size_t begin = position_;
+  if (take("&!") && take(BEYOND_SIZE32)) {
+    if (Explained part = boundedSize(); !part.text.empty()) return part;
+  } else if (expression_.compare(begin, 3, "|>s") == 0 || expression_.compare(begin, 4, "|>=s") == 0) {
+    position_ = begin + 1;
+    Explained part = comparison("size");
+    if (take(BEYOND_SIZE32)) return Explained{.text = part.text};
+  }
+  position_ = begin;
+  return std::nullopt;
+}
+
+// Without a text for another test than one of the size that has an upper bound.
+Explained Explainer::boundedSize() {
+  const std::string_view rest = std::string_view(expression_).substr(position_);
+  if (rest.starts_with("[s")) {
+    ++position_;
+    return range("size");
+  }
+  if (rest.starts_with("<s") || rest.starts_with("<=s")) return {.text = comparison("size").text};
+  if (!rest.starts_with("&>=s")) return {};
+  ++position_;
+  Explained lower = comparison("size");
+  if (expression_.compare(position_, 3, "<=s") != 0) return {};
+  const Explained upper = comparison("size");
+  return isEquality(lower, upper) ? joinedText('&', lower, upper) : Explained{};
 }
 
 bool Explainer::open() {
@@ -232,21 +273,21 @@ Explained Explainer::list() {
   return matchText(letter, count == 1 ? items : "(" + items + ")");
 }
 
-Explained Explainer::comparison() {
+Explained Explainer::comparison(std::string_view field) {
   std::string op(1, byte());
   if (expression_.compare(position_, 1, "=") == 0) op += byte();
   const char letter = byte();
   Explained part;
-  part.comparedField = fieldWord(letter);
+  part.comparedField = field.empty() ? fieldWord(letter) : field;
   part.comparedBy = op;
   part.comparedValue = value(letter, false);
   part.text = part.comparedField + " " + op + " " + part.comparedValue;
   return part;
 }
 
-Explained Explainer::range() {
+Explained Explainer::range(std::string_view field) {
   const char letter = byte();
-  std::string text = fieldWord(letter) + " in [" + value(letter, true);
+  std::string text = (field.empty() ? fieldWord(letter) : std::string(field)) + " in [" + value(letter, true);
   text += ", " + value(letter, false) + ")";
   return {.text = text};
 }

@@ -68,6 +68,8 @@ class Compiler {
 
   std::string selection();
 
+  const Caveats& caveats() const { return caveats_; }
+
  private:
   static constexpr int MAX_NESTING = 500;  // of parentheses and "not": nobody writes more
 
@@ -79,6 +81,7 @@ class Compiler {
   std::string parseTypes();
   std::string parseNames(const Field& field);
   std::string parseComparison(const Field& field);
+  std::string parseValues(const Field& field, bool& unbounded);
   std::string parseRange(const Field& field);
   std::string parseAttributes();
 
@@ -123,6 +126,7 @@ class Compiler {
   std::string_view text_;
   size_t position_ = 0;
   int nesting_ = 0;
+  Caveats caveats_;
 };
 
 std::string Compiler::selection() {
@@ -289,9 +293,24 @@ std::string Compiler::parsePattern(const Field& field, size_t& position) {
 }
 
 std::string Compiler::parseComparison(const Field& field) {
+  bool unbounded = false;
+  const std::string test = parseValues(field, unbounded);
+  if (!field.wide) {
+    caveats_.allocated = caveats_.allocated || field.letter == 'S';
+    return test;
+  }
+  caveats_.size = true;
+  if (unbounded) return "|" + test + std::string(BEYOND_SIZE32);
+  const bool negated = test.starts_with('!');
+  return (negated ? "!&!" : "&!") + std::string(BEYOND_SIZE32) + test.substr(negated ? 1 : 0);
+}
+
+// By the job's own comparisons. `unbounded`: whether every value from some on passes.
+std::string Compiler::parseValues(const Field& field, bool& unbounded) {
   if (takeWord("in")) return parseRange(field);
   for (const std::string_view op : {"!=", "<=", ">=", "=", "<", ">"}) {
     if (!take(op)) continue;
+    unbounded = op.starts_with('>');
     const std::string value = parseValue(field, op);
     if (op == "=") return equality(field.letter, value);
     if (op == "!=") return "!" + equality(field.letter, value);
@@ -359,7 +378,7 @@ std::string Compiler::parseSize(const Field& field, std::string_view op) {
   const bool blocks = field.letter == 'S';
   if (count > (uint64_t{INT32_MAX} << (blocks ? 9 : 0)) >> (10 * unit)) {
     fail(begin, blocks ? "the space that an entry takes is compared below 1T only"
-                       : "a size is compared below 2G only: test the space that is allocated");
+                       : "a size is compared below 2G only: write \"allocated\" instead");
   }
   const bool ofEquality = op == "=" || op == "!=";
   if (blocks && unit == 0 && count % 512 != 0 && ofEquality) {
@@ -545,11 +564,12 @@ bool Compiler::take(std::string_view symbol) {
   return true;
 }
 
-// The word at the position, in small letters; empty if there is none.
+// The word at the position, letters and then digits, in small letters; empty if there is none.
 std::string Compiler::peekWord() const {
   std::string word;
-  for (size_t place = position_; place < text_.size() && isLetter(text_[place]); ++place) {
-    word += static_cast<char>(text_[place] | 0x20);
+  for (size_t place = position_; place < text_.size(); ++place) {
+    if (!isLetter(text_[place]) && (word.empty() || !isDigit(text_[place]))) break;
+    word += static_cast<char>(text_[place] | 0x20);  // a digit has that bit
   }
   return word;
 }
@@ -563,8 +583,27 @@ bool Compiler::takeWord(std::string_view word) {
 
 }  // namespace
 
-std::string compileWhere(std::string_view text) {
-  return Compiler(text).selection();
+std::vector<std::string> Caveats::sentences() const {
+  std::vector<std::string> sentences;
+  if (size) {
+    sentences.emplace_back(
+        "size: a file of 4 GiB or more may still be taken for a smaller one if it takes less than that "
+        "(sparse, compressed) or takes 2 TiB or more");
+  }
+  if (allocated) {
+    sentences.emplace_back("allocated: a file that takes 1 TiB or more may still be taken for a smaller one");
+  }
+  return sentences;
+}
+
+std::string compileWhere(std::string_view text, Caveats* caveats) {
+  Compiler compiler(text);
+  std::string expression = compiler.selection();
+  if (caveats != nullptr) {
+    caveats->size = caveats->size || compiler.caveats().size;
+    caveats->allocated = caveats->allocated || compiler.caveats().allocated;
+  }
+  return expression;
 }
 
 std::string byteList(const std::string& expression) {

@@ -4,6 +4,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace agent::scandef {
 
@@ -16,6 +17,7 @@ namespace agent::scandef {
 //   owner       = != < <= > >=, like, not like, in [ , )      owner like ('www-*', 'nobody')
 //   group       = != < <= > >=, in [ , )
 //   size        = != < <= > >=, in [ , )                      in bytes: 10M; K, M, G, T by 1024
+//   size32      the same, by the low 32 bits as a signed number: the job's own comparison
 //   allocated   the same, by the space that an entry takes
 //   mtime       = != < <= > >=, in [ , )                      now -90d +12h @1700000000 2024-05-01T12:30:00Z
 //   atime       the same
@@ -37,9 +39,19 @@ class LanguageError : public std::runtime_error {
   size_t position_;
 };
 
+/// Where the job's comparisons can answer otherwise than a selection reads.
+struct Caveats {
+  bool size = false;
+  bool allocated = false;
+
+  /// A sentence for each, for people.
+  std::vector<std::string> sentences() const;
+};
+
+/// @param[out] caveats if not null: those of the selection are added
 /// @return the compact expression; empty for one that selects everything. It compiles.
 /// @throws LanguageError with a position in `text`
-std::string compileWhere(std::string_view text);
+std::string compileWhere(std::string_view text, Caveats* caveats = nullptr);
 
 /// The reverse: a compact expression as text. What compileWhere gave comes back as the same selection in its
 /// one spelling. A test that the language refuses (see the reasons of compileWhere) is shown all the same.

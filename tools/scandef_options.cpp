@@ -74,6 +74,7 @@ class Parser {
   int32_t filesystemAt(const std::string& option, const std::string& path) const;
 
   Request request_;
+  Caveats caveats_;
   std::map<std::string, Handler> withValue_;
   std::map<std::string, Handler> alone_;
 };
@@ -156,6 +157,7 @@ Request Parser::parse(const std::vector<std::string>& arguments) {
     }
   }
   if (request_.action == Request::Action::WRITE) check();
+  request_.remarks = caveats_.sentences();
   return request_;
 }
 
@@ -179,7 +181,7 @@ void Parser::parseStatisticOption(const StatisticColumn& column, const std::stri
       break;
     case Kind::WHERE:
       try {
-        const std::string expression = compileWhere(value);
+        const std::string expression = compileWhere(value, &caveats_);
         cell = expression.empty() ? "" : byteList(expression);
       } catch (const LanguageError& error) {
         throw UsageError(option + ": " + marked(value, error.position(), error.what()));
@@ -291,6 +293,8 @@ std::string helpText() {
       "  owner like 'www-*'              not like too; patterns of names\n"
       "  owner = 'anna', group = 'staff' = != < <= > >= and in ['a', 'c'), by bytes\n"
       "  size >= 10M                     = != < <= > >= and in [1K, 10M), in bytes, below 2G\n"
+      "  size32 >= 10M                   the same by the low 32 bits as a signed number, as the job "
+      "compares\n"
       "  allocated >= 4G                 the same, by the space that is taken, below 1T\n"
       "  mtime < -90d                    atime too; now, -36h, 2024-05-01, 2024-05-01T12:30:00Z, "
       "@1700000000\n"

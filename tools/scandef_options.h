@@ -25,6 +25,7 @@ struct Request {
   std::string output;     ///< a file, or empty for standard output
   std::string install;    ///< the job's install location, to write where the job will look; or empty
   std::string server;
+  std::vector<std::string> remarks;  ///< what standard error is to say, though it is no error
   int32_t sidRunNumber = 1;
   int32_t jobRunNumber = 1;
 };

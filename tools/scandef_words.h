@@ -17,14 +17,16 @@ struct Field {
   std::string_view word;
   Kind kind;
   char letter;
+  bool wide = false;  // told by more than one of the job's comparisons
 };
 
-inline constexpr std::array<Field, 9> FIELDS = {{
+inline constexpr std::array<Field, 10> FIELDS = {{
     {"type", Kind::TYPE, 'T'},
     {"name", Kind::PATH, 'F'},
     {"owner", Kind::NAME, 'U'},
     {"group", Kind::NAME, 'G'},
-    {"size", Kind::SIZE, 's'},
+    {"size", Kind::SIZE, 's', true},
+    {"size32", Kind::SIZE, 's'},
     {"allocated", Kind::SIZE, 'S'},
     {"mtime", Kind::TIME, 'M'},
     {"atime", Kind::TIME, 'A'},
@@ -55,6 +57,18 @@ inline constexpr int64_t MINUTE = 60;
 inline constexpr int64_t HOUR = 60 * MINUTE;
 inline constexpr int64_t DAY = 24 * HOUR;
 inline constexpr int64_t WEEK = 7 * DAY;
+
+// The job compares the low 32 bits of a size as a signed number: 3 GiB is below 0 there, 4 GiB is 0. Both are
+// known by what follows: size32 < 0 or not allocated in [0, 4G). The space that is allocated is compared in
+// the same way but in blocks of 512 bytes, so that it is below 0 from 1 TiB to 2 TiB. What is missed is small
+// in both, as a sparse file is.
+//
+//   size > N     size32 > N or BEYOND_SIZE32           (>= too)
+//   size < N     not BEYOND_SIZE32 and size32 < N      (<=, =, in too)
+inline constexpr std::string_view BEYOND_SIZE32(
+    "|<s0\0![S0\0"
+    "4\3",
+    12);
 
 struct TimeUnit {
   std::string_view word;

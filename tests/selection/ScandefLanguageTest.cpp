@@ -3,6 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <functional>
+
 #include "Scan/selection/PatternMatcher.h"
 #include "SelectionTestSupport.h"
 
@@ -17,6 +20,9 @@ struct Words {
 std::string time(char sign, int64_t seconds) {
   return sign + be32(static_cast<uint32_t>(seconds));
 }
+
+// What the job's comparison of a size can't see.
+const std::string BEYOND = BYTES("|<s0\0![S0\0") + "4\3";
 
 TEST(ScandefLanguageTest, EverySpellingThatIsTheOnlyOneGoesThereAndBack) {
   for (const auto& [text, expression] : std::vector<Words>{
@@ -40,10 +46,14 @@ TEST(ScandefLanguageTest, EverySpellingThatIsTheOnlyOneGoesThereAndBack) {
            {"owner >= ''", BYTES(">=U\0")},
            {"owner in ['a', 'c')", BYTES("[Ua\0c\0")},
            // Sizes.
-           {"size >= 10M", BYTES(">=sA\2")},
-           {"size = 0", BYTES("&>=s0\0<=s0\0")},
-           {"size in [1K, 2147483647)", BYTES("[s1\1"
-                                              "7FFFFFFF\0")},
+           {"size >= 10M", "|>=sA\2" + BEYOND},
+           {"not size <= 0", "!&!" + BEYOND + BYTES("<=s0\0")},
+           {"size != 0", "!&!" + BEYOND + BYTES("&>=s0\0<=s0\0")},
+           {"size in [1K, 2147483647)", "&!" + BEYOND +
+                                            BYTES("[s1\1"
+                                                  "7FFFFFFF\0")},
+           {"size32 >= 10M", ">=sA\2"},
+           {"size32 < 0 or not allocated in [0, 4G)", BEYOND},
            {"allocated != 512", BYTES("!&>=S200\0<=S200\0")},
            {"allocated >= 1023G", BYTES(">=S3FF\3")},
            // Times.
@@ -84,6 +94,7 @@ TEST(ScandefLanguageTest, OtherSpellingsMeanTheSame) {
            {"not not orphan", "not not orphan"},
            {"size>=0x400", "size >= 1024"},
            {"size\t<\n1k", "size < 1K"},
+           {"size >= 5 and size <= 5", "size >= 5 and size <= 5"},
            {"mtime<now-2w", "mtime < -14d"},
            {"mtime< - 48 h", "mtime < -2d"},
            {"mtime>@-1", "mtime > 1969-12-31T23:59:59Z"},
@@ -102,6 +113,43 @@ TEST(ScandefLanguageTest, OtherSpellingsMeanTheSame) {
   }
 }
 
+TEST(ScandefLanguageTest, ATestOfTheSizeAnswersAsItReadsHoweverLargeTheFile) {
+  const std::vector<int64_t> limits = {0, 1, 1000, 10 << 20, 1 << 30, INT32_MAX};
+  std::vector<int64_t> sizes;
+  for (const int shift : {0, 31, 32, 33, 40}) {
+    for (const int64_t limit : limits) {
+      for (const int64_t more : {int64_t{-1}, int64_t{0}, int64_t{1}, limit - 1, limit, limit + 1})
+        sizes.push_back(std::max<int64_t>((int64_t{1} << shift) + more, 0));
+    }
+  }
+  for (const auto& [text, answer] :
+       std::vector<std::pair<std::string, std::function<bool(int64_t, int64_t)>>>{
+           {"size > ", std::greater()},
+           {"size >= ", std::greater_equal()},
+           {"size < ", std::less()},
+           {"size <= ", std::less_equal()},
+           {"size = ", std::equal_to()},
+           {"size != ", std::not_equal_to()},
+           {"size in [1, ", [](int64_t size, int64_t limit) { return size >= 1 && size < limit; }}}) {
+    for (const int64_t limit : limits) {
+      const std::string test = text + std::to_string(limit) + (text.ends_with("[1, ") ? ")" : "");
+      const SelectTree tree = compiled(compileWhere(test));
+      const SelectTree negated = compiled(compileWhere("not " + test));
+      for (const int64_t size : sizes) {
+        Entry entry("/", {}, "f");
+        entry.size(size).blocks((size + 4095) / 4096 * 8);
+        EXPECT_EQ(selects(*tree, entry.info()), answer(size, limit)) << test << ": " << size;
+        EXPECT_NE(selects(*negated, entry.info()), answer(size, limit)) << "not " << test << ": " << size;
+      }
+    }
+  }
+  // The rest is told.
+  Caveats caveats;
+  compileWhere("size32 > 1 or not size < 5 and allocated > 1", &caveats);
+  EXPECT_THAT(caveats.sentences(),
+              ::testing::ElementsAre(::testing::StartsWith("size: "), ::testing::StartsWith("allocated: ")));
+}
+
 TEST(ScandefLanguageTest, ALongChainIsNotADeepOne) {
   std::string text = "owner = 'user0'";
   for (int i = 1; i < 20'000; ++i) text += " or owner = 'user" + std::to_string(i) + "'";
@@ -117,7 +165,8 @@ TEST(ScandefLanguageTest, ServersExpressionsAreShownEvenWhereTheLanguageHasBette
   for (const auto& [expression, text] : std::vector<Words>{
            {BYTES("=Gstaff\0"), "group like 'staff'"},
            {"!<C" + time('@', 0), "not created < 1970-01-01"},
-           {BYTES("<s3\3"), "size < 3G"},
+           {BYTES("<s3\3"), "size32 < 3G"},
+           {"|>M" + time('@', 0) + BEYOND, "mtime > 1970-01-01 or size32 < 0 or not allocated in [0, 4G)"},
            {BYTES("<S1\4"), "allocated < 1T"},
            {"[M" + time('@', 60) + time('@', 60), "mtime in [+1min, 1970-01-01T00:01:00Z)"},
            {BYTES("(F%/a\0,C:\\x\0)"), "name like '%/a'"},
@@ -158,7 +207,7 @@ TEST(ScandefLanguageTest, WhatCannotBeSaidIsRefusedWithItsPlaceAndTheReason) {
           {"owner in ['a', 'b']", 18, "expected \")\": a range excludes its upper bound"},
           {"group like 's*'", 6, "the job can't match groups with patterns: compare them with = and <"},
           {"created < -1d", 0, "this platform keeps no time of creation: the test would never be true"},
-          {"size >= 2G", 8, "a size is compared below 2G only: test the space that is allocated"},
+          {"size >= 2G", 8, "a size is compared below 2G only: write \"allocated\" instead"},
           {"size >= 4294967296", 8, "the number is too large for a size"},
           {"size < 10X", 9, "expected K, M, G or T"},
           {"size < 10 m", 10, "a unit is joined to its number, as in 10M"},
