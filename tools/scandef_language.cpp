@@ -9,11 +9,23 @@
 #include "Scan/selection/PatternMatcher.h"
 #include "Scan/selection/Selection.h"
 #include "Scan/selection/pathmatch.h"
+#include "scandef_patterns.h"
 #include "scandef_words.h"
 
 namespace agent::scandef {
 
 namespace {
+
+// Bytes of a name that the job keeps for its comparisons.
+constexpr size_t OWNER_LENGTH = 32;
+constexpr size_t GROUP_LENGTH = 16;
+
+std::string tooLong(const Field& field) {
+  const bool owner = field.letter == 'U';
+  return std::string(owner ? "an owner's" : "a group's") + " name is cut to its first " +
+         std::to_string(owner ? OWNER_LENGTH : GROUP_LENGTH) +
+         " bytes before it is compared: write no more of it";
+}
 
 std::string bigEndian(uint32_t value) {
   return {static_cast<char>(value >> 24), static_cast<char>(value >> 16), static_cast<char>(value >> 8),
@@ -285,10 +297,17 @@ std::string Compiler::parsePattern(const Field& field, size_t& position) {
   int32_t anchor = ANCHOR_RELATIVE;
   const std::string regex = pathmatch(pattern).translate(anchor);
   if (regex.empty()) return {};
-  if (field.kind == Kind::NAME && anchor <= 0)
+  const bool ofNames = field.kind == Kind::NAME;
+  if (ofNames && (anchor <= 0 || !isOneComponent(pattern)))
     fail(position, "an owner's name is no path: the pattern can't be one");
   std::string words;
   if (PatternMatcher::compile(regex, words) == nullptr) fail(position, "the pattern is wrong: " + words);
+  if (ofNames) {
+    if (shortestMatch(pattern) > OWNER_LENGTH) fail(position, tooLong(field));
+    return pattern;
+  }
+  if (const std::string reason = whyNothingMatches(pattern); !reason.empty()) fail(position, reason);
+  if (anchor == ANCHOR_ABSOLUTE) caveats_.absolutePatterns.push_back(pattern);
   return pattern;
 }
 
@@ -364,8 +383,12 @@ std::string Compiler::parseValue(const Field& field, std::string_view op) {
       return parseSize(field, op);
     case Kind::TIME:
       return parseTime(false);
-    default:
-      return parseText() + '\0';
+    default: {
+      const size_t begin = position_;
+      const std::string name = parseText();
+      if (name.size() > (field.letter == 'U' ? OWNER_LENGTH : GROUP_LENGTH)) fail(begin, tooLong(field));
+      return name + '\0';
+    }
   }
 }
 
@@ -599,10 +622,7 @@ std::vector<std::string> Caveats::sentences() const {
 std::string compileWhere(std::string_view text, Caveats* caveats) {
   Compiler compiler(text);
   std::string expression = compiler.selection();
-  if (caveats != nullptr) {
-    caveats->size = caveats->size || compiler.caveats().size;
-    caveats->allocated = caveats->allocated || compiler.caveats().allocated;
-  }
+  if (caveats != nullptr) *caveats = compiler.caveats();
   return expression;
 }
 

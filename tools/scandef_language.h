@@ -39,16 +39,17 @@ class LanguageError : public std::runtime_error {
   size_t position_;
 };
 
-/// Where the job's comparisons can answer otherwise than a selection reads.
+/// Where the job can answer otherwise than a selection reads.
 struct Caveats {
-  bool size = false;
-  bool allocated = false;
+  bool size = false;                          ///< it compares a size ...
+  bool allocated = false;                     ///< ... or a space that may be too wide
+  std::vector<std::string> absolutePatterns;  ///< they match only where a mount point lies on their way
 
-  /// A sentence for each, for people.
+  /// A sentence for each comparison, for people.
   std::vector<std::string> sentences() const;
 };
 
-/// @param[out] caveats if not null: those of the selection are added
+/// @param[out] caveats if not null: those of the selection
 /// @return the compact expression; empty for one that selects everything. It compiles.
 /// @throws LanguageError with a position in `text`
 std::string compileWhere(std::string_view text, Caveats* caveats = nullptr);

@@ -5,10 +5,12 @@
 #include <functional>
 #include <limits>
 #include <map>
+#include <utility>
 
 #include "Common/SafeText.h"
 #include "Common/ScanVOXTags.h"
 #include "scandef_language.h"
+#include "scandef_patterns.h"
 
 namespace agent::scandef {
 
@@ -70,11 +72,14 @@ class Parser {
   void parseStatisticOption(const StatisticColumn& column, const std::string& option,
                             const std::string& value);
   void check() const;
+  void placeDirectories();
+  std::vector<std::string> placesOf(const std::string& path) const;
+  void remark();
   Statistic& statistic(const std::string& option);
   int32_t filesystemAt(const std::string& option, const std::string& path) const;
 
   Request request_;
-  Caveats caveats_;
+  std::map<size_t, Caveats> caveats_;  // of each statistic's selection, by its place
   std::map<std::string, Handler> withValue_;
   std::map<std::string, Handler> alone_;
 };
@@ -156,8 +161,11 @@ Request Parser::parse(const std::vector<std::string>& arguments) {
       throw UsageError(option + " needs a value");
     }
   }
-  if (request_.action == Request::Action::WRITE) check();
-  request_.remarks = caveats_.sentences();
+  if (request_.action == Request::Action::WRITE) {
+    check();
+    placeDirectories();
+    remark();
+  }
   return request_;
 }
 
@@ -181,7 +189,8 @@ void Parser::parseStatisticOption(const StatisticColumn& column, const std::stri
       break;
     case Kind::WHERE:
       try {
-        const std::string expression = compileWhere(value, &caveats_);
+        const std::string expression =
+            compileWhere(value, &caveats_[request_.definition.statistics.size() - 1]);
         cell = expression.empty() ? "" : byteList(expression);
       } catch (const LanguageError& error) {
         throw UsageError(option + ": " + marked(value, error.position(), error.what()));
@@ -210,6 +219,78 @@ void Parser::check() const {
       throw UsageError("--directories: there is none to --monitor");
     }
   }
+}
+
+// A directory that is named without a mount point lies below each: the first keeps its id.
+void Parser::placeDirectories() {
+  std::vector<MonitoredDirectory>& directories = request_.definition.directories;
+  int32_t highest = 0;
+  for (const MonitoredDirectory& directory : directories) highest = std::max(highest, directory.id);
+  std::vector<MonitoredDirectory> placed;
+  for (const MonitoredDirectory& directory : directories) {
+    int32_t id = directory.id;
+    for (const std::string& path : placesOf(directory.path)) {
+      if (id == 0) {
+        if (highest == std::numeric_limits<int32_t>::max()) throw UsageError("--monitor: no id is left");
+        id = ++highest;
+      }
+      placed.push_back({std::exchange(id, 0), path});
+    }
+  }
+  directories = std::move(placed);
+}
+
+// The paths of a monitored directory as the job finds them.
+std::vector<std::string> Parser::placesOf(const std::string& path) const {
+  const auto refuse = [&path](const std::string& reason) {
+    throw UsageError("--monitor: " + shown(path) + ": " + reason);
+  };
+  if (const std::string reason = whyNothingMatches(path); !reason.empty()) refuse(reason);
+  const bool relative = path.find_first_of("/\\") != 0;
+  std::vector<std::string> places;
+  for (const auto& [id, mountPoint, type] : request_.definition.filesystems) {
+    const std::string mount = mountPoint.substr(0, mountPoint.find_last_not_of('/') + 1);
+    const std::string place = relative ? mount + "/" + path : path;
+    const Monitoring monitoring = monitoringOf(place, mountPoint);
+    if (monitoring == Monitoring::MISREAD) {
+      refuse("below " + shown(mountPoint) +
+             " nothing can be monitored: the job takes that name for a pattern, which doesn't match it");
+    }
+    if (monitoring == Monitoring::FOUND && (relative || places.empty())) places.push_back(place);
+  }
+  if (places.empty()) {
+    refuse(
+        "it lies on no --filesystem: begin it with a mount point, or without a slash to have it below each");
+  }
+  return places;
+}
+
+// What is written but may not be what was meant.
+void Parser::remark() {
+  Caveats all;
+  for (const auto& [place, caveats] : caveats_) {
+    all.size = all.size || caveats.size;
+    all.allocated = all.allocated || caveats.allocated;
+    const std::vector<int32_t>& only = request_.definition.statistics[place].onlyFilesystems;
+    for (const std::string& pattern : caveats.absolutePatterns) {
+      const auto reaches = [this, &only](const std::string& wanted) {
+        return std::any_of(request_.definition.filesystems.begin(), request_.definition.filesystems.end(),
+                           [&](const MountPoint& filesystem) {
+                             const bool counted = only.empty() || std::find(only.begin(), only.end(),
+                                                                            filesystem.id) != only.end();
+                             return counted && reachOf(wanted, filesystem.path) == Reach::BELOW;
+                           });
+      };
+      if (reaches(pattern)) continue;
+      const std::string below = pattern.substr(0, pattern.find_last_not_of('/') + 1) + "/%";
+      request_.remarks.push_back(
+          "--where: nothing that is counted matches " + shown(pattern) + ": " +
+          (reaches(below) ? "what lies below it is " + shown(below)
+                          : "with a slash in front it has to begin with a mount point; without, it begins "
+                            "below one, and with '%/' in front at any depth"));
+    }
+  }
+  for (std::string& sentence : all.sentences()) request_.remarks.push_back(std::move(sentence));
 }
 
 // The one that the options before have begun.
@@ -259,7 +340,9 @@ std::string helpText() {
       "  --type NAME                     kind of the file system before: ext2 ext3 ext4 reiserfs vxfs vfat "
       "tmpfs\n"
       "                                  nfs cifs clfs mxfs fake\n"
-      "  --monitor [ID=]DIRECTORY        a directory, or a pattern, for the statistics of --directories\n"
+      "  --monitor [ID=]DIRECTORY        a directory, or a pattern, for the statistics of --directories; "
+      "below\n"
+      "                                  each mount point unless it begins with one\n"
       "  --job NAME                      name of the job (scan)\n"
       "  --computer ID                   id of this computer (1)\n"
       "  --output FILE, -o FILE          write to a file instead of standard output\n"

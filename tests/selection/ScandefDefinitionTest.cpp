@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <fstream>
 #include <sstream>
 
@@ -14,6 +15,7 @@ namespace agent::scandef {
 namespace {
 
 using ::testing::ElementsAre;
+using ::testing::StartsWith;
 
 constexpr const char* HEADER =
     "[Header]\n"
@@ -70,7 +72,7 @@ void expectRefusals(const std::vector<std::pair<std::vector<std::string>, std::s
 
 TEST(ScandefDefinitionTest, EverythingThatCanBeAskedFor) {
   EXPECT_EQ(definitionOf(words(R"(--job=nightly|--computer|17|--filesystem|5=/srv/a"b|--filesystem|/var|)"
-                               R"(--type|ext4|--monitor|/srv/pro*|--monitor=3=/srv/x|--statistic|all, of it|)"
+                               R"(--type|ext4|--monitor|pro*|--monitor=3=/var/x|--statistic|all, of it|)"
                                R"(--id|1|--alert|9|--creator|anna|--description|for "me"|--share|2|)"
                                R"(--largest-directories|1|--largest-files|2|--least-accessed|3|)"
                                R"(--oldest-not-backed-up|4|--largest-orphans|5|--oldest-orphans|6|--summary|)"
@@ -83,10 +85,13 @@ TEST(ScandefDefinitionTest, EverythingThatCanBeAskedFor) {
                 "\"nightly\",\"17\"\n" +
                 filesystemRow(5, "/srv/a\"\"b", 17) + filesystemRow(6, "/var", 17, 23) +
                 "[MonDirSpec]\n"
-                "\"1\",\"1\",\"0\",\"/srv/pro*\",\"N\"\n"
+                "\"1\",\"1\",\"0\",\"/srv/a\"\"b/pro*\",\"N\"\n"
                 "[/MonDirSpec]\n"
                 "[MonDirSpec]\n"
-                "\"3\",\"1\",\"0\",\"/srv/x\",\"N\"\n"
+                "\"4\",\"1\",\"0\",\"/var/pro*\",\"N\"\n"
+                "[/MonDirSpec]\n"
+                "[MonDirSpec]\n"
+                "\"3\",\"1\",\"0\",\"/var/x\",\"N\"\n"
                 "[/MonDirSpec]\n"
                 "[CuStatDef]\n"
                 "\"2\",\"-1\",\"scandef\",\"File "
@@ -112,7 +117,7 @@ TEST(ScandefDefinitionTest, EverythingThatCanBeAskedFor) {
 
 TEST(ScandefDefinitionTest, TheJobsOwnReaderFindsEveryCellInItsColumn) {
   const std::string path = ::testing::TempDir() + "ScandefDefinitionTest.dat";
-  std::ofstream(path) << definitionOf({"--filesystem", "7=/a,b", "--monitor", "/m", "--statistic", "x",
+  std::ofstream(path) << definitionOf({"--filesystem", "7=/a,b", "--monitor", "/a,b/m", "--statistic", "x",
                                        "--only", "/a,b", "--where", "orphan"});
   ParserAPI parser(path);
   auto job = parser.findNextEntity({});
@@ -173,11 +178,62 @@ TEST(ScandefOptionsTest, AnUnusableCommandLineIsRefusedWithTheReason) {
        "--directories: there is none to --monitor"},
       {{"--filesystem", "/", "--monitor", "/m", "--statistic", "x", "--directories", "--only", "/"},
        "--directories and --only exclude each other"},
+      {{"--filesystem", "/srv", "--filesystem", "/m", "--monitor", "/srv2/x"},
+       "--monitor: '/srv2/x': it lies on no --filesystem: begin it with a mount point, or without a slash to "
+       "have it below each"},
+      {{"--filesystem", "/m/[x]", "--monitor", "a"},
+       "--monitor: 'a': below '/m/[x]' nothing can be monitored: the job takes that name for a pattern, "
+       "which "
+       "doesn't match it"},
+      {{"--filesystem", "/m", "--monitor", "/m/%/%"},
+       "--monitor: '/m/%/%': nothing matches \"%/%\" at the end: write \"%\" once"},
       {{"--filesystem", "/", "--job", "a/b"}, "--job: 'a/b' can't be part of a file's name"},
       {{"--filesystem", "/", "--server", "../x"}, "--server: '../x' can't be the name of a directory"},
       {{"--filesystem", "/", "--install", "/opt", "-o", "x"},
        "--install names the file itself: leave --output out"},
   });
+}
+
+TEST(ScandefOptionsTest, AMonitoredDirectoryLiesWhereTheJobFindsIt) {
+  for (const auto& [mountPoint, directory, path] : std::vector<std::array<std::string, 3>>{
+           {"/m", "a", "/m/a"},
+           {"/m/", "%/a", "/m/%/a"},
+           {"/", "a*", "/a*"},
+           {"/", "/%/a", "/%/a"},
+           {"/m", "/m/", "/m/"},
+           {"/m", "\\m\\a", "\\m\\a"},
+           {"/s/m", "/s/[m]", "/s/[m]"},
+           // Refused.
+           {"/s/m", "/s/[!m]", ""},
+           {"/s/m", "/*/m/a", ""},  // the job compares the mount point byte by byte
+           {"/m", "/%/a", ""},
+           {"host:/m", "x", ""},
+       }) {
+    std::string placed;
+    try {
+      placed = parseOptions({"--filesystem", mountPoint, "--monitor", directory})
+                   .definition.directories.at(0)
+                   .path;
+    } catch (const UsageError&) {
+    }
+    EXPECT_EQ(placed, path) << mountPoint << " " << directory;
+  }
+}
+
+TEST(ScandefOptionsTest, AnAbsolutePatternThatReachesNothingIsTold) {
+  for (const auto& [patterns, remark] : std::vector<std::pair<std::string, std::string>>{
+           {"'/home/x', '/h*/%', '/home/*', '/%/x', '/v&*[a-r]/lib/x', '/%', 'x/y', '%/tmp/*'", ""},
+           {"'/home/x', '/tmp/*'", "'/tmp/*': with a slash in front it has to begin with a "},
+           {"'/home/'", "'/home/': what lies below it is '/home/%'"},
+           {"'/var/lib/x'", "'/var/lib/x': with a slash"}}) {
+    const std::vector<std::string> remarks =
+        parseOptions({"--filesystem", "/home", "--filesystem", "/v*r/lib", "--statistic", "x", "--only",
+                      "/home", "--statistic", "y", "--where", "orphan and name not like (" + patterns + ")"})
+            .remarks;
+    EXPECT_EQ(remarks.size(), remark.empty() ? 0U : 1U) << patterns;
+    for (const std::string& told : remarks)
+      EXPECT_THAT(told, StartsWith("--where: nothing that is counted matches " + remark));
+  }
 }
 
 TEST(ScandefOptionsTest, NamesTheFileThatTheJobLooksFor) {
