@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "Common/LogUtil.h"
 #include "Common/unix/psnautil.h"
 #include "QLMlib/common/ut/Trace.h"
 
@@ -16,12 +17,6 @@ std::string familyInstallLocation(const std::string& installLoc) {
   const size_t agentDirectory = installLoc.rfind("agent");
   if (agentDirectory == std::string::npos) return installLoc;
   return installLoc.substr(0, agentDirectory - std::min<size_t>(agentDirectory, 1));
-}
-
-/// The child's trace beside the job's own; empty without one.
-std::string notifyTraceFile(const std::string& traceFile) {
-  const size_t extension = traceFile.rfind(".trace");
-  return extension == std::string::npos ? std::string() : traceFile.substr(0, extension) + ".notify.trace";
 }
 
 }  // namespace
@@ -51,7 +46,7 @@ std::vector<std::string> notifyArguments(const CmdArgs& args, int rc, const std:
   add("-jobstarttimestamp", jobStartTime);
   add("-jobendtimestamp", jobEndTime);
   words.emplace_back("-debugfile");
-  const std::string traceFile = notifyTraceFile(args.traceFile);
+  const std::string traceFile = LogUtil::notifyTraceFile(args.traceFile);
   if (!traceFile.empty()) words.push_back(traceFile);
   return words;
 }

@@ -1,26 +1,27 @@
 #include "Common/LogUtil.h"
 
 #include <dirent.h>
+#include <fcntl.h>
 #include <sys/stat.h>
 
-#include <algorithm>
 #include <cstdio>
-#include <iterator>
+#include <limits>
 #include <memory>
+#include <optional>
 
 #include "Common/EntityToObjectMapper.h"
 #include "Common/unix/psnautil.h"
 #include "QLMlib/common/ut/Trace.h"
+#include "QLMlib/common/ut/TraceOutput.h"
 
 namespace agent {
 
 namespace {
 
-constexpr size_t kInstanceDigits = 6;
-constexpr size_t kSidDigits = 4;
 constexpr int64_t kBytesPerKilobyte = 1024;
 constexpr int64_t kLeastRoom = 1024;  // a file with less room than this is full
 constexpr int64_t kSecondsPerDay = 86400;
+constexpr std::string_view kTraceExtension = ".trace";
 
 std::string zeroFilled(const char* format, int32_t number) {
   char text[16];
@@ -28,37 +29,59 @@ std::string zeroFilled(const char* format, int32_t number) {
   return text;
 }
 
-bool startsWith(std::string_view text, std::string_view start) {
-  return text.substr(0, start.size()) == start;
+std::string instanceFileName(std::string_view component, int32_t instance, std::string_view extension) {
+  std::string name(component);
+  return name.append("_").append(zeroFilled("%06d", instance)).append(extension);
 }
 
-bool hasExtension(std::string_view name, std::string_view extension) {
-  const size_t dot = name.rfind('.');
-  return dot != std::string_view::npos && name.substr(dot) == extension;
+/// The number that begins at `position`. Whether nothing else stands there is seen by building the name anew.
+int32_t numberAt(std::string_view name, size_t position) {
+  return position < name.size() ? toInt32(name.substr(position)) : -1;
 }
 
-/// The number of exactly `count` digits at `position`, or -1.
-int digitsAt(std::string_view name, size_t position, size_t count) {
-  if (name.size() < position + count) return -1;
-  const std::string_view digits = name.substr(position, count);
-  const bool allDigits =
-      std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; });
-  return allDigits ? toInt32(digits) : -1;
+std::optional<LogUtil::FileNumber> instanceOf(std::string_view name, std::string_view component,
+                                              std::string_view extension) {
+  const int32_t instance = numberAt(name, component.size() + 1);
+  // None could follow the highest there is, so counting never came so far.
+  if (instance < 0 || instance == std::numeric_limits<int32_t>::max()) return {};
+  if (name != instanceFileName(component, instance, extension)) return {};
+  return LogUtil::FileNumber{instance, 0};
 }
 
-/// The files of a directory to which `numberOf` gives a number of 0 or more.
+std::optional<LogUtil::FileNumber> runOf(std::string_view name, const std::string& jobName,
+                                         std::string_view component, std::string_view extension) {
+  const size_t sidStart = jobName.size() + 1;
+  const LogUtil::Run run{jobName, numberAt(name, sidStart), numberAt(name, name.find('.', sidStart) + 1)};
+  if (run.sid < 0 || run.run < 0 || name != LogUtil::runFileName(run, component, extension)) return {};
+  return LogUtil::FileNumber{run.sid, run.run};
+}
+
+/// The files of a directory to which `numberOf` gives a number.
 template <typename NumberOf>
 LogUtil::FileMap matchingFiles(const std::string& directory, NumberOf numberOf) {
   LogUtil::FileMap files;
   const std::unique_ptr<DIR, int (*)(DIR*)> stream(::opendir(directory.c_str()), ::closedir);
-  if (stream) {
-    while (const dirent* entry = ::readdir(stream.get())) {
-      const int number = numberOf(std::string_view(entry->d_name));
-      if (number >= 0) files.emplace(number, directory + entry->d_name);
+  while (const dirent* entry = stream ? ::readdir(stream.get()) : nullptr) {
+    const std::optional<LogUtil::FileNumber> number = numberOf(std::string_view(entry->d_name));
+    struct stat status;
+    if (!number || ::fstatat(::dirfd(stream.get()), entry->d_name, &status, AT_SYMLINK_NOFOLLOW) != 0 ||
+        S_ISDIR(status.st_mode)) {
+      continue;
     }
+    files.emplace(*number, directory + entry->d_name);
   }
   if (files.empty()) TRACE(TR_MAX, "Found no matching file\n");
   return files;
+}
+
+/// Deletes a log or a trace. What belongs to a trace goes first: as long as the trace is there, the next
+/// purge finds the rest.
+void removeRunFile(const std::string& path) {
+  if (path.ends_with(kTraceExtension)) {
+    psRemoveFile(LogUtil::notifyTraceFile(path));
+    TraceOutput::removeFurtherSegments(path);
+  }
+  psRemoveFile(path);
 }
 
 }  // namespace
@@ -73,6 +96,11 @@ std::string LogUtil::runFileName(const Run& run, std::string_view component, std
   name += zeroFilled("%08d", run.run);
   name += extension;
   return name;
+}
+
+std::string LogUtil::notifyTraceFile(const std::string& traceFile) {
+  const size_t extension = traceFile.rfind(kTraceExtension);
+  return extension == std::string::npos ? std::string() : traceFile.substr(0, extension) + ".notify.trace";
 }
 
 std::string LogUtil::nextFile(const std::string& directory, const Run& run, const std::string& component,
@@ -90,13 +118,13 @@ std::string LogUtil::nextFile(const std::string& directory, const Run& run, cons
 std::string LogUtil::getNextLogName(const std::string& directory, const std::string& prefix,
                                     const std::string& extension) {
   const FileMap files = getMatchingFilesMap(directory, prefix, extension);
-  int instance = 0;
+  int32_t instance = 0;
   newFile = true;
   if (!files.empty()) {
-    const auto& [lastInstance, lastFile] = *files.rbegin();
-    instance = lastInstance;
+    const auto& [lastNumber, lastFile] = *files.rbegin();
+    instance = lastNumber.first;
     struct stat status;
-    if (::stat(lastFile.c_str(), &status) != 0) {
+    if (::stat(lastFile.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) {
       TRACE(TR_MIN, "psFileSize failed on  = %s\n", lastFile.c_str());
       ++instance;
     } else if (maxLogSize * kBytesPerKilobyte - status.st_size < kLeastRoom) {
@@ -105,26 +133,19 @@ std::string LogUtil::getNextLogName(const std::string& directory, const std::str
       newFile = false;
     }
   }
-  return prefix + "_" + zeroFilled("%06d", instance) + extension;
+  return instanceFileName(prefix, instance, extension);
 }
 
 LogUtil::FileMap LogUtil::getMatchingFilesMap(const std::string& directory, const std::string& component,
                                               const std::string& extension) {
-  return matchingFiles(directory, [&](std::string_view name) {
-    if (!startsWith(name, component) || !hasExtension(name, extension)) return -1;
-    return digitsAt(name, component.size() + 1, kInstanceDigits);
-  });
+  return matchingFiles(directory,
+                       [&](std::string_view name) { return instanceOf(name, component, extension); });
 }
 
 LogUtil::FileMap LogUtil::getMatchingFilesMap(const std::string& directory, const std::string& jobName,
                                               const std::string& component, const std::string& extension) {
-  return matchingFiles(directory, [&](std::string_view name) {
-    if (!startsWith(name, jobName) || !hasExtension(name, extension)) return -1;
-    const size_t underscore = name.find('_', jobName.size());
-    if (underscore == std::string_view::npos || !startsWith(name.substr(underscore + 1), component))
-      return -1;
-    return digitsAt(name, jobName.size() + 1, kSidDigits);
-  });
+  return matchingFiles(directory,
+                       [&](std::string_view name) { return runOf(name, jobName, component, extension); });
 }
 
 void LogUtil::purgeLogFiles(FileMap files, bool byInstance) const {
@@ -137,21 +158,16 @@ void LogUtil::purgeLogFiles(FileMap files, bool byInstance) const {
         continue;
       }
       TRACE(TR_MAX, "File \"%s\" will be deleted\n", file->second.c_str());
-      psRemoveFile(file->second);
+      removeRunFile(file->second);
       file = files.erase(file);
     }
   }
   const int64_t limit = byInstance ? maxNumLogs : maxNumRuns;
   int64_t excess = static_cast<int64_t>(files.size()) + (newFile ? 1 : 0) - limit;
-  while (excess > 0 && !files.empty()) {
-    const int lowest = files.begin()->first;
-    const auto [begin, end] = files.equal_range(lowest);
-    for (auto file = begin; file != end; ++file) {
-      TRACE(TR_MAX, "File \"%s\" with run number %d will be deleted\n", file->second.c_str(), lowest);
-      psRemoveFile(file->second);
-    }
-    excess -= std::distance(begin, end);
-    files.erase(begin, end);
+  for (auto file = files.begin(); excess > 0 && file != files.end(); ++file, --excess) {
+    const auto& [number, path] = *file;
+    TRACE(TR_MAX, "File \"%s\" with run number %d will be deleted\n", path.c_str(), number.first);
+    removeRunFile(path);
   }
 }
 

@@ -43,12 +43,12 @@ TEST_F(JobLogTest, OfAJobsRunsTheLastAreKept) {
   const std::vector<std::string> runs = words(
       "nightly.0001_scan.00000100.log nightly.0002_scan.00000098.log nightly.0002_scan.00000099.log "
       "nightly.0003_scan.00000101.log nightly.0004_scan.00000001.log nightly.0005_scan.00000001.log");
-  // Another job's, another program's, one without a number, a numbered one.
+  // Other jobs', another program's, one without a number, a numbered one.
   const std::vector<std::string> others = words(
-      "nightly2.0001_scan.00000001.log nightly.0001_probe.00000001.log nightly.001x_scan.00000001.log "
-      "scan_000000.log");
+      "nightly2.0001_scan.00000001.log nightly-2024.0001_scan.00000001.log nightly.0001_probe.00000001.log "
+      "nightly.001x_scan.00000001.log scan_000000.log");
   for (const Case& c : {
-           Case{"five with the one that starts; files of one number go together", "", 3},
+           Case{"five with the one that starts; of one schedule's the first run goes first", "", 2},
            Case{"as many as asked for", "-maxnumruns 7", 0},
            Case{"age is no matter", "-maxnumruns 7 -maxnumdays 1", 0},
            Case{"none but the one that starts", "-maxnumruns 1", 6},
@@ -111,15 +111,18 @@ TEST_F(JobLogTest, ANumberedLogGoesOnUntilLessThanAKilobyteIsLeft) {
   }
 }
 
-TEST_F(JobLogTest, TracesArePurgedLikeLogs) {
-  for (const char* name : {"nightly.0001_scan.00000001", "nightly.0002_scan.00000001"}) {
-    put(std::string(name) + ".log");
-    put(std::string(name) + ".trace");
+TEST_F(JobLogTest, TracesArePurgedLikeLogsEachWithWhatBelongsToIt) {
+  for (const char* name : {"nightly.0001_scan.00000001", "nightly.0001_scan.00000002"}) {
+    for (const char* extension : {".log", ".trace", ".notify.trace", ".2.trace", ".3.trace"}) {
+      put(std::string(name) + extension);
+    }
   }
   EXPECT_EQ(scan("-maxnumruns 2 -debug MIN").status, 0);
-  EXPECT_THAT(names(),
-              ::testing::ElementsAre("nightly.0002_scan.00000001.log", "nightly.0002_scan.00000001.trace",
-                                     "nightly.0012_scan.00000345.log", "nightly.0012_scan.00000345.trace"));
+  EXPECT_THAT(names(), ::testing::ElementsAre(
+                           "nightly.0001_scan.00000002.2.trace", "nightly.0001_scan.00000002.3.trace",
+                           "nightly.0001_scan.00000002.log", "nightly.0001_scan.00000002.notify.trace",
+                           "nightly.0001_scan.00000002.trace", "nightly.0012_scan.00000345.log",
+                           "nightly.0012_scan.00000345.trace"));
 }
 
 TEST_F(JobLogTest, ALogThatCanNotBeWrittenStopsNothing) {

@@ -42,6 +42,14 @@ std::string padded(uint64_t number, std::size_t width) {
   return text;
 }
 
+std::string segmentName(const std::string& name, uint64_t segment) {
+  if (segment == 1) return name;
+  const std::size_t slash = name.rfind('/');
+  std::size_t dot = name.rfind('.');
+  if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) dot = name.size();
+  return name.substr(0, dot) + "." + std::to_string(segment) + name.substr(dot);
+}
+
 }  // namespace
 
 int TraceOutput::open(const std::string& name, const TraceLimit& limit) {
@@ -54,7 +62,7 @@ int TraceOutput::open(const std::string& name, const TraceLimit& limit) {
     descriptor_ = OwnedDescriptor(name == "STDERR" ? STDERR_FILENO : STDOUT_FILENO);
     return 0;
   }
-  if (segmentCount() > 1) removeOldSegments();
+  if (segmentCount() > 1) removeFurtherSegments(name);
   return openSegment(1) ? 0 : openFailed;
 }
 
@@ -64,7 +72,7 @@ bool TraceOutput::openSegment(uint64_t segment) {
   if (limit_.maxMB == 0) return startPlain();
 
   // A name that is a pipe or a device must not hang the job; writing to it fails at the first record.
-  descriptor_ = openFile(segmentName(segment).c_str(), O_RDWR | O_CREAT | O_NONBLOCK, 0666);
+  descriptor_ = openFile(segmentName(name_, segment).c_str(), O_RDWR | O_CREAT | O_NONBLOCK, 0666);
   if (!descriptor_) return false;
   if (!keepRing() && !startRing()) return giveUp();
   if (segmentCount() == 1 || (segment == 1 && previous == 1)) return put(beginning, endMark);
@@ -196,16 +204,8 @@ uint64_t TraceOutput::segmentBytes() const {
   return std::min(limit_.segmentMB, limit_.maxMB - before) * limit_.bytesPerMB;
 }
 
-std::string TraceOutput::segmentName(uint64_t segment) const {
-  if (segment == 1) return name_;
-  const std::size_t slash = name_.rfind('/');
-  std::size_t dot = name_.rfind('.');
-  if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) dot = name_.size();
-  return name_.substr(0, dot) + "." + std::to_string(segment) + name_.substr(dot);
-}
-
-void TraceOutput::removeOldSegments() const {
-  for (uint64_t segment = 2; ::unlink(segmentName(segment).c_str()) == 0; ++segment) {
+void TraceOutput::removeFurtherSegments(const std::string& name) {
+  for (uint64_t segment = 2; ::unlink(segmentName(name, segment).c_str()) == 0; ++segment) {
   }
 }
 

@@ -48,6 +48,9 @@ class TraceOutput {
   /// @return 0 or errno of the failure
   int close();
 
+  /// Removes the segments behind the first of the trace that bears the name.
+  static void removeFurtherSegments(const std::string& name);
+
   bool isOpen() const { return descriptor_.get() != -1; }
   bool isStream() const { return stream_; }
   const std::string& name() const { return name_; }
@@ -61,10 +64,8 @@ class TraceOutput {
   bool put(std::string_view text, std::string_view endMark);
   bool storeNextWrite();
   std::string headerLine() const;
-  std::string segmentName(uint64_t segment) const;
   uint64_t segmentCount() const;
   uint64_t segmentBytes() const;
-  void removeOldSegments() const;
   bool giveUp();
 
   std::string name_;
