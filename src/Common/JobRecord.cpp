@@ -9,6 +9,7 @@
 
 #include "Common/unix/FileDescriptor.h"
 #include "Common/unix/psnautil.h"
+#include "QLMlib/common/unx/StarterOutput.h"
 #include "QLMlib/common/ut/Trace.h"
 
 namespace agent {
@@ -69,7 +70,7 @@ std::string createAdHocRecord(CmdArgs& args, bool scheduled) {
 
 void sendAgentStartStatus(int fd, const char* status) {
   if (fd == -1) return;
-  if (::write(fd, status, 1) == 1) {
+  if (writeToReader(fd, {status, 1}) == 0) {
     TRACE(TR_MAX, "Successfully sent status to agent: %c\n", *status);
   } else {
     TRACE(TR_MIN, "Failed to send status to agent: %c\n", *status);

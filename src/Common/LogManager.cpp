@@ -1,15 +1,16 @@
 #include "Common/LogManager.h"
 
 #include <fcntl.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <ctime>
 #include <utility>
 
 #include "Common/SafeText.h"
 #include "QLMlib/common/nls/DateTimeFormat.h"
+#include "QLMlib/common/unx/StarterOutput.h"
 #include "QLMlib/common/ut/LogFile.h"
 #include "QLMlib/common/ut/Trace.h"
 
@@ -71,12 +72,10 @@ OwnedDescriptor spareDescriptor() {
   return openFile("/dev/null", O_RDONLY);
 }
 
-/// Standard output may be a closed pipe: what can't be printed is lost, the log has it.
 void printLine(std::string text) {
   if (text.empty()) return;
   if (text.back() != '\n') text += '\n';
-  std::fwrite(text.data(), 1, text.size(), stdout);
-  std::fflush(stdout);
+  tellStarter(STDOUT_FILENO, text);
 }
 
 }  // namespace

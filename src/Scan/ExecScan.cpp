@@ -2,7 +2,6 @@
 
 #include <unistd.h>
 
-#include <cstdio>
 #include <ctime>
 #include <exception>
 #include <utility>
@@ -20,6 +19,7 @@
 #include "Common/unix/psnautil.h"
 #include "Common/unix/pssignal.h"
 #include "QLMlib/common/nls/MessageCatalogs.h"
+#include "QLMlib/common/unx/StarterOutput.h"
 #include "QLMlib/common/ut/Trace.h"
 #include "QLMlib/common/ut/TraceFile.h"
 #include "Scan/ScanDefinition.h"
@@ -28,7 +28,7 @@ namespace agent {
 
 namespace {
 
-constexpr const char* VERSION = "5.2.4.1";
+constexpr const char* VERSION = "5.2.4.1\n";
 constexpr const char* STARTED = "1";
 constexpr const char* FAILED_TO_START = "3";
 constexpr int OBJECT_CREATION_FAILED = 12;
@@ -78,7 +78,7 @@ void ExecScan::run() {
   TRACE_SCOPE("startScan(...)");
   installSignalHandling();
   if (cmdArgs_->wantsVersion()) {
-    printf("%s\n", VERSION);
+    tellStarter(STDOUT_FILENO, VERSION);
     return;
   }
   sendAgentStartStatus(cmdArgs_->agentCom, returnCode_ == CLEAN ? STARTED : FAILED_TO_START);
@@ -284,11 +284,10 @@ bool ExecScan::hasSpectator() const {
 /// Where the result and the log lie, for whoever started the job by hand.
 void ExecScan::tellSpectator() const {
   if (!hasSpectator()) return;
-  if (returnCode_ < ABORTED) {
-    fprintf(stderr, "Result: %s  Log: %s\n", cmdArgs_->resultFile.c_str(), logFile_.c_str());
-  } else {
-    fprintf(stderr, "The scan ended with %d and no result. Log: %s\n", returnCode_, logFile_.c_str());
-  }
+  const std::string found = returnCode_ < ABORTED
+                                ? "Result: " + cmdArgs_->resultFile + " "
+                                : "The scan ended with " + std::to_string(returnCode_) + " and no result.";
+  tellStarter(STDERR_FILENO, found + " Log: " + logFile_ + "\n");
 }
 
 /// Frees what the run holds, in the order in which it may go. May be called twice.

@@ -4,7 +4,7 @@
 #include <unistd.h>
 
 #include "Common/SafeText.h"
-#include "QLMlib/common/unx/OwnedDescriptor.h"
+#include "QLMlib/common/unx/StarterOutput.h"
 #include "Scan/walk/FileAttributes.h"
 
 namespace agent {
@@ -51,8 +51,8 @@ size_t ProgressLine::columns() const {
 }
 
 void ProgressLine::write(const std::string& text) const {
-  // A terminal that has gone away costs the line, not the scan.
-  (void)writeAll(terminal_, text);
+  // A terminal that has stopped or gone away costs the line, not the scan.
+  (void)writeToReader(terminal_, text, std::chrono::milliseconds::zero());
 }
 
 }  // namespace agent

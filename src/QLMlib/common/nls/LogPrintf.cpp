@@ -1,12 +1,14 @@
 #include "QLMlib/common/nls/LogPrintf.h"
 
-#include <cstdio>
 #include <cstring>
 #include <ctime>
+
+#include <unistd.h>
 
 #include "QLMlib/common/nls/Catalog.h"
 #include "QLMlib/common/nls/DateTimeFormat.h"
 #include "QLMlib/common/nls/MessageCatalogs.h"
+#include "QLMlib/common/unx/StarterOutput.h"
 #include "QLMlib/common/ut/LogFile.h"
 #include "QLMlib/common/ut/Trace.h"
 #include "QLMlib/common/ut/TraceClasses.h"
@@ -24,8 +26,7 @@ void printText(const std::string& text) {
     localtime_r(&now, &local);
     stamp = dateText(local) + " " + timeText(local) + " ";
   }
-  std::fputs((stamp + text).c_str(), stdout);
-  std::fflush(stdout);
+  tellStarter(STDOUT_FILENO, stamp + text);
 }
 
 void writeErrorLog(const std::string& text) {

@@ -1,13 +1,15 @@
 #include "QLMlib/common/nls/Messages.h"
 
 #include <clocale>
-#include <cstdio>
 #include <cstring>
+
+#include <unistd.h>
 
 #include "QLMlib/common/nls/Catalog.h"
 #include "QLMlib/common/nls/DateTimeFormat.h"
 #include "QLMlib/common/nls/MessageCatalogs.h"
 #include "QLMlib/common/nls/MessageFormat.h"
+#include "QLMlib/common/unx/StarterOutput.h"
 #include "QLMlib/common/ut/GlobalRC.h"
 #include "QLMlib/common/ut/Trace.h"
 
@@ -77,14 +79,12 @@ bool openCatalogs(const std::string& catalogName, const std::string& directory) 
   std::string englishPath;
   std::string languageFailure;
   if (!jobCatalogs.open(directory, catalogName, language, englishPath, languageFailure)) {
-    std::fprintf(stderr, "ZNS0101E Unable to open English message repository '%s'.\n", englishPath.c_str());
+    tellStarter(STDERR_FILENO, "ZNS0101E Unable to open English message repository '" + englishPath + "'.\n");
     return false;
   }
   if (!languageFailure.empty()) {
-    std::fprintf(stderr,
-                 "ZNS0102W Unable to open the message repository %s. The American English repository will be "
-                 "used instead.\n",
-                 languageFailure.c_str());
+    tellStarter(STDERR_FILENO, "ZNS0102W Unable to open the message repository " + languageFailure +
+                                   ". The American English repository will be used instead.\n");
   }
   libraryCatalogs.open(directory, libraryCatalogName, language, englishPath, languageFailure);
   return true;

@@ -14,6 +14,7 @@
 
 #include "QLMlib/common/nls/DateTimeFormat.h"
 #include "QLMlib/common/unx/DirectoryPath.h"
+#include "QLMlib/common/unx/StarterOutput.h"
 #include "QLMlib/common/ut/TraceClasses.h"
 #include "QLMlib/common/ut/TraceFile.h"
 #include "QLMlib/common/ut/TraceOutput.h"
@@ -102,8 +103,8 @@ std::string linePrefix(TraceObject& trace) {
 
 void disableTracing(const TraceObject& trace) {
   clearTraceFlags();
-  std::printf("Unable to write to trace file %s. Tracing disabled.\n", trace.output.name().c_str());
-  std::fflush(stdout);
+  tellStarter(STDOUT_FILENO,
+              "Unable to write to trace file " + trace.output.name() + ". Tracing disabled.\n");
 }
 
 void writeRecord(TraceObject& trace, std::string text) {
@@ -197,8 +198,7 @@ int initializeTrace(const std::string& fileName, const std::string& debugWord, i
   parseTraceFlags(debugWord, naTrcClassTable(), naAgrClassTable(), false);
 
   if (trace.output.open(fileName, {.maxMB = maxMB, .segmentMB = segmentMB}) != 0) {
-    std::printf("Unable to open trace output file %s\n", fileName.c_str());
-    std::fflush(stdout);
+    tellStarter(STDOUT_FILENO, "Unable to open trace output file " + fileName + "\n");
     closeTrace();
     return openFailed;
   }
@@ -211,9 +211,8 @@ void closeTrace() {
   if (trace == nullptr) return;
   const std::lock_guard lock(trace->mutex);
   if (const int failure = trace->output.close(); failure != 0) {
-    std::printf("Unable to close trace output file %s: %s \n", trace->output.name().c_str(),
-                std::strerror(failure));
-    std::fflush(stdout);
+    tellStarter(STDOUT_FILENO, "Unable to close trace output file " + trace->output.name() + ": " +
+                                   std::strerror(failure) + " \n");
   }
   clearTraceFlags();
 }

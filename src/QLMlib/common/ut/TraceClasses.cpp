@@ -1,6 +1,10 @@
 #include "QLMlib/common/ut/TraceClasses.h"
 
-#include <cstdio>
+#include <string>
+
+#include <unistd.h>
+
+#include "QLMlib/common/unx/StarterOutput.h"
 
 namespace agent {
 
@@ -94,10 +98,7 @@ int applyAggregate(FlagWord word, std::span<const TraceClass> classes,
   for (const TraceAggregate& row : aggregates) {
     if (word.name == row.name) return applyWords(row.words, word.on, classes, aggregates, silent);
   }
-  if (!silent) {
-    std::printf("Invalid trace flag: %.*s\n", static_cast<int>(word.name.size()), word.name.data());
-    std::fflush(stdout);
-  }
+  if (!silent) tellStarter(STDOUT_FILENO, "Invalid trace flag: " + std::string(word.name) + "\n");
   return -1;
 }
 

@@ -9,6 +9,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "QLMlib/common/unx/StarterOutput.h"
 #include "QLMlib/common/ut/Product.h"
 
 namespace agent {
@@ -132,7 +133,8 @@ bool TraceOutput::startRing() {
 
 bool TraceOutput::write(std::string_view record) {
   if (!isOpen()) return true;
-  if (stream_ || limit_.maxMB == 0) return writeAll(descriptor_.get(), record) == 0 || giveUp();
+  if (stream_) return writeToReader(descriptor_.get(), record) == 0 || giveUp();
+  if (limit_.maxMB == 0) return writeAll(descriptor_.get(), record) == 0 || giveUp();
 
   const uint64_t whole = segmentBytes() - wrapStart_ - roomForMark;
   if (record.size() > whole) record = record.substr(0, whole);
