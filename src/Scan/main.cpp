@@ -18,10 +18,10 @@
 // docs/architecture.md follows one run and one directory entry through these rooms.
 
 #include <fcntl.h>
-#include <signal.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include "Common/unix/pssignal.h"
 #include "Scan/ExecScan.h"
 
 namespace {
@@ -47,8 +47,7 @@ void raiseDescriptorLimit() {
 
 int main(int argc, char** argv) {
   fillStandardDescriptors();
-  signal(SIGPIPE,
-         SIG_IGN);  // from the first message on: its reader may have gone, the agent wants its status
+  agent::ignoreSignalsOfWriting();
   raiseDescriptorLimit();
   agent::ExecScan job;
   return job.startScan(argc, argv);

@@ -4,6 +4,7 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include "Common/unix/CmdExecer.h"
 #include "common/ChildProcess.h"
 
 namespace agent::test {
@@ -43,6 +44,20 @@ TEST(PssignalTest, WhatTheAgentHadSetOtherwiseIsPutRight) {
     return endOf(startChild([] { return 42; })) == 42 ? 0 : 2;
   });
   EXPECT_EQ(endOf(child), 0);
+}
+
+TEST(PssignalTest, ChildrenGetSignalsAsTheJobFoundThem) {
+  const pid_t job = startChild([] {
+    ::signal(SIGTTOU, SIG_IGN);
+    ::signal(SIGXFSZ, SIG_DFL);
+    ignoreSignalsOfWriting();
+    installSignalHandling();
+    CmdExecer command({"grep SigIgn /proc/self/status"});
+    command.runCommand();
+    // 1 and 13, which the job ignores for its children too, and 22.
+    return command.sysOut == "SigIgn:\t0000000000201001\n" ? 0 : 1;
+  });
+  EXPECT_EQ(endOf(job), 0);
 }
 
 }  // namespace

@@ -200,6 +200,14 @@ TEST_F(JobDriverTest, AStarterThatReadsNothingIsNotWaitedForLong) {
   EXPECT_EQ(fcntl(pipe.writing.get(), F_GETFL) & O_NONBLOCK, 0) << "it is the starter's as well";
 }
 
+TEST_F(JobDriverTest, AFileThatMayNotGrowIsAFailedWriteFromTheFirstLineOn) {
+  Launch launch = tree_.launch(words("-debug MAX"));
+  launch.arguments.insert(launch.arguments.begin(),
+                          {"-c", "ulimit -f 0; exec \"$0\" \"$@\"", launch.program});
+  launch.program = "/bin/sh";
+  EXPECT_EQ(run(launch).status, 30);
+}
+
 TEST_F(JobDriverTest, TheAgentsEndOfThePipeIsClosedAndChildrenInheritNothing) {
   define();
   tree_.installAgent(

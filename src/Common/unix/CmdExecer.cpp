@@ -3,7 +3,6 @@
 #include <fcntl.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <utility>
 
 #include "Common/unix/LineReader.h"
@@ -47,7 +46,7 @@ int CmdExecer::runCommand() {
     return -1;
   }
   TRACE(TR_MAX, "Executing command: %s\n", cmdLine_.c_str());
-  const int status = std::system(cmdLine_.c_str());
+  const int status = runShell(cmdLine_);
   if (status == -1) {
     const int error = errno;
     TRACE(TR_MIN, "system(%s) failed (errno = %d, %s)\n", cmdLine_.c_str(), error,

@@ -14,6 +14,7 @@
 #include <thread>
 
 #include "Common/unix/FileDescriptor.h"
+#include "Common/unix/pssignal.h"
 #include "QLMlib/common/unx/DirectoryPath.h"
 #include "QLMlib/common/ut/Trace.h"
 
@@ -76,13 +77,6 @@ bool redirectTo(const char* file, int standardDescriptor) {
   return led;
 }
 
-/// In the child: signals as a new program expects them, except those that the job ignores for its children
-/// too.
-void restoreSignals(const sigset_t& mask) {
-  ::signal(SIGTERM, SIG_DFL);  // until now a stop for the whole group would only have set a flag here
-  ::pthread_sigmask(SIG_SETMASK, &mask, nullptr);
-}
-
 void traceFailedStart(const char* file, int error) {
   if (error == ENOENT) {
     TRACE(TR_MIN, "File '%s' not found by execv().\n", file);
@@ -91,6 +85,64 @@ void traceFailedStart(const char* file, int error) {
   } else {
     TRACE(TR_MIN, "Unexpected error invoking program, errno = %d.\n", error);
   }
+}
+
+/// Starts "/bin/sh -c text". @return 0, or errno of what kept the child from starting
+int startShell(const std::string& text, ChildRecord& child, bool redirect,
+               const std::vector<std::string>* env) {
+  std::vector<std::string> localArgv{"/bin/sh", "-c", text};
+  for (size_t i = 0; i < localArgv.size(); ++i) {
+    TRACE(TR_MAX, "localArgv[%d] = %s\n", static_cast<int>(i), localArgv[i].c_str());
+  }
+  if (redirect && child.stdoutFile.empty()) child.stdoutFile = psGetTempFileName();
+  if (redirect && child.stderrFile.empty()) child.stderrFile = psGetTempFileName();
+
+  // All that the child needs is made here: behind the fork it may only make system calls, for another thread
+  // may have held any lock at that moment. What went wrong there it tells through a pipe that exec closes.
+  const std::vector<char*> arguments = pointersTo(localArgv);
+  std::vector<std::string> environmentTexts = env == nullptr ? std::vector<std::string>{} : *env;
+  const std::vector<char*> environment = pointersTo(environmentTexts);
+  int ends[2];
+  if (::pipe2(ends, O_CLOEXEC) != 0) return errno;
+  FileDescriptor readEnd(ends[0]);
+  FileDescriptor writeEnd(ends[1]);
+  sigset_t all;
+  sigset_t oldMask;
+  sigfillset(&all);
+  ::pthread_sigmask(SIG_SETMASK, &all, &oldMask);
+
+  const pid_t pid = ::fork();
+  if (pid == 0) {
+    if (redirect && !(redirectTo(child.stdoutFile.c_str(), STDOUT_FILENO) &&
+                      redirectTo(child.stderrFile.c_str(), STDERR_FILENO))) {
+      ::_exit(kNotStarted);
+    }
+    restoreFoundSignals(oldMask);
+    if (env == nullptr) {
+      ::execv(arguments[0], arguments.data());
+    } else {
+      ::execve(arguments[0], arguments.data(), environment.data());
+    }
+    const int error = errno;
+    [[maybe_unused]] const ssize_t told = ::write(writeEnd.get(), &error, sizeof error);
+    ::_exit(kNotStarted);
+  }
+  const int forkError = errno;
+  ::pthread_sigmask(SIG_SETMASK, &oldMask, nullptr);
+  if (pid < 0) {
+    TRACE(TR_MIN, "fork() failed, errno: %d\n", forkError);
+    return forkError;
+  }
+  TRACE(TR_MAX, "fork() success, pid: %d\n", static_cast<int>(pid));
+  child.pid = pid;
+  writeEnd.close();
+  int startError = 0;
+  ssize_t count;
+  do {
+    count = ::read(readEnd.get(), &startError, sizeof startError);
+  } while (count < 0 && errno == EINTR);
+  if (count == sizeof startError) traceFailedStart(arguments[0], startError);
+  return 0;
 }
 
 // --- waiting for it ---------------------------------------------------------------------------------------
@@ -195,59 +247,14 @@ int SpawnExternalProgram(const std::vector<std::string>& argv, ChildRecord& chil
                          bool quoteArgs, const std::vector<std::string>* env) {
   TRACE_SCOPE("SpawnExternalProgram()");
   if (argv.empty()) return EINVAL;
-  std::vector<std::string> localArgv{"/bin/sh", "-c", commandText(argv, quoteArgs)};
-  for (size_t i = 0; i < localArgv.size(); ++i) {
-    TRACE(TR_MAX, "localArgv[%d] = %s\n", static_cast<int>(i), localArgv[i].c_str());
-  }
-  if (redirect && child.stdoutFile.empty()) child.stdoutFile = psGetTempFileName();
-  if (redirect && child.stderrFile.empty()) child.stderrFile = psGetTempFileName();
+  return startShell(commandText(argv, quoteArgs), child, redirect, env);
+}
 
-  // All that the child needs is made here: behind the fork it may only make system calls, for another thread
-  // may have held any lock at that moment. What went wrong there it tells through a pipe that exec closes.
-  const std::vector<char*> arguments = pointersTo(localArgv);
-  std::vector<std::string> environmentTexts = env == nullptr ? std::vector<std::string>{} : *env;
-  const std::vector<char*> environment = pointersTo(environmentTexts);
-  int ends[2];
-  if (::pipe2(ends, O_CLOEXEC) != 0) return errno;
-  FileDescriptor readEnd(ends[0]);
-  FileDescriptor writeEnd(ends[1]);
-  sigset_t all;
-  sigset_t oldMask;
-  sigfillset(&all);
-  ::pthread_sigmask(SIG_SETMASK, &all, &oldMask);
-
-  const pid_t pid = ::fork();
-  if (pid == 0) {
-    if (redirect && !(redirectTo(child.stdoutFile.c_str(), STDOUT_FILENO) &&
-                      redirectTo(child.stderrFile.c_str(), STDERR_FILENO))) {
-      ::_exit(kNotStarted);
-    }
-    restoreSignals(oldMask);
-    if (env == nullptr) {
-      ::execv(arguments[0], arguments.data());
-    } else {
-      ::execve(arguments[0], arguments.data(), environment.data());
-    }
-    const int error = errno;
-    [[maybe_unused]] const ssize_t told = ::write(writeEnd.get(), &error, sizeof error);
-    ::_exit(kNotStarted);
-  }
-  const int forkError = errno;
-  ::pthread_sigmask(SIG_SETMASK, &oldMask, nullptr);
-  if (pid < 0) {
-    TRACE(TR_MIN, "fork() failed, errno: %d\n", forkError);
-    return forkError;
-  }
-  TRACE(TR_MAX, "fork() success, pid: %d\n", static_cast<int>(pid));
-  child.pid = pid;
-  writeEnd.close();
-  int startError = 0;
-  ssize_t count;
-  do {
-    count = ::read(readEnd.get(), &startError, sizeof startError);
-  } while (count < 0 && errno == EINTR);
-  if (count == sizeof startError) traceFailedStart(arguments[0], startError);
-  return 0;
+int runShell(const std::string& commandText) {
+  ChildRecord child;
+  int status = 0;
+  errno = startShell(commandText, child, false, nullptr);
+  return errno == 0 && waitWithoutLimit(child.pid, status) == Wait::ended ? status : -1;
 }
 
 int decodeExitStatus(int status) {

@@ -47,6 +47,11 @@ struct ChildRecord {
 int SpawnExternalProgram(const std::vector<std::string>& argv, ChildRecord& child, bool redirect = false,
                          bool quoteArgs = true, const std::vector<std::string>* env = nullptr);
 
+/// system(3), for which signals in the child are none of its business: there they are as this process found
+/// them.
+/// @return the status as waitpid(2) has it, or -1 with the reason in errno
+int runShell(const std::string& commandText);
+
 /// Waits for the child's end.
 /// @param exitCode its exit status, or the number of the signal that ended it; left alone on failure
 /// @param seconds limit on the monotonic clock after which the child is killed; 0 and below: none
