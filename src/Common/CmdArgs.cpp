@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
+#include <utility>
 
 #include "Common/EntityToObjectMapper.h"
 
@@ -158,6 +159,12 @@ int profileOption(const char* value, CmdArgs& args) {
   return takeQuotedText<&CmdArgs::scanProfile>(value, args, "scan profile not specified");
 }
 
+/// True for a name that, as a part of a path, would lead elsewhere than to a directory or file of that name:
+/// the result could end up in the place of the definition.
+bool leadsElsewhere(const std::string& name) {
+  return name == "." || name == ".." || name.find('/') != std::string::npos;
+}
+
 /// The row that a dashed argument names, or null.
 const ArgumentRow* findRow(const ArgumentRow* table, const std::string& argument) {
   if (argument.empty() || argument.front() != '-') return nullptr;
@@ -282,6 +289,8 @@ int CmdArgs::parse() {
     const int result = parseOptions();
     if (result != 0) return result;
   }
+  // After all options: the agent hears of it wherever -agentcom stands.
+  if (const int result = checkNames()) return result;
   if (installLoc.empty()) installLoc = getInstallLocation();
   if (installLoc.empty()) {
     errorText = "Unable to determine install location\n";
@@ -314,6 +323,19 @@ int CmdArgs::parseOptions() {
     if (row->takesValue) ++argIndex;
     const int result = row->handler(argIndex < argc ? argv[argIndex] : nullptr, *this);
     if (result != 0) return result;
+  }
+  return 0;
+}
+
+int CmdArgs::checkNames() {
+  const std::pair<const char*, const std::string&> names[] = {{"-servername", serverName},
+                                                              {"-jobname", jobName}};
+  for (const auto& [option, name] : names) {
+    if (!leadsElsewhere(name)) continue;
+    // The option alone is a valid one: its value tells what is wrong.
+    lastArgument = std::string(option) + " " + name;
+    errorText = "Invalid name";
+    return BAD_OPTION;
   }
   return 0;
 }

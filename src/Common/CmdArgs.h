@@ -44,8 +44,8 @@ class CmdArgs {
   const std::string& getInstallLocation();
 
   /// Reads all arguments and works out the paths; old logs and traces are purged on the way. Prints nothing.
-  /// @return 0, or 3 (bad option), 6 (option without value), 59 (no install location) with errorText set;
-  /// after
+  /// @return 0, or 3 (bad option, a name of server or job that leads elsewhere in the tree), 6 (option
+  /// without value), 59 (no install location) with errorText set; after
   ///     3 and 6 the paths are empty
   int parse();
 
@@ -77,7 +77,7 @@ class CmdArgs {
   std::vector<std::string> serverIPList;
   std::string serverIP;            ///< the whole list, joined by "_"
   std::string exeName;             ///< base name of the program
-  std::string lastArgument;        ///< the argument being parsed, for messages about it
+  std::string lastArgument;        ///< the argument being parsed, for messages about it; a bad name behind it
   int debugLevel = 0;              ///< 0 none, 1 MAX, 2 MID, 3 MIN
   std::string scanProfile;         ///< kept, not read by this job
   std::string commandWord;         ///< "SCAN", "VERSION" or empty
@@ -95,6 +95,7 @@ class CmdArgs {
  private:
   int parseCommand();
   int parseOptions();
+  int checkNames();
   void findInstallLocation();
   LogUtil logLimits() const;
   LogUtil::Run logRun() const;

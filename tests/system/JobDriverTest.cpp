@@ -89,6 +89,9 @@ TEST_F(JobDriverTest, CommandLinesThatEndTheJobAtOnce) {
       {"a debug word that is none", {"-debug", "LOUD"}, 3, refused("-debug")},
       {"a missing debug word is a bad one", {"-debug"}, 3, refused("-debug")},
       {"no option goes with version", {"-version", "-debug", "MIN"}, 3, refused("-debug") + "5.2.4.1\n"},
+      {"a server above the tree", {"-servername", ".."}, 3, refused("-servername ..")},
+      {"a server in the tree's place", {"-servername", "."}, 3, refused("-servername .")},
+      {"a job elsewhere", {"-servername", "s", "-jobname", "\"../x\""}, 3, refused("-jobname ../x")},
       {"a long argument is cut", {"-" + std::string(9000, 'x')}, 3, refused("-" + std::string(4603, 'x'))},
       {"no comma in agentcom", {"-agentcom", "7"}, 6, ""},
       {"nothing behind the comma", {"-agentcom", "7,"}, 6, ""},
@@ -173,12 +176,14 @@ TEST_F(JobDriverTest, OneByteTellsTheAgentWhetherTheJobHasStarted) {
     int status;
     const char* told;
   };
-  for (const Case& c :
-       {Case{"started", "", 0, "1"}, Case{"a bad option behind it", "-frobnicate", 3, "3"},
-        Case{"a missing value behind it", "-serverport", 6, "3"}, Case{"no trace", "-debug MIN", 30, "3"}}) {
+  for (const Case& c : {Case{"started", "-agentcom 0,9", 0, "1"},
+                        Case{"a bad option behind it", "-agentcom 0,9 -frobnicate", 3, "3"},
+                        Case{"a missing value behind it", "-agentcom 0,9 -serverport", 6, "3"},
+                        Case{"a bad name, even in front of it", "-servername srv/. -agentcom 0,9", 3, "3"},
+                        Case{"no trace", "-agentcom 0,9 -debug MIN", 30, "3"}}) {
     define();
     StatusPipe pipe;
-    Launch launch = tree_.launch(words("-agentcom 0,9 " + c.arguments));
+    Launch launch = tree_.launch(words(c.arguments));
     launch.handed = {{pipe.writing.get(), 9}};
     EXPECT_EQ(run(launch).status, c.status) << c.comment;
     EXPECT_EQ(pipe.bytes(), c.told) << c.comment;
