@@ -11,6 +11,7 @@
 #include "Common/unix/psmsgutil.h"
 #include "Common/unix/pssignal.h"
 #include "common/ChildProcess.h"
+#include "common/RefusedCalls.h"
 #include "common/TemporaryDirectory.h"
 
 namespace agent::test {
@@ -99,6 +100,31 @@ TEST_F(PsnautilTest, AChildOverItsTimeIsKilledItself) {
   EXPECT_FALSE(psIsProcessRunning(child.pid));  // sleep, not the shell that started it
   EXPECT_EQ(WaitForExternalProgram(child, exitCode_, 1), 74);
   EXPECT_EQ(WaitForExternalProgram(ChildRecord{}, exitCode_, 0), 74);
+}
+
+TEST_F(PsnautilTest, TheWaitEndsWithTheChildAtOnce) {
+  RefusedCalls calls;
+  for (const bool descriptors : {true, false}) {
+    calls.processDescriptors = descriptors;
+    auto shortest = std::chrono::steady_clock::duration::max();
+    for (int i = 0; i < 3; ++i) {
+      std::chrono::steady_clock::time_point end;
+      int pipe[2];
+      ASSERT_EQ(::pipe(pipe), 0);
+      ChildRecord child;
+      child.pid = startChild([&pipe] {
+        ::usleep(240'000);
+        const auto now = std::chrono::steady_clock::now();
+        return ::write(pipe[1], &now, sizeof now) == sizeof now ? 0 : 1;
+      });
+      EXPECT_EQ(WaitForExternalProgram(child, exitCode_, 20), 0);
+      const auto told = std::chrono::steady_clock::now();
+      ASSERT_EQ(::read(pipe[0], &end, sizeof end), static_cast<ssize_t>(sizeof end));
+      for (const int descriptor : pipe) ::close(descriptor);
+      shortest = std::min(shortest, told - end);
+    }
+    EXPECT_LT(shortest, std::chrono::milliseconds(30)) << descriptors;
+  }
 }
 
 TEST_F(PsnautilTest, AStopEndsTheChildItIsMeantForAndNotTheWait) {

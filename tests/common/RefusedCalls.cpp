@@ -44,6 +44,16 @@ int __wrap_lockf64(int descriptor, int command, off_t length) {
   return __real_lockf64(descriptor, command, length);
 }
 
+int __real_pidfd_open(pid_t pid, unsigned int flags);
+int __wrap_pidfd_open(pid_t pid, unsigned int flags);
+int __wrap_pidfd_open(pid_t pid, unsigned int flags) {
+  if (agent::test::refused == nullptr || agent::test::refused->processDescriptors) {
+    return __real_pidfd_open(pid, flags);
+  }
+  errno = ENOSYS;
+  return -1;
+}
+
 ssize_t __wrap_write(int descriptor, const void* bytes, size_t size);
 ssize_t __wrap_write(int descriptor, const void* bytes, size_t size) {
   agent::test::RefusedCalls* calls = agent::test::refused;

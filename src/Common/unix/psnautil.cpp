@@ -1,17 +1,21 @@
 #include "Common/unix/psnautil.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <signal.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+extern "C" {
+#include <sys/pidfd.h>  // glibc 2.36 declares it for C alone
+}
 
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
 #include <string_view>
-#include <thread>
 
 #include "Common/unix/FileDescriptor.h"
 #include "Common/unix/pssignal.h"
@@ -151,18 +155,50 @@ using Clock = std::chrono::steady_clock;
 
 enum class Wait { ended, timeUp, failed };
 
-/// Looks for the child's end again and again, at ever longer intervals up to a tenth of a second. No alarm:
-/// its signal could come before the wait begins, and it belongs to the whole process.
+/// Sleeps until a child ends. No alarm: its signal could come before the wait begins, and it belongs to the
+/// whole process.
+///
+/// A process descriptor tells the end at once. Linux before 5.3 has none, and a sandbox may refuse it: then
+/// it is the child's signal that is waited for, blocked on this thread for as long. A thread of the process
+/// that didn't block it could take it away; ours all do.
+class ChildEnd {
+ public:
+  explicit ChildEnd(pid_t pid) : process_(::pidfd_open(pid, 0)) {
+    sigemptyset(&signal_);
+    if (!process_) sigaddset(&signal_, SIGCHLD);
+    ::pthread_sigmask(SIG_BLOCK, &signal_, &maskBefore_);
+  }
+  ~ChildEnd() { ::pthread_sigmask(SIG_SETMASK, &maskBefore_, nullptr); }
+  ChildEnd(const ChildEnd&) = delete;
+  ChildEnd& operator=(const ChildEnd&) = delete;
+
+  /// Returns at the child's end, when time is up, or without a reason.
+  void await(Clock::duration limit) const {
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(limit);
+    const timespec time{static_cast<time_t>(seconds.count()), static_cast<long>((limit - seconds).count())};
+    pollfd end{process_.get(), POLLIN, 0};
+    if (process_) {
+      ::ppoll(&end, 1, &time, nullptr);
+    } else {
+      ::sigtimedwait(&signal_, nullptr, &time);
+    }
+  }
+
+ private:
+  FileDescriptor process_;
+  sigset_t signal_;
+  sigset_t maskBefore_;
+};
+
 Wait waitUntil(pid_t pid, int& status, Clock::time_point deadline) {
-  auto interval = std::chrono::microseconds(500);
+  const ChildEnd end(pid);
   for (;;) {
     const pid_t result = ::waitpid(pid, &status, WNOHANG);
     if (result == pid) return Wait::ended;
     if (result < 0 && errno != EINTR) return Wait::failed;
     const auto left = deadline - Clock::now();
     if (left <= Clock::duration::zero()) return Wait::timeUp;
-    std::this_thread::sleep_for(std::min<Clock::duration>(interval, left));
-    interval = std::min(interval * 2, std::chrono::microseconds(100'000));
+    end.await(left);
   }
 }
 
