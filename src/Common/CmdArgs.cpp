@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "Common/EntityToObjectMapper.h"
+#include "Common/unix/FileDescriptor.h"
 
 namespace agent {
 
@@ -71,6 +72,17 @@ int versionCommand(const char*, CmdArgs& args) {
   return 0;
 }
 
+/// Puts the null device at a number that is not open: otherwise it would come to be some file of ours.
+void fillDescriptor(int number, int flags) {
+  FileDescriptor null = openFile("/dev/null", flags);
+  if (null.get() == number) {
+    null.release();
+  } else if (!null || ::dup2(null.get(), number) == -1) {
+    return;  // above the limit: no file will ever have it
+  }
+  ::fcntl(number, F_SETFD, number > STDERR_FILENO ? FD_CLOEXEC : 0);
+}
+
 /// "7,9": the agent's end of the pipe, to be closed here, and ours.
 int agentComOption(const char* value, CmdArgs& args) {
   constexpr const char* missingText = "agentCom not specified";
@@ -78,12 +90,16 @@ int agentComOption(const char* value, CmdArgs& args) {
   if (comma == nullptr) return missing(args, missingText);
   const int32_t agentEnd = toInt32(value);
   if (agentEnd != 0) ::close(agentEnd);
+  if (agentEnd > 0 && agentEnd <= STDERR_FILENO) fillDescriptor(agentEnd, O_RDWR);
   if (comma[1] == '\0') return missing(args, missingText);
   const int32_t ourEnd = toInt32(comma + 1);
   if (ourEnd == 0) return 0;
-  // A number that is not open here would later be some file of ours, and the status would go into that. Our
-  // children must not keep the agent's pipe open.
-  if (::fcntl(ourEnd, F_SETFD, FD_CLOEXEC) == 0) args.agentCom = ourEnd;
+  args.agentCom = ourEnd;
+  if (::fcntl(ourEnd, F_GETFD) == -1) {
+    fillDescriptor(ourEnd, O_RDONLY);  // sending the status fails, and is traced
+  } else if (ourEnd > STDERR_FILENO) {
+    ::fcntl(ourEnd, F_SETFD, FD_CLOEXEC);  // our children must not keep the agent's pipe open
+  }
   return 0;
 }
 

@@ -65,7 +65,7 @@ class CmdArgs {
   int32_t maxNumDays = 90;
   int32_t jobRunNumber = -1;
   int32_t sidRunNumber = -1;
-  int32_t agentCom = -1;  ///< open descriptor that the start status goes to; -1 none
+  int32_t agentCom = -1;  ///< descriptor that the start status goes to; -1 none
   std::string jobName;
   std::string serverName;
   std::string debug;    ///< "MAX", "MID", "MIN" or empty

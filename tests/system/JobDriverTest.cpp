@@ -16,6 +16,7 @@ namespace {
 namespace fs = std::filesystem;
 using ::testing::Contains;
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using ::testing::MatchesRegex;
 using ::testing::Not;
 using ::testing::SizeIs;
@@ -214,30 +215,38 @@ TEST_F(JobDriverTest, AFileThatMayNotGrowIsAFailedWriteFromTheFirstLineOn) {
 }
 
 TEST_F(JobDriverTest, TheAgentsEndOfThePipeIsClosedAndChildrenInheritNothing) {
-  define();
   tree_.installAgent(
       0, "ls /proc/$PPID/fd >'" + tree_ / "parent" + "'; ls /proc/self/fd >'" + tree_ / "child" + "'");
-  StatusPipe pipe;
-  Launch launch = tree_.launch(words("-agentcom 7,9"));
-  launch.handed = {{pipe.reading.get(), 7}, {pipe.writing.get(), 9}};
+  for (const int number : {9, 2}) {  // standard error may be the pipe, and stays the child's
+    define();
+    StatusPipe pipe;
+    Launch launch = tree_.launch({"-agentcom", "7," + std::to_string(number)});
+    launch.handed = {{pipe.reading.get(), 7}, {pipe.writing.get(), number}};
 
-  EXPECT_EQ(run(launch).status, 0);
+    EXPECT_EQ(run(launch).status, 0);
 
-  EXPECT_THAT(linesOf(content(tree_ / "parent")), Not(Contains("7")));
-  // 3 is what ls itself opens to read the directory.
-  EXPECT_THAT(linesOf(content(tree_ / "child")), ElementsAre("0", "1", "2", "3"));
+    EXPECT_EQ(pipe.bytes(), "1");
+    EXPECT_THAT(linesOf(content(tree_ / "parent")), Not(Contains("7")));
+    // 3 is what ls itself opens to read the directory.
+    EXPECT_THAT(linesOf(content(tree_ / "child")), ElementsAre("0", "1", "2", "3")) << number;
+  }
 }
 
 TEST_F(JobDriverTest, ClosedDescriptorsHarmNothing) {
-  for (const std::vector<int>& closed :
-       {std::vector<int>{0, 1, 2}, std::vector<int>{1}, std::vector<int>{2}}) {
+  struct Case {
+    std::vector<int> closed;
+    const char* agentCom;  // two that aren't open, or standard error to be closed and one that isn't
+  };
+  for (const Case& c : {Case{{0, 1, 2}, "55,56"}, Case{{1}, "2,56"}, Case{{2}, "1,4"}}) {
     define();
-    Launch launch = tree_.launch(words("-agentcom 55,56"));
-    launch.closed = closed;
+    Launch launch = tree_.launch({"-agentcom", c.agentCom, "-debug", "MIN"});
+    launch.closed = c.closed;
     EXPECT_EQ(run(launch).status, 0);
+    EXPECT_THAT(content(tree_.traceFile()), HasSubstr("Failed to send status to agent: 1\n")) << c.agentCom;
     EXPECT_EQ(filesInResult(), 2);  // and it reads as a result: nobody else's text is in it
     EXPECT_THAT(tree_.logLines(), SizeIs(6));
     fs::remove(tree_.logFile());
+    fs::remove(tree_.traceFile());
 
     launch.arguments = {"-version"};
     EXPECT_EQ(run(launch).status, 0);
