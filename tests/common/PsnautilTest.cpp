@@ -160,6 +160,12 @@ TEST_F(PsnautilTest, ACommandsOutputIsGathered) {
   EXPECT_EQ(command.runCommand(), 3);
   EXPECT_EQ(command.sysOut, "one\ntwo\n");
   EXPECT_EQ(command.sysErr, "bad\n");
+  const pid_t job = startChild([this] {
+    ::setenv("TMPDIR", directory_.path().c_str(), 1);
+    const CmdExecer neverRun({"true"});
+    return static_cast<int>(directory_.names().size());
+  });
+  EXPECT_EQ(endOf(job), 3);
   EXPECT_EQ(directory_.names(), std::set<std::string>{"it's out"});
 
   EXPECT_EQ(CmdExecer({}).runCommand(), -1);

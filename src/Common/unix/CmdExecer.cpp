@@ -39,6 +39,10 @@ CmdExecer::CmdExecer(const std::vector<std::string>& cmdArgs, std::string outFil
   TRACE(TR_EXIT, "Exit: %s, cmdLine: %s\n", "CmdExecer", cmdLine_.c_str());
 }
 
+CmdExecer::~CmdExecer() {
+  removeFiles();
+}
+
 int CmdExecer::runCommand() {
   TRACE_SCOPE("CmdExecer::runCommand()");
   if (cmdLine_.empty()) {
@@ -54,9 +58,16 @@ int CmdExecer::runCommand() {
   }
   sysOut = readTraced(stdoutFile_, "sysOut");
   sysErr = readTraced(stderrFile_, "sysErr");
-  if (removeOut) psRemoveFile(stdoutFile_);
-  if (removeErr) psRemoveFile(stderrFile_);
+  removeFiles();
   return status == -1 ? -1 : decodeExitStatus(status);
+}
+
+void CmdExecer::removeFiles() {
+  if (removeOut && !stdoutFile_.empty()) psRemoveFile(stdoutFile_);
+  if (removeErr && !stderrFile_.empty()) psRemoveFile(stderrFile_);
+  // Once alone: the names may be another program's by now.
+  stdoutFile_.clear();
+  stderrFile_.clear();
 }
 
 }  // namespace agent

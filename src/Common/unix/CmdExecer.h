@@ -7,7 +7,8 @@
 
 namespace agent {
 
-/// Runs one shell command to its end and keeps what it printed. Used for one runCommand.
+/// Runs one shell command to its end and keeps what it printed. Used for one runCommand. The files that its
+/// output is gathered in go with the object at the latest.
 class CmdExecer : public Object {
  public:
   /// @param cmdArgs words of shell text, joined by blanks; whoever takes one from outside quotes it
@@ -15,6 +16,10 @@ class CmdExecer : public Object {
   /// @param outFile, errFile where its output is gathered; empty: temporary files
   explicit CmdExecer(const std::vector<std::string>& cmdArgs, std::string outFile = {},
                      std::string errFile = {});
+
+  ~CmdExecer() override;
+  CmdExecer(const CmdExecer&) = delete;
+  CmdExecer& operator=(const CmdExecer&) = delete;
 
   /// @return the exit status or ending signal, 127 where the shell could not run it, -1 when no shell could
   /// be
@@ -31,6 +36,8 @@ class CmdExecer : public Object {
   bool removeErr = true;
 
  private:
+  void removeFiles();
+
   std::string cmdLine_;
   std::string stdoutFile_;
   std::string stderrFile_;
