@@ -14,6 +14,7 @@
 #include <fstream>
 
 #include "Common/unix/FileDescriptor.h"
+#include "common/ChildProcess.h"
 #include "common/TemporaryDirectory.h"
 #include "system/InstallTree.h"
 #include "system/MountedFileSystem.h"
@@ -48,12 +49,10 @@ SlowMount::SlowMount(const std::string& scratch)
   }
   if (!whyNot_.empty()) return;
   const dev_t before = deviceOf(scratch);
-  server_ = fork();
-  if (server_ == 0) {
-    execl(SLOW_FILESYSTEM, SLOW_FILESYSTEM, mountPoint_.c_str(), tree_.c_str(), rules_.c_str(),
-          journal_.c_str(), nullptr);
-    _exit(127);
-  }
+  server_ = startChild([this] {
+    return execl(SLOW_FILESYSTEM, SLOW_FILESYSTEM, mountPoint_.c_str(), tree_.c_str(), rules_.c_str(),
+                 journal_.c_str(), nullptr);
+  });
   if (!eventually([&] { return deviceOf(mountPoint_) != before; }))
     whyNot_ = "slow_filesystem was not mounted";
 #else

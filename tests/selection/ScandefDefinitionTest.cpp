@@ -4,11 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <fstream>
 #include <sstream>
 
 #include "Common/ParserAPI.h"
 #include "Common/ScanVOXTags.h"
+#include "common/TemporaryDirectory.h"
 #include "scandef_options.h"
 
 namespace agent::scandef {
@@ -116,10 +116,10 @@ TEST(ScandefDefinitionTest, EverythingThatCanBeAskedFor) {
 }
 
 TEST(ScandefDefinitionTest, TheJobsOwnReaderFindsEveryCellInItsColumn) {
-  const std::string path = ::testing::TempDir() + "ScandefDefinitionTest.dat";
-  std::ofstream(path) << definitionOf({"--filesystem", "7=/a,b", "--monitor", "/a,b/m", "--statistic", "x",
-                                       "--only", "/a,b", "--where", "orphan"});
-  ParserAPI parser(path);
+  const test::TemporaryDirectory directory;
+  ParserAPI parser(
+      directory.file("scan.dat", definitionOf({"--filesystem", "7=/a,b", "--monitor", "/a,b/m", "--statistic",
+                                               "x", "--only", "/a,b", "--where", "orphan"})));
   auto job = parser.findNextEntity({});
   ASSERT_TRUE(job);
   EXPECT_THAT(parser.getEntityData(*job), ElementsAre(ElementsAre("scan", "1")));

@@ -14,6 +14,7 @@
 #include <stdexcept>
 
 #include "Common/unix/FileDescriptor.h"
+#include "common/ChildProcess.h"
 
 namespace agent::test {
 
@@ -41,6 +42,7 @@ std::vector<char*> pointers(std::vector<std::string>& texts) {
 /// In the child, after the fork: nothing here may allocate or return.
 [[noreturn]] void become(const Launch& launch, const char* program, char** arguments, char** environment,
                          int out, int err) {
+  beginChild();
   if (!launch.directory.empty() && chdir(launch.directory.c_str()) != 0) _exit(126);
   // What the tests themselves were started with is none of the program's business.
   close_range(3, ~0U, CLOSE_RANGE_CLOEXEC);
@@ -59,6 +61,7 @@ Outcome run(const Launch& launch) {
   arguments.insert(arguments.end(), launch.arguments.begin(), launch.arguments.end());
   std::vector<std::string> environment;
   for (const auto& [name, value] : launch.environment) environment.push_back(name + "=" + value);
+  environment.push_back("TMPDIR=" + std::filesystem::temp_directory_path().string());
   const std::vector<char*> argv = pointers(arguments);
   const std::vector<char*> envp = pointers(environment);
   const FileDescriptor out = captureFile();
