@@ -90,19 +90,6 @@ TEST_F(JobLifeTest, AnyBytesReachTheNotificationAndTheNamesOfFiles) {
   EXPECT_TRUE(InstallTree::exists(tree_.resultFile()));
 }
 
-TEST_F(JobLifeTest, AReaderThatHasGoneAwayCostsOnlyTheStatus) {
-  StatusPipe status;
-  Launch launch = tree_.launch();
-  status.handTo(launch);
-  launch.handed.pop_back();
-  status.closeReader();
-
-  const Outcome outcome = run(launch);
-
-  EXPECT_EQ(outcome.signal, 0);
-  EXPECT_EQ(outcome.status, 4);
-}
-
 TEST_F(JobLifeTest, WithoutAServerNobodyIsTold) {
   fs::create_directories(tree_ / "input");
   fs::rename(tree_.definitionFile(), tree_ / ("input/" + tree_.job.stem() + ".dat"));

@@ -17,7 +17,7 @@ StatusPipe::StatusPipe() {
 
 void StatusPipe::handTo(Launch& launch) const {
   launch.handed.emplace_back(writer_.get(), JOB_END);
-  if (reader_) launch.handed.emplace_back(reader_.get(), AGENT_END);
+  launch.handed.emplace_back(reader_.get(), AGENT_END);
   // Behind the command: what follows may be wrong, and the agent has to hear of that.
   launch.arguments.insert(launch.arguments.begin() + 1,
                           {"-agentcom", std::to_string(AGENT_END) + "," + std::to_string(JOB_END)});

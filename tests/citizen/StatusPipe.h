@@ -16,8 +16,6 @@ class StatusPipe {
   StatusPipe();
   /// Makes a launch hand both ends over, with the option that names them.
   void handTo(Launch& launch) const;
-  /// The agent goes away: it reads no more.
-  void closeReader() { reader_.close(); }
   /// All that was written, once the job is gone.
   std::string received();
   /// The first byte, as soon as it comes; empty after ten seconds without one.

@@ -108,22 +108,13 @@ TEST_F(PsnautilTest, TheWaitEndsWithTheChildAtOnce) {
     calls.processDescriptors = descriptors;
     auto shortest = std::chrono::steady_clock::duration::max();
     for (int i = 0; i < 3; ++i) {
-      std::chrono::steady_clock::time_point end;
-      int pipe[2];
-      ASSERT_EQ(::pipe(pipe), 0);
+      const auto start = std::chrono::steady_clock::now();
       ChildRecord child;
-      child.pid = startChild([&pipe] {
-        ::usleep(240'000);
-        const auto now = std::chrono::steady_clock::now();
-        return ::write(pipe[1], &now, sizeof now) == sizeof now ? 0 : 1;
-      });
+      child.pid = startChild([] { return ::usleep(240'000); });
       EXPECT_EQ(WaitForExternalProgram(child, exitCode_, 20), 0);
-      const auto told = std::chrono::steady_clock::now();
-      ASSERT_EQ(::read(pipe[0], &end, sizeof end), static_cast<ssize_t>(sizeof end));
-      for (const int descriptor : pipe) ::close(descriptor);
-      shortest = std::min(shortest, told - end);
+      shortest = std::min(shortest, std::chrono::steady_clock::now() - start);
     }
-    EXPECT_LT(shortest, std::chrono::milliseconds(30)) << descriptors;
+    EXPECT_LT(shortest, std::chrono::milliseconds(290)) << descriptors;
   }
 }
 

@@ -1,7 +1,6 @@
 #include "QLMlib/common/unx/StarterOutput.h"
 
 #include <cerrno>
-#include <functional>
 #include <thread>
 
 #include <fcntl.h>
@@ -18,74 +17,50 @@ namespace {
 
 using std::chrono::milliseconds;
 
-/// A reader that has stopped reading: no byte more finds room.
-class FullChannel {
- public:
-  explicit FullChannel(const std::function<int(int*)>& make) {
-    int ends[2];
-    if (make(ends) != 0) throw std::runtime_error("no channel");
-    reading_ = OwnedDescriptor(ends[0]);
-    writing_ = OwnedDescriptor(ends[1]);
-    ::fcntl(writer(), F_SETFL, O_RDWR | O_NONBLOCK);
-    while (::write(writer(), "x", 1) == 1) ++filled_;
-    ::fcntl(writer(), F_SETFL, O_RDWR);
-  }
+int makeTerminal(int* ends) {
+  const termios raw{};
+  return ::openpty(&ends[0], &ends[1], nullptr, &raw, nullptr);
+}
 
-  int writer() const { return writing_.get(); }
-
-  /// Reads slowly to the text's end. @return what stands behind what had filled the channel
-  std::string readSlowly(size_t size) const {
-    std::string all;
-    char piece[3000];
-    while (all.size() < filled_ + size) {
-      std::this_thread::sleep_for(milliseconds(2));
-      const ssize_t got = ::read(reading_.get(), piece, sizeof piece);
-      if (got <= 0) break;
-      all.append(piece, static_cast<size_t>(got));
-    }
-    return all.substr(filled_);
-  }
-
- private:
-  OwnedDescriptor reading_, writing_;
-  size_t filled_ = 0;
-};
+int makeSocket(int* ends) {
+  return ::socketpair(AF_UNIX, SOCK_STREAM, 0, ends);
+}
 
 TEST(StarterOutputTest, AReaderThatTakesNothingIsGivenUpAndASlowOneGetsAll) {
-  const struct {
-    const char* comment;
-    std::function<int(int*)> make;
-  } channels[] = {
-      {"pipe", [](int* ends) { return ::pipe(ends); }},
-      {"socket", [](int* ends) { return ::socketpair(AF_UNIX, SOCK_STREAM, 0, ends); }},
-      {"terminal",
-       [](int* ends) {
-         termios raw{};
-         return ::openpty(&ends[0], &ends[1], nullptr, &raw, nullptr);
-       }},
-  };
-  std::string text(20'000, '\0');
-  for (size_t i = 0; i < text.size(); ++i) text[i] = static_cast<char>('a' + i % 23);
+  const std::string text(20'000, 't');
   rlimit before{};
   ::getrlimit(RLIMIT_NOFILE, &before);
-  for (const auto& channel : channels) {
+  int (*const channels[])(int*) = {::pipe, makeSocket, makeTerminal};
+  for (const auto make : channels) {
     for (const rlim_t descriptors : {before.rlim_cur, rlim_t{3}}) {  // none left: no description of its own
-      SCOPED_TRACE(channel.comment + std::string(", descriptors: ") + std::to_string(descriptors));
-      const FullChannel full(channel.make);
-      const int mode = ::fcntl(full.writer(), F_GETFL);
+      int ends[2];
+      ASSERT_EQ(make(ends), 0);
+      const OwnedDescriptor reading(ends[0]), writing(ends[1]);
+      const int mode = ::fcntl(writing.get(), F_GETFL);
+      ::fcntl(writing.get(), F_SETFL, mode | O_NONBLOCK);
+      std::string expected;
+      while (::write(writing.get(), "x", 1) == 1) expected += 'x';
+      ::fcntl(writing.get(), F_SETFL, mode);
       const rlimit limit{descriptors, before.rlim_max};
       ::setrlimit(RLIMIT_NOFILE, &limit);
 
-      EXPECT_EQ(writeToReader(full.writer(), "lost", milliseconds(0)), EAGAIN);
-      EXPECT_EQ(writeToReader(full.writer(), "lost", milliseconds(30)), EAGAIN);
+      EXPECT_EQ(writeToReader(writing.get(), "lost", milliseconds(0)), EAGAIN);
+      EXPECT_EQ(writeToReader(writing.get(), "lost", milliseconds(30)), EAGAIN);
+      expected += text;
       std::string read;
-      std::thread reader([&] { read = full.readSlowly(text.size()); });
-      EXPECT_EQ(writeToReader(full.writer(), text), 0);
+      std::thread reader([&] {
+        for (char piece[3000]; read.size() < expected.size();) {
+          std::this_thread::sleep_for(milliseconds(2));
+          const ssize_t got = ::read(reading.get(), piece, sizeof piece);
+          read.append(piece, static_cast<size_t>(std::max<ssize_t>(got, 0)));
+        }
+      });
+      EXPECT_EQ(writeToReader(writing.get(), text), 0);
       reader.join();
 
       ::setrlimit(RLIMIT_NOFILE, &before);
-      EXPECT_TRUE(read == text) << read.size() << " bytes";
-      EXPECT_EQ(::fcntl(full.writer(), F_GETFL), mode) << "the starter shares it";
+      EXPECT_TRUE(read == expected) << read.size() << " bytes";
+      EXPECT_EQ(::fcntl(writing.get(), F_GETFL), mode) << "the starter shares it";
     }
   }
   EXPECT_EQ(writeToReader(-7, text), EBADF);

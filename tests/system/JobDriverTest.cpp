@@ -191,19 +191,19 @@ TEST_F(JobDriverTest, OneByteTellsTheAgentWhetherTheJobHasStarted) {
   }
 }
 
-TEST_F(JobDriverTest, AStarterThatReadsNothingIsNotWaitedForLong) {
+TEST_F(JobDriverTest, AStarterThatReadsNothingOrHasGoneIsNotWaitedForLong) {
   fs::create_directories(tree_.traceFile());  // no trace can be written there, which is told
-  StatusPipe pipe;
-  fcntl(pipe.writing.get(), F_SETFL, O_NONBLOCK);
-  while (write(pipe.writing.get(), "x", 1) == 1) continue;
-  fcntl(pipe.writing.get(), F_SETFL, 0);
-  Launch launch = tree_.launch(words("-agentcom 0,9 -debug MIN"));
-  for (const int there : {1, 2, 9}) launch.handed.emplace_back(pipe.writing.get(), there);
-  launch.limit = std::chrono::seconds(20);
-
-  EXPECT_EQ(run(launch).status, 30);
-
-  EXPECT_EQ(fcntl(pipe.writing.get(), F_GETFL) & O_NONBLOCK, 0) << "it is the starter's as well";
+  for (const bool gone : {false, true}) {
+    StatusPipe pipe;
+    fcntl(pipe.writing.get(), F_SETFL, O_NONBLOCK);
+    while (write(pipe.writing.get(), "x", 1) == 1) continue;
+    fcntl(pipe.writing.get(), F_SETFL, 0);
+    if (gone) pipe.reading.close();
+    Launch launch = tree_.launch(words("-agentcom 0,9 -debug MIN"));
+    for (const int there : {1, 2, 9}) launch.handed.emplace_back(pipe.writing.get(), there);
+    launch.limit = std::chrono::seconds(20);
+    EXPECT_EQ(run(launch).status, 30) << gone;
+  }
 }
 
 TEST_F(JobDriverTest, AFileThatMayNotGrowIsAFailedWriteFromTheFirstLineOn) {
