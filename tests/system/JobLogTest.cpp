@@ -137,26 +137,6 @@ class CatalogTest : public JobLogTest {
   }
 };
 
-TEST_F(CatalogTest, DamagedOnesNeverEndInACrash) {
-  const std::string whole = content(SCAN_CATALOGS "/en_US/nrvna.cat");
-  ownCatalogs();
-  unsigned random = 1;
-  for (int i = 0; i < 60; ++i) {
-    std::string damaged = whole;
-    if (i % 2 == 0) {
-      damaged.resize(damaged.size() * static_cast<size_t>(i) / 60);
-    } else {
-      for (int k = 0; k < 40; ++k) {
-        random = random * 1664525 + 1013904223;
-        damaged[random % damaged.size()] = static_cast<char>(random >> 24);
-      }
-    }
-    std::ofstream(tree_ / "nls/en_US/nrvna.cat", std::ios::binary) << damaged;
-    const Outcome outcome = scan();
-    EXPECT_TRUE(outcome.status == 0 || outcome.status == 72) << i << " signal " << outcome.signal;
-  }
-}
-
 TEST_F(CatalogTest, AnotherLanguageSpeaksWhereItHasTheMessageEnglishElsewhere) {
   if (!InstallTree::exists("/usr/share/i18n/locales/de_DE")) GTEST_SKIP() << "no source of a German locale";
   ownCatalogs();
