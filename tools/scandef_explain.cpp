@@ -27,7 +27,7 @@ struct Explained {
   std::string comparedValue = {};
 };
 
-std::string quoted(std::string_view value) {
+std::string inQuotes(std::string_view value) {
   std::string text = "'";
   while (!value.empty()) {
     if (value.front() == '\'') text += '\'';  // doubled
@@ -295,7 +295,7 @@ Explained Explainer::range(std::string_view field) {
 std::string Explainer::item(char letter) {
   if (letter == 'T') return typeText(number());
   if (letter == 'P') return maskText(number());
-  return quoted(textUpToNul());
+  return inQuotes(textUpToNul());
 }
 
 std::string Explainer::value(char letter, bool fromNow) {
@@ -308,7 +308,7 @@ std::string Explainer::value(char letter, bool fromNow) {
     }
     case 'U':
     case 'G':
-      return quoted(textUpToNul());
+      return inQuotes(textUpToNul());
     default:
       return sizeText();
   }

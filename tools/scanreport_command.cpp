@@ -45,7 +45,7 @@ struct Request {
   std::string file;
 };
 
-std::string quoted(std::string_view text) {
+std::string inQuotes(std::string_view text) {
   return "\"" + safeText(text) + "\"";
 }
 
@@ -77,7 +77,7 @@ Request parsed(const std::vector<std::string>& arguments) {
       if (hasValue) throw UsageError(option + " takes no value");
       (option == "--json" ? request.json : request.help) = true;
     } else {
-      throw UsageError("unknown option " + quoted(option));
+      throw UsageError("unknown option " + inQuotes(option));
     }
   }
   if (request.file.empty() && !request.help) throw UsageError("which file?");
@@ -95,7 +95,7 @@ int show(const Request& request, std::ostream& out, std::ostream& err, bool colo
   }
   out.flush();
   if (result.fault) {
-    err << "scanreport: " << quoted(request.file)
+    err << "scanreport: " << inQuotes(request.file)
         << " is not whole, shown is what stands in front of its fault: " << result.fault->text() << "\n";
   }
   if (!out) throw ResultFileError("standard output can't be written");
@@ -117,7 +117,7 @@ int scanreport(const std::vector<std::string>& arguments, std::ostream& out, std
     err << "scanreport: " << error.what() << "\n" << USAGE;
     return BAD_USAGE;
   } catch (const std::exception& error) {
-    err << "scanreport: " << quoted(request.file) << " can't be shown: " << error.what() << "\n";
+    err << "scanreport: " << inQuotes(request.file) << " can't be shown: " << error.what() << "\n";
     return NOT_WHOLE;
   }
 }
