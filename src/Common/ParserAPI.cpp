@@ -1,12 +1,11 @@
 #include "Common/ParserAPI.h"
 
 #include <fcntl.h>
-#include <pcrecpp.h>
 #include <sys/stat.h>
 
-#include <climits>
 #include <utility>
 
+#include "Common/TagPattern.h"
 #include "Common/VOXParserException.h"
 #include "QLMlib/common/ut/Trace.h"
 
@@ -14,8 +13,16 @@ namespace agent {
 
 namespace {
 
-const pcrecpp::RE openTagPattern("(^\\s*\\[){1}([a-zA-Z0-9]+,?[a-zA-Z0-9]+)(\\]$){1}");
-const pcrecpp::RE closeTagPattern("(^\\s*\\[/){1}([a-zA-Z0-9]+)(\\]$){1}");
+// Compiled at their first use: what goes wrong there is an exception of the parser that needs them.
+const TagPattern& openTagPattern() {
+  static const TagPattern pattern("(^\\s*\\[){1}([a-zA-Z0-9]+,?[a-zA-Z0-9]+)(\\]$){1}");
+  return pattern;
+}
+
+const TagPattern& closeTagPattern() {
+  static const TagPattern pattern("(^\\s*\\[/){1}([a-zA-Z0-9]+)(\\]$){1}");
+  return pattern;
+}
 
 constexpr std::string_view kTrimmed = "\t\n\r\f ";
 constexpr std::string_view kPatternSpace = "\t\n\v\f\r ";  // what \s takes; the vertical tab is not trimmed
@@ -41,7 +48,7 @@ struct LineKind {
 /// they are told by their ends. The look at the characters between keeps away from the matcher what it would
 /// need quadratic time to refuse ("[aaa...a!]").
 bool mayBeTag(std::string_view line) {
-  if (line.empty() || line.back() != ']' || line.size() > INT_MAX) return false;
+  if (line.empty() || line.back() != ']') return false;
   const size_t bracket = line.find_first_not_of(kPatternSpace);
   if (line[bracket] != '[') return false;
   std::string_view inside = line.substr(bracket + 1, line.size() - bracket - 2);
@@ -55,27 +62,15 @@ bool mayBeTag(std::string_view line) {
   return true;
 }
 
-/// The second group of the pattern, or nothing.
-std::optional<std::string_view> matchTag(const pcrecpp::RE& pattern, std::string_view line) {
-  pcrecpp::StringPiece opening;
-  pcrecpp::StringPiece name;
-  pcrecpp::StringPiece closing;
-  if (!pattern.FullMatch(pcrecpp::StringPiece(line.data(), static_cast<int>(line.size())), &opening, &name,
-                         &closing)) {
-    return std::nullopt;
-  }
-  return std::string_view(name.data(), static_cast<size_t>(name.size()));
-}
-
 LineKind classify(std::string_view line) {
   LineKind result;
   if (!mayBeTag(line)) return result;
-  if (const auto name = matchTag(openTagPattern, line)) {
+  if (const auto name = openTagPattern().match(line)) {
     result.kind = LineKind::openTag;
     const size_t comma = name->find(',');
     result.name = name->substr(0, comma);
     if (comma != std::string_view::npos) result.qualifier = name->substr(comma + 1);
-  } else if (matchTag(closeTagPattern, line)) {
+  } else if (closeTagPattern().match(line)) {
     result.kind = LineKind::closeTag;
   }
   return result;

@@ -2,7 +2,6 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <pcrecpp.h>
 #include <sys/stat.h>
 
 #include <random>
@@ -10,6 +9,7 @@
 #include <thread>
 
 #include "Common/GenericPrint.h"
+#include "Common/TagPattern.h"
 #include "Common/VOXParserException.h"
 #include "common/TemporaryDirectory.h"
 
@@ -71,7 +71,7 @@ TEST_F(ParserAPITest, SplitsARowByTheRulesOfTheFormat) {
 
 // The look at a line before the matcher may spare the matcher, not overrule it.
 TEST_F(ParserAPITest, RandomLinesAreTheTagsThatThePatternFinds) {
-  const pcrecpp::RE pattern("(^\\s*\\[){1}([a-zA-Z0-9]+,?[a-zA-Z0-9]+)(\\]$){1}");
+  const TagPattern pattern("(^\\s*\\[){1}([a-zA-Z0-9]+,?[a-zA-Z0-9]+)(\\]$){1}");
   const std::string alphabet = "aZ09bY18,,//[]  \t\v\f\r-_\xc3" + std::string(1, '\0');
   std::mt19937 random(4711);
   std::string text = "[Header]\n[/Header]\n";
@@ -84,9 +84,7 @@ TEST_F(ParserAPITest, RandomLinesAreTheTagsThatThePatternFinds) {
     const size_t first = line.find_first_not_of("\t\n\r\f ");
     line =
         first == std::string::npos ? "" : line.substr(first, line.find_last_not_of("\t\n\r\f ") - first + 1);
-    std::string opening;
-    std::string name;
-    if (pattern.FullMatch(line, &opening, &name)) expected.push_back(name);
+    if (const auto name = pattern.match(line)) expected.emplace_back(*name);
   }
   ParserAPI pa = parser(text);
   std::vector<std::string> found;
