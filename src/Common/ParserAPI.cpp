@@ -7,6 +7,7 @@
 
 #include "Common/TagPattern.h"
 #include "Common/VOXParserException.h"
+#include "Common/unix/psmsgutil.h"
 #include "QLMlib/common/ut/Trace.h"
 
 namespace agent {
@@ -118,13 +119,6 @@ std::string requireName(std::string file) {
   return file;
 }
 
-[[noreturn]] void throwFileFailure(const char* call, const char* operation, const std::string& fileName) {
-  throw VOXParserException(VOXParserException::SEEK_OR_READ_FAILURE,
-                           std::string("ERROR on executing ") + call + " in ParserAPI::" + operation +
-                               ". ERRORCODE: " + std::to_string(VOXParserException::SEEK_OR_READ_FAILURE) +
-                               " File Name: " + fileName);
-}
-
 }  // namespace
 
 Row ParserAPI::splitLine(std::string_view line) {
@@ -153,10 +147,12 @@ void ParserAPI::initialize(bool needNumEntities) {
   // Only a plain file is a definition; without O_NONBLOCK a pipe in its place would keep the job waiting.
   FileDescriptor file = openFile(fileName_.c_str(), O_RDONLY | O_NONBLOCK);
   struct stat status;
-  if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
+  const bool opened = file && ::fstat(file.get(), &status) == 0;
+  if (!opened || !S_ISREG(status.st_mode)) {
+    const std::string reason = opened ? "it is no regular file" : getSystemErrorMessage();
     TRACE(TR_MIN, "ERROR opening the file '%s'.", fileName_.c_str());
-    throw VOXParserException(VOXParserException::NOT_OPENED,
-                             "ERROR, not able to open scan definition file\n");
+    throw VOXParserException(VOXParserException::NOT_OPENED, "ERROR, not able to open scan definition file\n",
+                             reason);
   }
   raf_ = LineReader(std::move(file));
   if (needNumEntities) {
@@ -287,11 +283,16 @@ void ParserAPI::closeFile() {
 }
 
 int64_t ParserAPI::lineNumber(const Entity& entity) {
-  constexpr const char* operation = "lineNumber()";
-  seek(0, operation);
-  int64_t number = 0;
-  while (raf_.position() < entity.startPos && nextLine(operation)) ++number;
-  return number;
+  return linesUpTo(entity.startPos);
+}
+
+/// How many lines there are up to a byte offset, as far as they can be read.
+int64_t ParserAPI::linesUpTo(int64_t position) {
+  int64_t lines = 0;
+  if (raf_.seek(0)) {
+    while (raf_.position() < position && raf_.next()) ++lines;
+  }
+  return lines;
 }
 
 ParserAPI::Entity ParserAPI::entityHere(std::string name, std::string qualifier) const {
@@ -301,12 +302,20 @@ ParserAPI::Entity ParserAPI::entityHere(std::string name, std::string qualifier)
 std::optional<std::string_view> ParserAPI::nextLine(const char* operation) {
   const auto line = raf_.next();
   if (line) return trim(*line);
-  if (raf_.failed()) throwFileFailure("getLine()", operation, fileName_);
+  if (raf_.failed()) throwFileFailure("getLine()", operation, linesUpTo(raf_.position()) + 1);
   return std::nullopt;
 }
 
 void ParserAPI::seek(int64_t position, const char* operation) {
-  if (!raf_.seek(position)) throwFileFailure("seekg()", operation, fileName_);
+  if (!raf_.seek(position)) throwFileFailure("seekg()", operation, 0);
+}
+
+void ParserAPI::throwFileFailure(const char* call, const char* operation, int64_t line) const {
+  throw VOXParserException(VOXParserException::SEEK_OR_READ_FAILURE,
+                           std::string("ERROR on executing ") + call + " in ParserAPI::" + operation +
+                               ". ERRORCODE: " + std::to_string(VOXParserException::SEEK_OR_READ_FAILURE) +
+                               " File Name: " + fileName_,
+                           getSystemErrorMessage(raf_.error()), line);
 }
 
 }  // namespace agent

@@ -73,7 +73,8 @@ class ParserAPI : public Object {
   /// Closes the file and empties the header table.
   void closeFile();
 
-  /// The number of the line that holds the entity's open tag, counted from 1; for messages about its rows.
+  /// The number of the line that holds the entity's open tag, counted from 1; for messages about its rows. As
+  /// far as the file can be read: throws nothing.
   int64_t lineNumber(const Entity& entity);
 
   /// Class tags of closed nodes under running numbers from 0; filled only where the constructor was asked to.
@@ -91,6 +92,8 @@ class ParserAPI : public Object {
   Entity entityHere(std::string name, std::string qualifier) const;
   std::optional<std::string_view> nextLine(const char* operation);
   void seek(int64_t position, const char* operation);
+  int64_t linesUpTo(int64_t position);
+  [[noreturn]] void throwFileFailure(const char* call, const char* operation, int64_t line) const;
 
   std::string fileName_;
   LineReader raf_;

@@ -46,16 +46,32 @@ std::string padded(int32_t number, size_t width) {
   return digits.size() < width ? std::string(width - digits.size(), '0') + digits : digits;
 }
 
-/// What is wrong with a definition, for people: the parser's own texts are the agent's.
-std::string explain(int code, const std::string& text, const std::string& place) {
-  switch (code) {
+std::string inLine(int64_t line) {
+  return line > 0 ? "in line " + std::to_string(line) + " " : "";
+}
+
+// What is wrong with a definition, for people: the line, what was expected, what was found. The exceptions'
+// own texts are the trace's.
+
+std::string explain(const VOXParserException& failure, const DefinitionPlace& place) {
+  switch (failure.getCode()) {
+    case VOXParserException::EMPTY_FILE_NAME:
+      return "it has no name";
+    case VOXParserException::NOT_OPENED:
+      return "it can't be opened: " + failure.getReason();
     case VOXParserException::CLASS_NOT_IN_HEADER:
-      return "the header block names no columns for the " + place;
-    case VoxObjectCreationException::HEADER_AND_DATA_DIFFER:
-      return "the row of the " + place + " has not as many cells as the header block names columns for it";
+      return inLine(place.line) + "a class was expected whose columns the header block names, and \"" +
+             place.className + "\" was found";
     default:
-      return text.substr(0, text.find_last_not_of("\n.") + 1);
+      return inLine(failure.getLine()) + "it can't be read: " + failure.getReason();
   }
+}
+
+std::string explain(const DefinitionPlace& place) {
+  return inLine(place.line) + "a row of " + std::to_string(place.columns) +
+         " cells was expected for the class \"" + place.className +
+         "\", one for each column that the header block names, and " +
+         (place.cells == 0 ? "none" : "one of " + std::to_string(place.cells)) + " was found";
 }
 
 }  // namespace
@@ -144,10 +160,10 @@ std::string ExecScan::definitionFileName() const {
 
 /// @return false when there is no usable definition; the return code says why and the log tells it
 bool ExecScan::readDefinition(const std::string& definitionFile) {
-  std::string place;
-  const auto failed = [&](int code, const std::string& text, const char* step) {
+  DefinitionPlace place;
+  const auto failed = [&](int code, const std::string& problem, const std::string& text, const char* step) {
     returnCode_ = code;
-    logJobMessage(714, "STA0430E", {definitionFile, explain(code, text, place)});
+    logJobMessage(714, "STA0430E", {definitionFile, problem});
     TRACE(TR_MIN, "ERROR: %s, occured during %s.\n", text.c_str(), step);
     return false;
   };
@@ -156,11 +172,14 @@ bool ExecScan::readDefinition(const std::string& definitionFile) {
     TRACE(TR_MAX, "END OF <while( (efNext = pa->findNextEntity(ef)) != NULL )>.\n");
     return true;
   } catch (const VOXParserException& exception) {
-    return failed(exception.getCode(), exception.getMessage(), "definition-file-parsing");
+    return failed(exception.getCode(), explain(exception, place), exception.getMessage(),
+                  "definition-file-parsing");
   } catch (const VoxObjectCreationException& exception) {
-    return failed(exception.getCode(), exception.getMessage(), "object creation from definition-file");
+    return failed(exception.getCode(), explain(place), exception.getMessage(),
+                  "object creation from definition-file");
   } catch (const std::exception& exception) {
-    return failed(OBJECT_CREATION_FAILED, exception.what(), "object creation from definition-file");
+    return failed(OBJECT_CREATION_FAILED, std::string("its records can't be made: ") + exception.what(),
+                  exception.what(), "object creation from definition-file");
   }
 }
 

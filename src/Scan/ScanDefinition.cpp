@@ -1,5 +1,6 @@
 #include "Scan/ScanDefinition.h"
 
+#include <algorithm>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -7,6 +8,8 @@
 #include "Common/ComputerID.h"
 #include "Common/ParserAPI.h"
 #include "Common/ScanVOXTags.h"
+#include "Common/VOXParserException.h"
+#include "Common/VoxObjectCreationException.h"
 #include "Probe/NasFiler.h"
 #include "QLMlib/common/ut/Trace.h"
 
@@ -19,7 +22,7 @@ using Entity = ParserAPI::Entity;
 /// Builds an AgentScan from the nodes of one file.
 class DefinitionReader {
  public:
-  DefinitionReader(const std::string& fileName, std::string& place) : parser_(fileName), place_(place) {}
+  DefinitionReader(const std::string& fileName, DefinitionPlace& place) : parser_(fileName), place_(place) {}
 
   void read(AgentScan& scan) {
     std::optional<Entity> entity;
@@ -32,24 +35,38 @@ class DefinitionReader {
   /// Fills a record, then gives the entity's children, which stand behind its rows.
   template <typename Record>
   std::vector<Entity> fill(Record& record, Entity& entity) {
+    const Row& header = headerOf(entity);
+    const Rows rows = parser_.getEntityData(entity);
     try {
-      return fillFrom(record, entity);
-    } catch (...) {
-      place_ = "class \"" + entity.name + "\" in line " + std::to_string(parser_.lineNumber(entity));
+      if constexpr (requires { record.inititializeObject(header, rows); }) {
+        record.inititializeObject(header, rows);
+      } else {
+        record.initializeObject(header, rows);
+      }
+    } catch (const VoxObjectCreationException&) {
+      tellBadRow(entity, header, rows);
+      throw;
+    }
+    return parser_.getEntityChildren(entity);
+  }
+
+  const Row& headerOf(const Entity& entity) {
+    try {
+      return parser_.getEntityHeader(entity);
+    } catch (const VOXParserException&) {
+      place_ = {.line = parser_.lineNumber(entity), .className = entity.name};
       throw;
     }
   }
 
-  template <typename Record>
-  std::vector<Entity> fillFrom(Record& record, Entity& entity) {
-    const Row header = parser_.getEntityHeader(entity);
-    const Rows rows = parser_.getEntityData(entity);
-    if constexpr (requires { record.inititializeObject(header, rows); }) {
-      record.inititializeObject(header, rows);
-    } else {
-      record.initializeObject(header, rows);
-    }
-    return parser_.getEntityChildren(entity);
+  /// Rows stand one below the other behind their open tag. Without any it is the first that is wrong.
+  void tellBadRow(const Entity& entity, const Row& header, const Rows& rows) {
+    const auto bad = std::find_if(rows.begin(), rows.end(),
+                                  [&header](const Row& row) { return row.size() != header.size(); });
+    place_ = {.line = parser_.lineNumber(entity) + 1 + (bad - rows.begin()),
+              .className = entity.name,
+              .columns = header.size(),
+              .cells = bad == rows.end() ? 0 : bad->size()};
   }
 
   void readAgentScan(AgentScan& scan, Entity& entity) {
@@ -115,12 +132,12 @@ class DefinitionReader {
   }
 
   ParserAPI parser_;
-  std::string& place_;
+  DefinitionPlace& place_;
 };
 
 }  // namespace
 
-std::unique_ptr<AgentScan> readScanDefinition(const std::string& fileName, std::string& place) {
+std::unique_ptr<AgentScan> readScanDefinition(const std::string& fileName, DefinitionPlace& place) {
   TRACE_SCOPE("readScanDefinition()");
   TRACE(TR_MAX, "---- initializing ParserAPI ----\n");
   TRACE(TR_MAX, "fileName = %s\n", fileName.c_str());

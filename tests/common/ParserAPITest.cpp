@@ -11,6 +11,7 @@
 #include "Common/GenericPrint.h"
 #include "Common/TagPattern.h"
 #include "Common/VOXParserException.h"
+#include "common/RefusedCalls.h"
 #include "common/TemporaryDirectory.h"
 
 namespace agent::test {
@@ -36,7 +37,10 @@ class ParserAPITest : public testing::Test {
     try {
       operation();
     } catch (const VOXParserException& failure) {
-      return std::to_string(failure.getCode()) + " " + failure.getMessage();
+      const std::string line =
+          failure.getLine() > 0 ? "line " + std::to_string(failure.getLine()) + ": " : "";
+      return std::to_string(failure.getCode()) + " " + failure.getMessage() +
+             (failure.getReason().empty() ? "" : " (" + line + failure.getReason() + ")");
     }
     return "none";
   }
@@ -169,21 +173,35 @@ TEST_F(ParserAPITest, AStrayCloseTagLeadsPastTheEndOfItsNode) {
 }
 
 TEST_F(ParserAPITest, WhatCantBeReadIsTold) {
-  const std::string notOpened = "13 ERROR, not able to open scan definition file\n";
+  const std::string notOpened = "13 ERROR, not able to open scan definition file\n (";
+  const std::string noFile = notOpened + "it is no regular file)";
   EXPECT_EQ(failureOf([] { ParserAPI(""); }), "12 Error, path to scan definition file empty\n");
-  EXPECT_EQ(failureOf([&] { ParserAPI(directory_ / "missing.dat"); }), notOpened);
-  EXPECT_EQ(failureOf([&] { ParserAPI(directory_.path()); }), notOpened);
+  EXPECT_EQ(failureOf([&] { ParserAPI(directory_ / "missing.dat"); }),
+            notOpened + "No such file or directory)");
+  EXPECT_EQ(failureOf([&] { ParserAPI(directory_.path()); }), noFile);
 
   const std::string pipe = directory_ / "pipe";
   ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
-  EXPECT_EQ(failureOf([&] { ParserAPI{pipe}; }), notOpened);  // and doesn't wait for a writer
+  EXPECT_EQ(failureOf([&] { ParserAPI{pipe}; }), noFile);  // and doesn't wait for a writer
 
-  ParserAPI pa = parser("[Header]\n[/Header]\n[AgentScan]\n");
+  const auto broken = [&](const std::string& call, const std::string& reason) {
+    return "17 ERROR on executing " + call +
+           " in ParserAPI::getEntityData(). ERRORCODE: 17 File Name: " + directory_ / "scan.dat" + " (" +
+           reason + ")";
+  };
+  std::string text = "[Header]\n[/Header]\n[AgentScan]\n";
+  for (int row = 0; row < 40'000; ++row) text += "row\n";
+  ParserAPI pa = parser(text);
   auto scan = pa.findNextEntity({});
+  RefusedCalls calls;
+  calls.unreadableFrom =
+      131'072;  // whole buffers of the reader; three lines of 31 bytes stand in front of the rows
+  EXPECT_EQ(
+      failureOf([&] { pa.getEntityData(*scan); }),
+      broken("getLine()", "line " + std::to_string(3 + (131'072 - 31) / 4 + 1) + ": Input/output error"));
+  EXPECT_EQ(pa.lineNumber(*scan), 3);
   pa.closeFile();
-  EXPECT_EQ(failureOf([&] { pa.getEntityData(*scan); }),
-            "17 ERROR on executing seekg() in ParserAPI::getEntityData(). ERRORCODE: 17 File Name: " +
-                directory_ / "scan.dat");
+  EXPECT_EQ(failureOf([&] { pa.getEntityData(*scan); }), broken("seekg()", "Bad file descriptor"));
 }
 
 TEST_F(ParserAPITest, CountsClosedNodesWhenAskedTo) {

@@ -25,6 +25,7 @@ RefusedCalls::~RefusedCalls() {
 extern "C" {
 int __real_close(int descriptor);
 int __real_lockf64(int descriptor, int command, off_t length);
+ssize_t __real_pread64(int descriptor, void* bytes, size_t size, off_t position);
 ssize_t __real_write(int descriptor, const void* bytes, size_t size);
 
 int __wrap_close(int descriptor);
@@ -51,6 +52,14 @@ int __wrap_pidfd_open(pid_t pid, unsigned int flags) {
     return __real_pidfd_open(pid, flags);
   }
   errno = ENOSYS;
+  return -1;
+}
+
+ssize_t __wrap_pread64(int descriptor, void* bytes, size_t size, off_t position);
+ssize_t __wrap_pread64(int descriptor, void* bytes, size_t size, off_t position) {
+  const int64_t limit = agent::test::refused == nullptr ? -1 : agent::test::refused->unreadableFrom;
+  if (limit < 0 || position < limit) return __real_pread64(descriptor, bytes, size, position);
+  errno = EIO;
   return -1;
 }
 

@@ -31,7 +31,7 @@ class MemoryFile {
 };
 
 void read(const std::string& fileName) {
-  std::string place;
+  DefinitionPlace place;
   const auto job = readScanDefinition(fileName, place);
   Selection selection;
   for (const auto& statistic : job->getStatistics()) {

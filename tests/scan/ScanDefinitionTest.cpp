@@ -36,7 +36,7 @@ class ScanDefinitionTest : public ::testing::Test {
   }
 
   TemporaryDirectory directory;
-  std::string place;
+  DefinitionPlace place;
 };
 
 TEST_F(ScanDefinitionTest, ReadsAFilerWithItsDomainsAndTree) {

@@ -106,9 +106,9 @@ TEST_F(JobEndTest, ByADefinitionThatIsNoUse) {
       "[Header]\n[AgentScan]\nasJobName,asScanningCompID\n[Filesystem]\nfsID,fsMountPoint\n"
       "[/Header]\n[AgentScan]\n";
   const std::string file = tree_.definitionFile();
-  const auto badRow = [](const std::string& place) {
-    return "the row of the class " + place +
-           " has not as many cells as the header block names columns for it";
+  const auto badRow = [](const std::string& line, const std::string& name, const std::string& found) {
+    return "in line " + line + " a row of 2 cells was expected for the class \"" + name +
+           "\", one for each column that the header block names, and " + found + " was found";
   };
   struct Case {
     const char* comment;
@@ -118,17 +118,17 @@ TEST_F(JobEndTest, ByADefinitionThatIsNoUse) {
   };
   for (const Case& c : {
            Case{"a class without columns", header + "x,1\n[CuStatDef]\n5\n", 321,
-                "the header block names no columns for the class \"CuStatDef\" in line 9"},
-           Case{"a row too short", header + "x\n[/AgentScan]\n", 325, badRow("\"AgentScan\" in line 7")},
+                "in line 9 a class was expected whose columns the header block names, and \"CuStatDef\" was "
+                "found"},
+           Case{"a row too short", header + "x\n[/AgentScan]\n", 325, badRow("8", "AgentScan", "one of 1")},
            Case{"a row too long", header + "x,1\n[Filesystem]\n1,/,2\n", 325,
-                badRow("\"Filesystem\" in line 9")},
+                badRow("10", "Filesystem", "one of 3")},
            Case{"no row", header + "x,1\n[Filesystem]\n[/Filesystem]\n", 325,
-                badRow("\"Filesystem\" in line 9")},
-           Case{"no file", "", 13, "ERROR, not able to open scan definition file"},
+                badRow("10", "Filesystem", "none")},
+           Case{"no file", "", 13, "it can't be opened: No such file or directory"},
+           Case{"a directory", "/proc/self", 13, "it can't be opened: it is no regular file"},
            Case{"a file that can't be read", "/proc/self/mem", 17,
-                "ERROR on executing getLine() in ParserAPI::initialize(bool needNumEntities). ERRORCODE: 17 "
-                "File Name: " +
-                    file},
+                "in line 1 it can't be read: Input/output error"},
        }) {
     startAnew();
     if (c.text.starts_with("/")) {

@@ -1,5 +1,6 @@
 #include "Common/unix/LineReader.h"
 
+#include <cerrno>
 #include <cstring>
 
 namespace agent {
@@ -37,12 +38,16 @@ bool LineReader::refill() {
   filled_ = cursor_ = 0;
   const ssize_t count = readAt(file_.get(), buffer_.data(), buffer_.size(), bufferStart_);
   failed_ = count < 0;
+  if (failed_) error_ = errno;
   if (count > 0) filled_ = static_cast<size_t>(count);
   return count > 0;
 }
 
 bool LineReader::seek(int64_t position) {
-  if (!file_ || position < 0) return false;
+  if (!file_ || position < 0) {
+    error_ = file_ ? EINVAL : EBADF;
+    return false;
+  }
   if (position >= bufferStart_ && position - bufferStart_ <= static_cast<int64_t>(filled_)) {
     cursor_ = static_cast<size_t>(position - bufferStart_);
   } else {

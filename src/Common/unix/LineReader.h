@@ -23,6 +23,9 @@ class LineReader {
   /// True when the last next() ended in a failed read, not in the end of the file.
   bool failed() const { return failed_; }
 
+  /// errno of the last next() that failed or seek() that was refused.
+  int error() const { return error_; }
+
   /// Byte offset behind the last line read.
   int64_t position() const { return bufferStart_ + static_cast<int64_t>(cursor_); }
 
@@ -41,6 +44,7 @@ class LineReader {
   size_t cursor_ = 0;        // where the next line begins in the buffer
   int64_t bufferStart_ = 0;  // file offset of the buffer's first byte
   bool failed_ = false;
+  int error_ = 0;
   std::string longLine_;  // a line that runs over the buffer's end
 };
 
