@@ -8,7 +8,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <map>
-#include <optional>
 #include <set>
 #include <string_view>
 #include <thread>
@@ -42,10 +41,17 @@ std::set<std::tuple<pid_t, std::string, std::string>>& takenLocks() {
   return locks;
 }
 
+/// What keeps the work on the file from its end. It has been traced.
+struct FileFailure {
+  std::string file;
+  std::string reason;
+};
+
 /// One lock in the file: two lines.
 struct Entry {
   std::string resourceLine;
   std::string pidLine;
+  bool stale = false;  // to be dropped
 
   std::string_view name() const { return std::string_view(resourceLine).substr(kResource.size()); }
   pid_t owner() const { return toInt32(std::string_view(pidLine).substr(kPid.size())); }
@@ -84,8 +90,14 @@ void parseEntries(std::vector<std::string> lines, Content& content) {
   }
 }
 
-/// Reads the whole file. A missing one holds nothing; nothing is given when it can't be read.
-std::optional<Content> readContent(const std::string& path) {
+[[noreturn]] void failToOpen(const std::string& path, const std::string& reason) {
+  TRACE(TR_MIN, "Unable to open resource file %s, %s\n", path.c_str(), reason.c_str());
+  throw FileFailure{path, reason};
+}
+
+/// Reads the whole file. A missing one holds nothing.
+/// @throws FileFailure
+Content readContent(const std::string& path) {
   Content content;
   FileDescriptor file = openFile(path.c_str(), O_RDWR | O_NONBLOCK);
   if (!file && errno == ENOENT) {
@@ -93,18 +105,13 @@ std::optional<Content> readContent(const std::string& path) {
     return content;
   }
   struct stat status;
-  if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
-    TRACE(TR_MIN, "Unable to open resource file %s, %s\n", path.c_str(), getSystemErrorMessage().c_str());
-    return std::nullopt;
-  }
+  if (!file || ::fstat(file.get(), &status) != 0) failToOpen(path, getSystemErrorMessage());
+  if (!S_ISREG(status.st_mode)) failToOpen(path, "it is no regular file");
   content.size = status.st_size;
   LineReader reader(std::move(file));
   std::vector<std::string> lines;
   while (const auto line = reader.next()) lines.emplace_back(*line);
-  if (reader.failed()) {
-    TRACE(TR_MIN, "Unable to open resource file %s, %s\n", path.c_str(), getSystemErrorMessage().c_str());
-    return std::nullopt;
-  }
+  if (reader.failed()) failToOpen(path, getSystemErrorMessage(reader.error()));
   // A last line without its end would grow together with what is appended; an empty file lacks its first
   // line.
   size_t bytes = 0;
@@ -126,38 +133,48 @@ std::string entryText(std::string_view name, pid_t owner) {
   return text;
 }
 
-/// Adds an entry with one write, or leaves the file as it was.
-bool appendEntry(const std::string& path, off_t size, const std::string& text) {
+/// True where a write behind `size` bytes can't be cut by a kill: the kernel looks for one between two pages.
+/// Measured with 160,000 bytes, one kill in four left a part of them.
+bool isAppendedWhole(off_t size, const std::string& text) {
+  constexpr off_t kPage = 4096;
+  return size / kPage == (size + static_cast<off_t>(text.size()) - 1) / kPage;
+}
+
+/// Adds entries with one write, or leaves the file as it was.
+/// @throws FileFailure
+void appendEntries(const std::string& path, off_t size, const std::string& text) {
   FileDescriptor file = openFile(path.c_str(), O_WRONLY | O_APPEND);
-  if (file && writeAll(file.get(), text) == 0) return file.close() == 0;
-  TRACE(TR_MIN, "Unable to open resource file %s, %s\n", path.c_str(), getSystemErrorMessage().c_str());
-  if (file && ::ftruncate(file.get(), size) != 0) TRACE(TR_MIN, "Unable to cut %s\n", path.c_str());
-  return false;
+  if (!file) failToOpen(path, getSystemErrorMessage());
+  int error = writeAll(file.get(), text);
+  if (error != 0 && ::ftruncate(file.get(), size) != 0) TRACE(TR_MIN, "Unable to cut %s\n", path.c_str());
+  const int closeError = file.close();
+  if (error == 0) error = closeError;
+  if (error != 0) failToOpen(path, getSystemErrorMessage(error));
 }
 
 /// Writes the file anew and puts it in the old one's place. At every moment the path names a whole file.
-bool replaceFile(const std::string& path, const Content& content, const std::string& added) {
+/// @throws FileFailure
+void replaceFile(const std::string& path, const Content& content, const std::string& added) {
   const std::string workingCopy = path + kWorkingCopy;
   std::string text = content.firstLine + "\n";
   for (const Entry& entry : content.entries) text += entry.resourceLine + "\n" + entry.pidLine + "\n";
   text += added;
 
   FileDescriptor file = openFile(workingCopy.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-  if (!file) {
-    TRACE(TR_MIN, "Unable to create %s\n", workingCopy.c_str());
-    return false;
-  }
-  if (writeAll(file.get(), text) != 0 || file.close() != 0) {
+  int error = file ? writeAll(file.get(), text) : errno;
+  const int closeError = file.close();
+  if (error == 0) error = closeError;
+  if (error != 0) {
     TRACE(TR_MIN, "Unable to create %s\n", workingCopy.c_str());
     psRemoveFile(workingCopy);
-    return false;
+    throw FileFailure{workingCopy, getSystemErrorMessage(error)};
   }
   if (std::rename(workingCopy.c_str(), path.c_str()) != 0) {
+    const std::string reason = getSystemErrorMessage();
     TRACE(TR_MIN, "Unable to rename %s to %s\n", workingCopy.c_str(), path.c_str());
     psRemoveFile(workingCopy);
-    return false;
+    throw FileFailure{path, reason};
   }
-  return true;
 }
 
 /// A name as it can stand on a line.
@@ -174,55 +191,75 @@ bool isHeld(const Entry& entry, const std::string& path, const std::string& name
   return psIsProcessRunning(owner);
 }
 
-/// Takes the stale entries of `name` out of `content`. @return the process that holds the lock, or nothing
-std::optional<pid_t> takeOutEntries(Content& content, const std::string& path, const std::string& name) {
-  std::vector<Entry> others;
-  for (Entry& entry : content.entries) {
-    if (entry.name() != name) {
-      others.push_back(entry);
-    } else if (isHeld(entry, path, name)) {
-      return entry.owner();
-    }
+/// @return the result for a lock that `holder` has
+int refusal(const std::string& name, pid_t holder) {
+  if (holder == ::getpid()) {
+    TRACE(TR_MAX, "resource %s is already locked by this process\n", name.c_str());
+    return LOCKED_BY_THIS_PROCESS;
   }
-  content.entries = std::move(others);
-  return std::nullopt;
+  TRACE(TR_MAX, "resource %s locked by pid %d\n", name.c_str(), static_cast<int>(holder));
+  return LOCKED_BY_OTHER_PROCESS;
 }
 
-int addLock(const std::string& path, const std::string& name, const Filelock& companion) {
-  std::optional<Content> content = readContent(path);
-  if (!content) return kFailed;
-  const size_t entriesBefore = content->entries.size();
-  if (const auto holder = takeOutEntries(*content, path, name)) {
-    if (*holder == ::getpid()) {
-      TRACE(TR_MAX, "resource %s is already locked by this process\n", name.c_str());
-      return LOCKED_BY_THIS_PROCESS;
-    }
-    TRACE(TR_MAX, "resource %s locked by pid %d\n", name.c_str(), static_cast<int>(*holder));
-    return LOCKED_BY_OTHER_PROCESS;
+/// Marks the entries of `name` as stale, unless one is held: then none of them.
+/// @return 0, or the refusal
+int markStale(const std::vector<Entry*>& entries, const std::string& path, const std::string& name) {
+  for (const Entry* entry : entries) {
+    if (isHeld(*entry, path, name)) return refusal(name, entry->owner());
   }
-  const bool hasStale = content->entries.size() != entriesBefore;
-  if (hasStale) TRACE(TR_MAX, "resource not locked by another process\n");
+  for (Entry* entry : entries) entry->stale = true;
+  TRACE(TR_MAX, "resource not locked by another process\n");
+  return 0;
+}
+
+/// Adds an entry for each of these names, up to the first that somebody holds, and drops their stale ones.
+/// @param taken how many were added
+int addLocks(const std::string& path, const std::vector<std::string>& names, const Filelock& companion,
+             size_t& taken) {
+  Content content = readContent(path);
+  std::map<std::string_view, std::vector<Entry*>> entries;
+  for (Entry& entry : content.entries) entries[entry.name()].push_back(&entry);
+
+  int result = 0;
+  std::set<std::string> added;
+  std::string text;
+  for (const std::string& listed : names) {
+    std::string name = lineName(listed);
+    if (added.contains(name)) {
+      TRACE(TR_MAX, "found resource %s\n", name.c_str());
+      result = refusal(name, ::getpid());
+    } else {
+      const auto found = entries.find(name);
+      if (found != entries.end()) result = markStale(found->second, path, name);
+    }
+    if (result != 0) break;
+    text += entryText(name, ::getpid());
+    added.insert(std::move(name));
+  }
+  if (added.empty()) return result;
   if (!companion.isLocked()) return kCompanionLost;
 
-  const std::string added = entryText(name, ::getpid());
-  const bool written = hasStale || content->damaged ? replaceFile(path, *content, added)
-                                                    : appendEntry(path, content->size, added);
-  if (!written) return kFailed;
-  takenLocks().emplace(::getpid(), path, name);
-  return 0;
+  const bool changed = std::erase_if(content.entries, [](const Entry& entry) { return entry.stale; }) > 0;
+  if (changed || content.damaged || !isAppendedWhole(content.size, text)) {
+    replaceFile(path, content, text);
+  } else {
+    appendEntries(path, content.size, text);
+  }
+  for (const std::string& name : added) takenLocks().emplace(::getpid(), path, name);
+  taken = added.size();
+  return result;
 }
 
 /// Drops the entries of all these names that nobody else holds, in one go over the file.
 int removeLocks(const std::string& path, const std::vector<std::string>& names, const Filelock& companion) {
-  std::optional<Content> content = readContent(path);
-  if (!content) return kFailed;
+  Content content = readContent(path);
   std::map<std::string, bool, std::less<>> found;  // by name: an entry was there
   for (const std::string& name : names) {
     found.emplace(lineName(name), false);
     takenLocks().erase({::getpid(), path, lineName(name)});  // from here on its entry is one to be dropped
   }
   int result = 0;
-  const size_t dropped = std::erase_if(content->entries, [&](const Entry& entry) {
+  const size_t dropped = std::erase_if(content.entries, [&](const Entry& entry) {
     const auto wanted = found.find(entry.name());
     if (wanted == found.end()) return false;
     wanted->second = true;
@@ -236,41 +273,67 @@ int removeLocks(const std::string& path, const std::vector<std::string>& names, 
   }
   if (dropped == 0) return result;
   if (!companion.isLocked()) return kCompanionLost;
-  return replaceFile(path, *content, {}) ? result : kFailed;
+  replaceFile(path, content, {});
+  return result;
+}
+
+/// @throws FileFailure
+void takeCompanion(Filelock& companion, const std::string& path, const CompanionWait& wait) {
+  if (createResourceLockFile(companion, path, wait) == 0) return;
+  if (errno != ETIMEDOUT) throw FileFailure{path, getSystemErrorMessage()};
+  const auto waited = std::chrono::duration_cast<std::chrono::seconds>(wait.tries * wait.interval);
+  throw FileFailure{path, "another process has held it for " + std::to_string(waited.count()) + " seconds"};
 }
 
 /// @param change does the work on the file, given its path and the companion that is held meanwhile
+/// @return its result
+/// @throws FileFailure
 template <typename Change>
 int changeUnderCompanion(Change change, int mode, const std::string& installLocation,
                          const CompanionWait& wait) {
   const std::string directory = installLocation + "/log";
   if (psMkdir(directory) != 0) {
+    const std::string reason = getSystemErrorMessage();
     TRACE(TR_MIN, "Unable to create path %s\n", directory.c_str());
-    return kFailed;
+    throw FileFailure{directory, reason};
   }
   const std::string path = getResourceFileName(mode, installLocation);
   const std::string companionPath = path + kCompanion;
   for (int i = 0; i < wait.tries; ++i) {
     Filelock companion(companionPath);
-    if (createResourceLockFile(companion, companionPath, wait) != 0) return kFailed;
+    takeCompanion(companion, companionPath, wait);
     psRemoveFile(path + kWorkingCopy);  // of a process that was killed at its work
     const int result = change(path, companion);
     deleteResourceLockFile(companion);
     if (result != kCompanionLost) return result;
     TRACE(TR_MIN, "%s was removed under its holder's hands: trying again\n", companionPath.c_str());
   }
-  return kFailed;
+  throw FileFailure{companionPath, "it was removed each time while this process held it"};
 }
 
 }  // namespace
 
 int lockResource(const std::string& name, int mode, const std::string& installLocation,
                  const CompanionWait& wait) {
+  return lockResources({name}, mode, installLocation, wait).result;
+}
+
+LockOutcome lockResources(const std::vector<std::string>& names, int mode, const std::string& installLocation,
+                          const CompanionWait& wait) {
   TRACE_SCOPE("lockResource()");
+  LockOutcome outcome;
+  if (names.empty()) return outcome;
   const auto add = [&](const std::string& path, const Filelock& companion) {
-    return addLock(path, lineName(name), companion);
+    return addLocks(path, names, companion, outcome.taken);
   };
-  return changeUnderCompanion(add, mode, installLocation, wait);
+  try {
+    outcome.result = changeUnderCompanion(add, mode, installLocation, wait);
+  } catch (FileFailure& failure) {
+    outcome.result = kFailed;
+    outcome.file = std::move(failure.file);
+    outcome.reason = std::move(failure.reason);
+  }
+  return outcome;
 }
 
 int unlockResource(const std::string& name, int mode, const std::string& installLocation,
@@ -285,7 +348,11 @@ int unlockResources(const std::vector<std::string>& names, int mode, const std::
   const auto remove = [&](const std::string& path, const Filelock& companion) {
     return removeLocks(path, names, companion);
   };
-  return changeUnderCompanion(remove, mode, installLocation, wait);
+  try {
+    return changeUnderCompanion(remove, mode, installLocation, wait);
+  } catch (const FileFailure&) {
+    return kFailed;
+  }
 }
 
 std::string getResourceFileName(int mode, const std::string& installLocation) {
@@ -304,13 +371,16 @@ int createResourceLockFile(Filelock& companion, const std::string& path, const C
       return 0;
     }
     if (result != Filelock::LOCKED_BY_OTHER) {
+      const int error = errno;
       TRACE(TR_MIN, "error trying to lock file %s, rc: %d\n", path.c_str(), result);
       TRACE(TR_MIN, "Unable to lock file\n");
+      errno = error;
       return kFailed;
     }
     TRACE(TR_MAX, "waiting to get lock on %s\n", path.c_str());
   }
   TRACE(TR_MIN, "timed out waiting to get lock, %d seconds elapsed\n", wait.tries);
+  errno = ETIMEDOUT;
   return kFailed;
 }
 

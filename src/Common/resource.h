@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -40,6 +41,20 @@ struct CompanionWait {
 int lockResource(const std::string& name, int mode, const std::string& installLocation,
                  const CompanionWait& wait = {});
 
+/// What became of the locks of a list.
+struct LockOutcome {
+  int result = 0;      ///< as lockResource gives it for the first name that was refused
+  size_t taken = 0;    ///< how many were taken: all in front of that name
+  std::string file;    ///< with -1: which file stands in the way
+  std::string reason;  ///< and what the system or we have against it
+};
+
+/// Takes all locks of a job in one go over the file, in this order and up to the first that is refused: what
+/// lockResource would do with one name after the other. Those taken before stay; entries behind are not
+/// looked at.
+LockOutcome lockResources(const std::vector<std::string>& names, int mode, const std::string& installLocation,
+                          const CompanionWait& wait = {});
+
 /// Gives the lock up. A name that isn't locked is no failure; an entry of a process that no longer runs goes
 /// too.
 /// @return 0, LOCKED_BY_OTHER_PROCESS, or -1 for a failure that has been traced
@@ -53,7 +68,8 @@ int unlockResources(const std::vector<std::string>& names, int mode, const std::
 /// Path of the resource file of a mode.
 std::string getResourceFileName(int mode, const std::string& installLocation);
 
-/// Takes the companion's lock, waiting for others. @return 0, or -1 when it could not be had
+/// Takes the companion's lock, waiting for others.
+/// @return 0, or -1 with the reason in errno: ETIMEDOUT when others had it all the time
 int createResourceLockFile(Filelock& companion, const std::string& path, const CompanionWait& wait);
 
 /// Drops it.

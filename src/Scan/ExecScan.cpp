@@ -242,14 +242,18 @@ void ExecScan::scanLocked() {
 /// @throws GenericException at the first that can't be locked; it has been logged
 void ExecScan::lock(const FilesystemList& list) {
   TRACE_SCOPE("lock( )");
+  std::vector<std::string> resources;
   for (const auto& filesystem : list) {
-    const std::string resource = "scan_" + cmdArgs_->serverName + std::to_string(filesystem->fsID);
-    if (lockResource(resource, SCAN_RESOURCES, cmdArgs_->installLoc) != 0) {
-      logJobMessage(2236, "STA0531E", {filesystem->fsMountPoint});
-      throw GenericException(Constants::_ERROR, 2236, "", filesystem->fsMountPoint);
-    }
-    lockedResources_.push_back(resource);
+    resources.push_back("scan_" + cmdArgs_->serverName + std::to_string(filesystem->fsID));
   }
+  const LockOutcome outcome = lockResources(resources, SCAN_RESOURCES, cmdArgs_->installLoc);
+  resources.resize(outcome.taken);
+  lockedResources_ = std::move(resources);
+  if (outcome.result == 0) return;
+
+  const std::string& refused = list[outcome.taken]->fsMountPoint;
+  logJobMessage(2236, "STA0531E", {refused});
+  throw GenericException(Constants::_ERROR, 2236, "", refused);
 }
 
 void ExecScan::unlock() {

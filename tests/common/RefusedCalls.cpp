@@ -26,6 +26,7 @@ extern "C" {
 int __real_close(int descriptor);
 int __real_lockf64(int descriptor, int command, off_t length);
 ssize_t __real_pread64(int descriptor, void* bytes, size_t size, off_t position);
+int __real_rename(const char* from, const char* to);
 ssize_t __real_write(int descriptor, const void* bytes, size_t size);
 
 int __wrap_close(int descriptor);
@@ -60,6 +61,14 @@ ssize_t __wrap_pread64(int descriptor, void* bytes, size_t size, off_t position)
   const int64_t limit = agent::test::refused == nullptr ? -1 : agent::test::refused->unreadableFrom;
   if (limit < 0 || position < limit) return __real_pread64(descriptor, bytes, size, position);
   errno = EIO;
+  return -1;
+}
+
+int __wrap_rename(const char* from, const char* to);
+int __wrap_rename(const char* from, const char* to) {
+  if (agent::test::refused == nullptr || agent::test::refused->renameError == 0)
+    return __real_rename(from, to);
+  errno = agent::test::refused->renameError;
   return -1;
 }
 

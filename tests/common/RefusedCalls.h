@@ -5,10 +5,11 @@
 
 namespace agent::test {
 
-/// The linker leads every close(2), write(2), pread(2), lockf(3) and pidfd_open(2) of the code under test
-/// through here. While an object of this class lives, the chosen call fails; close still closes, as the
+/// The linker leads every close(2), write(2), pread(2), rename(2), lockf(3) and pidfd_open(2) of the code under
+/// test through here. While an object of this class lives, the chosen call fails; close still closes, as the
 /// system's own does.
 struct RefusedCalls {
+  int renameError = 0;       ///< errno of every rename; 0: none fails
   int closeError = 0;        ///< errno of every close; 0: none fails
   int writeErrorAfter = -1;  ///< how many writes still succeed; -1: all
   int writeError = 0;

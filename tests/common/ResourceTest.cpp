@@ -5,9 +5,12 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
+#include <map>
 #include <random>
 #include <sstream>
 #include <string>
@@ -33,6 +36,16 @@ class ResourceTest : public testing::Test {
     return unlockResource(name, SCAN_RESOURCES, directory_.path(), wait_);
   }
 
+  LockOutcome lockAll(const std::vector<std::string>& names) const {
+    return lockResources(names, SCAN_RESOURCES, directory_.path(), wait_);
+  }
+  /// The file that stood in the way, below the install location, and the reason.
+  std::string failure() const {
+    const LockOutcome outcome = lockAll({"scan", "more"});
+    if (outcome.result != -1 || outcome.taken != 0) return "none";
+    return outcome.file.substr(directory_.path().size() + 1) + ": " + outcome.reason;
+  }
+
   std::string file() const { return directory_ / "log/vox_scan_res"; }
   void setFile(const std::string& text) const { directory_.file("log/vox_scan_res", text); }
 
@@ -56,15 +69,60 @@ TEST_F(ResourceTest, AnEntryIsAddedWithOneWriteSoThatAKillLeavesItWholeOrAbsent)
   EXPECT_EQ(lock("scan_srv1"), 0);
   {
     const RefusedCalls calls;
-    EXPECT_EQ(lock("scan_srv2"), 0);
+    EXPECT_EQ(lockAll({"scan_srv3", "scan_srv2"}).taken, 2u);
     EXPECT_EQ(calls.writes, 1);
   }
-  EXPECT_EQ(content(file()), kFirstLine + entry("scan_srv1", self) + entry("scan_srv2", self));
+  EXPECT_EQ(content(file()),
+            kFirstLine + entry("scan_srv1", self) + entry("scan_srv3", self) + entry("scan_srv2", self));
   EXPECT_EQ(unlock("scan_srv1"), 0);
-  EXPECT_EQ(unlock("scan_srv2"), 0);
+  EXPECT_EQ(unlockResources({"scan_srv2", "scan_srv3"}, SCAN_RESOURCES, directory_.path(), wait_), 0);
   EXPECT_EQ(unlock("scan_srv2"), 0);  // not locked: no failure
   EXPECT_EQ(content(file()), kFirstLine);
   EXPECT_EQ(directory_.names("log"), std::set<std::string>{"vox_scan_res"});
+}
+
+// A kill can cut a write between two pages of the file, so what is longer goes into a new file.
+TEST_F(ResourceTest, ManyEntriesComeWithANewFile) {
+  setFile(kFirstLine);
+  std::vector<std::string> names;
+  for (int i = 0; i < 1'000; ++i) names.push_back("scan_srv" + std::to_string(i));
+  std::filesystem::create_hard_link(file(), directory_ / "old");
+  EXPECT_EQ(lockAll(names).taken, names.size());
+  EXPECT_EQ(content(directory_ / "old"), kFirstLine);
+  EXPECT_EQ(unlockResources(names, SCAN_RESOURCES, directory_.path(), wait_), 0);
+  EXPECT_EQ(content(file()), kFirstLine);
+}
+
+TEST_F(ResourceTest, AListIsTakenAsItsLocksWouldBeOneByOne) {
+  const TemporaryDirectory twin;
+  const pid_t owners[] = {1, deadProcess(), ::getpid(), 0};  // 1 lives
+  std::mt19937 random(11);
+  std::map<int, int> results;
+  for (int round = 0; round < 150; ++round) {
+    const auto name = [&random] { return std::string(1, static_cast<char>('a' + random() % 12)); };
+    std::string text = random() % 10 == 0 ? "" : kFirstLine;
+    for (size_t left = random() % 5; left > 0; --left) text += entry(name(), owners[random() % 4]);
+    std::vector<std::string> names(random() % 5);
+    std::generate(names.begin(), names.end(), name);
+    setFile(text);
+    twin.file("log/vox_scan_res", text);
+
+    size_t taken = 0;
+    int result = 0;
+    for (; result == 0 && taken < names.size(); taken += result == 0) {
+      result = lockResource(names[taken], SCAN_RESOURCES, twin.path(), wait_);
+    }
+    const LockOutcome outcome = lockAll(names);
+    ASSERT_EQ(outcome.result, result) << text;
+    ASSERT_EQ(outcome.taken, taken) << text;
+    ASSERT_EQ(content(file()), content(twin / "log/vox_scan_res"));
+    ++results[result];
+    names.resize(taken);
+    for (const std::string& place : {directory_.path(), twin.path()}) {
+      unlockResources(names, SCAN_RESOURCES, place, wait_);
+    }
+  }
+  for (const int result : {0, 150, 152}) EXPECT_GT(results[result], 2) << result;
 }
 
 TEST_F(ResourceTest, AHeldLockIsRefusedAndTheFileLeftAlone) {
@@ -146,15 +204,16 @@ TEST_F(ResourceTest, ANameStaysOnItsLine) {
 }
 
 TEST_F(ResourceTest, AFullDiskLeavesTheOldFile) {
-  for (const std::string& before :
-       {kFirstLine + entry("a", 1), kFirstLine + entry("scan", 0) + entry("a", 1)}) {
+  const std::string gone = entry("more", 0);
+  for (const auto& [before, name] : {std::pair{kFirstLine + entry("a", 1), "log/vox_scan_res"},
+                                     {kFirstLine + gone + entry("a", 1), "log/vox_scan_res.tmp"}}) {
     setFile(before);
     {
       RefusedCalls calls;
       calls.longestWrite = 4;
       calls.writeErrorAfter = 3;
       calls.writeError = ENOSPC;
-      EXPECT_EQ(lock("scan"), -1);
+      EXPECT_EQ(failure(), name + std::string(": No space left on device"));
     }
     EXPECT_EQ(content(file()), before);
     EXPECT_EQ(directory_.names("log"), std::set<std::string>{"vox_scan_res"});
@@ -171,13 +230,23 @@ TEST_F(ResourceTest, WhatStandsInTheWayIsAFailure) {
   EXPECT_EQ(directory_.names("log"), std::set<std::string>{"vox_scan_res"});
   EXPECT_EQ(unlock("scan"), 0);
 
+  {
+    RefusedCalls calls;
+    calls.renameError = EROFS;
+    setFile(kFirstLine + entry("more", 0));
+    EXPECT_EQ(failure(), "log/vox_scan_res: Read-only file system");
+    calls.unreadableFrom = 0;
+    EXPECT_EQ(failure(), "log/vox_scan_res: Input/output error");
+  }
   std::filesystem::remove(file());
-  std::filesystem::create_directory(file());
-  EXPECT_EQ(lock("scan"), -1);
+  ASSERT_EQ(::mkfifo(file().c_str(), 0600), 0);
+  EXPECT_EQ(failure(), "log/vox_scan_res: it is no regular file");
   EXPECT_EQ(unlock("scan"), -1);
   std::filesystem::create_directory(file() + ".lck");
-  EXPECT_EQ(lock("scan"), -1);
-  EXPECT_EQ(lockResource("scan", SCAN_RESOURCES, directory_.file("file")), -1);
+  EXPECT_EQ(failure(), "log/vox_scan_res.lck: Is a directory");
+  std::filesystem::remove_all(directory_ / "log");
+  directory_.file("log", "no directory");
+  EXPECT_EQ(failure(), "log: Not a directory");
 }
 
 TEST_F(ResourceTest, ACompanionHeldTooLongEndsTheWait) {
@@ -193,8 +262,8 @@ TEST_F(ResourceTest, ACompanionHeldTooLongEndsTheWait) {
   });
   char byte = 0;
   ASSERT_EQ(::read(ready[0], &byte, 1), 1);
-  wait_ = {3, 1ms};
-  EXPECT_EQ(lock("scan"), -1);
+  wait_ = {3, 500ms};
+  EXPECT_EQ(failure(), "log/vox_scan_res.lck: another process has held it for 1 seconds");
   EXPECT_EQ(unlock("scan"), -1);
   EXPECT_FALSE(std::filesystem::exists(file()));
   ::kill(holder, SIGKILL);

@@ -12,10 +12,19 @@
 
 namespace agent {
 
+namespace {
+
+int failure(int error) {
+  errno = error;
+  return -1;
+}
+
+}  // namespace
+
 int Filelock::lockFile() {
   if (path_.empty()) {
     TRACE(TR_MIN, "Invalid file name\n");
-    return -1;
+    return failure(EINVAL);
   }
   TRACE(TR_MAX, "locking file: %s\n", path_.c_str());
   // Each turn but the last means that another process has finished its work in between; the limit is for file
@@ -24,21 +33,23 @@ int Filelock::lockFile() {
   for (int turn = 0; turn < kTurns && !locked_; ++turn) {
     descriptor_ = openFile(path_.c_str(), O_RDWR | O_CREAT | O_NONBLOCK, 0700);
     if (!descriptor_) {
-      TRACE(TR_MIN, "Unable to lock: %s, %s\n", path_.c_str(), getSystemErrorMessage().c_str());
-      return -1;
+      const int error = errno;
+      TRACE(TR_MIN, "Unable to lock: %s, %s\n", path_.c_str(), getSystemErrorMessage(error).c_str());
+      return failure(error);
     }
     if (::lockf(descriptor_.get(), F_TLOCK, 0) != 0) {
-      const bool lockedByOther = errno == EAGAIN || errno == EACCES;
+      const int error = errno;
+      const bool lockedByOther = error == EAGAIN || error == EACCES;
       descriptor_.close();
       TRACE(TR_MAX, lockedByOther ? "file already locked\n" : "Unable to lock file\n");
-      return lockedByOther ? LOCKED_BY_OTHER : -1;
+      return lockedByOther ? LOCKED_BY_OTHER : failure(error);
     }
     locked_ = pathNamesLockedFile();  // not when removed between the two calls: such a lock excludes nobody
   }
   if (!locked_) {
     descriptor_.close();
     TRACE(TR_MIN, "Unable to lock file\n");
-    return -1;
+    return failure(ESTALE);
   }
   TRACE(TR_MAX, "locked file: %s\n", path_.c_str());
   return 0;

@@ -26,7 +26,8 @@ class Filelock {
   Filelock(const Filelock&) = delete;
   Filelock& operator=(const Filelock&) = delete;
 
-  /// Tries once, without waiting. @return 0, LOCKED_BY_OTHER, or -1 for a failure that has been traced
+  /// Tries once, without waiting.
+  /// @return 0, LOCKED_BY_OTHER, or -1 with the reason in errno for a failure that has been traced
   int lockFile();
 
   /// Removes the file and gives the lock up. Nothing happens without one.
