@@ -32,6 +32,8 @@ constexpr const char* VERSION = "5.2.4.1\n";
 constexpr const char* STARTED = "1";
 constexpr const char* FAILED_TO_START = "3";
 constexpr int OBJECT_CREATION_FAILED = 12;
+constexpr int LOCK_HELD = 2236;    // the message of a lock that another job has
+constexpr int LOCK_FAILED = 2610;  // and that of one that could not be asked for
 
 // Names in a log text of several lines stand below the text of the first.
 const std::string INDENT(25, ' ');
@@ -192,8 +194,12 @@ void ExecScan::scan() {
   } catch (const GenericException& exception) {
     // The log has been told. Locks taken before the one that failed stay in the resource file: with this
     // process they turn stale.
-    TRACE(TR_MIN, "Filesystem already in locked by another scan process: %s\n",
-          exception.getMessage().c_str());
+    if (exception.getMsgID() == LOCK_HELD) {
+      TRACE(TR_MIN, "Filesystem already in locked by another scan process: %s\n",
+            exception.getMessage().c_str());
+    } else {
+      TRACE(TR_MIN, "Unable to lock %s: %s\n", exception.getMessage().c_str(), exception.getCause().c_str());
+    }
     returnCode_ = ABORTED;
   } catch (const ScanAbortException& exception) {
     TRACE(TR_ERROR, "%s\n", exception.getMessage().c_str());
@@ -252,8 +258,12 @@ void ExecScan::lock(const FilesystemList& list) {
   if (outcome.result == 0) return;
 
   const std::string& refused = list[outcome.taken]->fsMountPoint;
-  logJobMessage(2236, "STA0531E", {refused});
-  throw GenericException(Constants::_ERROR, 2236, "", refused);
+  if (outcome.result == LOCKED_BY_THIS_PROCESS || outcome.result == LOCKED_BY_OTHER_PROCESS) {
+    logJobMessage(LOCK_HELD, "STA0531E", {refused});
+    throw GenericException(Constants::_ERROR, LOCK_HELD, "", refused);
+  }
+  logJobMessage(LOCK_FAILED, "GEN0110E", {refused, outcome.file, outcome.reason});
+  throw GenericException(Constants::_ERROR, LOCK_FAILED, outcome.reason, refused);
 }
 
 void ExecScan::unlock() {
