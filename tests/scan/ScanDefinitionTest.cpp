@@ -79,18 +79,5 @@ TEST_F(ScanDefinitionTest, TakesOddRowsAsTheyStand) {
   for (const Case& c : cases) EXPECT_EQ(codeOf(c.text), 0) << c.what;
 }
 
-// Cut anywhere, a definition gives an error or a smaller job, never a crash.
-TEST_F(ScanDefinitionTest, SurvivesBeingCutAnywhere) {
-  const std::string whole =
-      HEADER +
-      "[AgentScan]\n\"daily\",17\n[Filesystem]\n1,\"/a\"\n[NasFiler]\n\"f\",1\n[/NasFiler]\n"
-      "[/Filesystem]\n[CuStatDef]\n5,\"x\",4\n[ResultsByFS]\n[Filesystem]\n1,\"/a\"\n"
-      "[/Filesystem]\n[/ResultsByFS]\n[/CuStatDef]\n[/AgentScan]\n";
-  for (size_t length = 0; length <= whole.size(); ++length) {
-    const int code = codeOf(whole.substr(0, length));
-    EXPECT_TRUE(code == 0 || code == 321 || code == 325) << length << " gave " << code;
-  }
-}
-
 }  // namespace
 }  // namespace agent::test
