@@ -117,6 +117,7 @@ void GenericPrint::writeLine(std::string line) {
 }
 
 void GenericPrint::closeFile() {
+  TRACE_SCOPE("GenericPrint::closeFile()");
   if (!opened_) throwWriteFailure("open", fileName_, openError_);
   // A file on a network mount tells a lost write no earlier than here.
   if (const int error = descriptor_.close()) throwWriteFailure("close", fileName_, error);

@@ -69,6 +69,7 @@ std::string createAdHocRecord(CmdArgs& args, bool scheduled) {
 }  // namespace
 
 void sendAgentStartStatus(int fd, const char* status) {
+  TRACE_SCOPE("sendAgentStartStatus()");
   if (fd == -1) return;
   if (writeToReader(fd, {status, 1}) == 0) {
     TRACE(TR_MAX, "Successfully sent status to agent: %c\n", *status);

@@ -208,6 +208,7 @@ void ParserAPI::countEntities() {
 }
 
 std::optional<ParserAPI::Entity> ParserAPI::findFirstEntity(bool lookForHeader) {
+  TRACE_SCOPE("ParserAPI::findFirstEntity()");
   while (const auto line = nextLine("findFirstEntity()")) {
     if (lookForHeader && *line == CLOSE_HEADER) continue;
     lookForHeader = false;
@@ -219,6 +220,7 @@ std::optional<ParserAPI::Entity> ParserAPI::findFirstEntity(bool lookForHeader) 
 }
 
 std::optional<ParserAPI::Entity> ParserAPI::findNextEntity(const std::optional<Entity>& ef) {
+  TRACE_SCOPE("ParserAPI::findNextEntity()");
   if (!ef) return findFirstEntity(false);
   constexpr const char* operation = "findNextEntity()";
   seek(ef->dataPos, operation);
@@ -233,6 +235,7 @@ std::optional<ParserAPI::Entity> ParserAPI::findNextEntity(const std::optional<E
 }
 
 const Row& ParserAPI::getEntityHeader(const Entity& entity) const {
+  TRACE_SCOPE("ParserAPI::getEntityHeader()");
   const auto found = headerTable_.find(entity.name);
   if (found == headerTable_.end()) {
     TRACE(TR_MIN, "Element %s not found on headerTable\n", entity.name.c_str());
@@ -244,6 +247,7 @@ const Row& ParserAPI::getEntityHeader(const Entity& entity) const {
 }
 
 Rows ParserAPI::getEntityData(Entity& entity, int rows) {
+  TRACE_SCOPE("ParserAPI::getEntityData()");
   constexpr const char* operation = "getEntityData()";
   seek(entity.startPos, operation);
   Rows result;
@@ -258,6 +262,7 @@ Rows ParserAPI::getEntityData(Entity& entity, int rows) {
 }
 
 std::vector<ParserAPI::Entity> ParserAPI::getEntityChildren(const Entity& entity) {
+  TRACE_SCOPE("ParserAPI::getEntityChildren()");
   constexpr const char* operation = "getEntityChildren()";
   seek(entity.dataPos, operation);
   std::vector<Entity> children;
@@ -278,6 +283,7 @@ std::vector<ParserAPI::Entity> ParserAPI::getEntityChildren(const Entity& entity
 }
 
 void ParserAPI::closeFile() {
+  TRACE_SCOPE("ParserAPI::closeFile()");
   raf_.close();
   headerTable_.clear();
 }

@@ -363,6 +363,7 @@ std::string getResourceFileName(int mode, const std::string& installLocation) {
 }
 
 int createResourceLockFile(Filelock& companion, const std::string& path, const CompanionWait& wait) {
+  TRACE_SCOPE("createResourceLockFile()");
   for (int failedTries = 0; failedTries < wait.tries; ++failedTries) {
     if (failedTries > 0) std::this_thread::sleep_for(wait.interval);
     const int result = companion.lockFile();
@@ -385,6 +386,7 @@ int createResourceLockFile(Filelock& companion, const std::string& path, const C
 }
 
 void deleteResourceLockFile(Filelock& companion) {
+  TRACE_SCOPE("deleteResourceLockFile()");
   companion.unlockFile();
 }
 

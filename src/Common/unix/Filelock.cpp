@@ -22,6 +22,7 @@ int failure(int error) {
 }  // namespace
 
 int Filelock::lockFile() {
+  TRACE_SCOPE("Filelock::lockFile()");
   if (path_.empty()) {
     TRACE(TR_MIN, "Invalid file name\n");
     return failure(EINVAL);
@@ -57,6 +58,7 @@ int Filelock::lockFile() {
 
 void Filelock::unlockFile() {
   if (!locked_) return;
+  TRACE_SCOPE("Filelock::unlockFile()");
   if (pathNamesLockedFile() && ::unlink(path_.c_str()) != 0) {
     TRACE(TR_MIN, "Unable to remove file: %d - %s\n", errno, path_.c_str());
   }

@@ -237,10 +237,12 @@ char processState(pid_t pid) {
 }  // namespace
 
 int psRemoveFile(const std::string& path) {
+  TRACE_SCOPE("psRemoveFile()");
   return ::unlink(withoutQuotes(path).c_str());
 }
 
 bool psFileExist(const std::string& path) {
+  TRACE_SCOPE("psFileExist()");
   const std::string cleanPath = withoutQuotes(path);
   struct stat status;
   const bool exists = ::stat(cleanPath.c_str(), &status) == 0;
@@ -253,6 +255,7 @@ bool psFileExist(const std::string& path) {
 }
 
 int psMkdir(const std::string& path) {
+  TRACE_SCOPE("psMkdir()");
   const int error = makeDirectoryPath(withoutQuotes(path));
   if (error == 0) return 0;
   errno = error;
