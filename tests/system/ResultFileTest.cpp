@@ -40,6 +40,9 @@ Definition twoFileSystems(const std::string& one, const std::string& two) {
                      .set("sdHasBackupAction", "Y"));
   definition.add(
       statistic(6, 4, "restricted").set("sdSummary", "Y").add(restrictedTo(filesystem(2, two, 16))));
+  // Restricted to what is no file system of this job, and to nothing: their definitions stand alone.
+  definition.add(statistic(9, 4, "elsewhere").add(restrictedTo(filesystem(99, "/elsewhere"))));
+  definition.add(statistic(10, 4, "nowhere").add(Record{"ResultsByFS", {}, {}}));
   definition.add(statistic(7, 2, "regular files")
                      .set("sdLargestFiles", 3)
                      .set("sdWhereClause", whereClause(std::string("=T\0\0\0\1", 6))));
@@ -100,7 +103,7 @@ TEST(ResultFileTest, TheWholeFileAndTheWholeLog) {
           "AGT0146I The scan job has started.",
           "STA0532I The job has locked these file systems for its scan:", indent + two.path(),
           indent + one.path(), "STA0026I The scan gathers these statistics:", indent + "admin.restricted",
-          indent + "admin.regular files",
+          indent + "admin.elsewhere", indent + "admin.nowhere", indent + "admin.regular files",
           "STA0027I The scan gathers these statistics for monitored directories:", indent + "(DIR STAT)",
           "STA0025I Scanning the file system \"" + two.path() + "/\".",
           "AGT0144I The file system has been walked: 2 entries scanned.",
