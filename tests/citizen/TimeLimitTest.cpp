@@ -138,14 +138,18 @@ TEST_F(TimeLimitTest, AMountThatIsDeadFromTheStartIsGivenUpAndTheOthersAreScanne
   EXPECT_EQ(ResultFile(tree_.result()).root().all("Filesystem").size(), 1u);
 }
 
-TEST_F(TimeLimitTest, ARootThatCannotBeOpenedIsNoEmptyFileSystem) {
+TEST_F(TimeLimitTest, ARootThatCannotBeReadIsNoEmptyFileSystem) {
   file("a");
-  define();
+  for (const char* rule : {"opendir / hang", "readdir / hang"}) {
+    SCOPED_TRACE(rule);
+    define();
+    fs::remove(tree_.logFile());
 
-  EXPECT_EQ(scan({"opendir / hang"}).status, 4);
+    EXPECT_EQ(scan({rule}).status, 4);
 
-  EXPECT_EQ(walkLog(), (Words{"STA0025I Scanning the file system \"" + slow_.path() + "/\".", unopened(""),
-                              "STA0161I The scan is complete."}));
+    EXPECT_EQ(walkLog(), (Words{"STA0025I Scanning the file system \"" + slow_.path() + "/\".", unopened(""),
+                                "STA0161I The scan is complete."}));
+  }
 }
 
 // Of all signals only SIGTERM is caught, and so breaks into the wait for an answer; those that are ignored
