@@ -203,6 +203,10 @@ TEST_F(JobDriverTest, AStarterThatReadsNothingOrHasGoneIsNotWaitedForLong) {
     for (const int there : {1, 2, 9}) launch.handed.emplace_back(pipe.writing.get(), there);
     launch.limit = std::chrono::seconds(20);
     EXPECT_EQ(run(launch).status, 30) << gone;
+
+    define();  // and there is no agent to be told of the end, which nobody complains about
+    launch.arguments.resize(launch.arguments.size() - 2);
+    EXPECT_EQ(run(launch).status, 0) << gone;
   }
 }
 

@@ -26,7 +26,9 @@ namespace agent {
 
 namespace {
 
-constexpr int kNotStarted = 127;  // the shell's own code for a program that could not be started
+// The shell's own codes for a program that could not be started, and for one that may not be.
+constexpr int kNotStarted = 127;
+constexpr int kNotExecutable = 126;
 
 std::string withoutQuotes(const std::string& path) {
   const bool quoted = path.size() > 2 && path.front() == '"' && path.back() == '"';
@@ -91,9 +93,13 @@ void traceFailedStart(const char* file, int error) {
   }
 }
 
-/// Starts "/bin/sh -c text". @return 0, or errno of what kept the child from starting
+/// Starts "/bin/sh -c text".
+/// @param program the path of the program that the text names, or null where that isn't known. What can't be
+///     started is told by the child's exit code and the trace: the shell would complain on standard error,
+///     and wait there for a reader that may have stopped reading.
+/// @return 0, or errno of what kept the child from starting
 int startShell(const std::string& text, ChildRecord& child, bool redirect,
-               const std::vector<std::string>* env) {
+               const std::vector<std::string>* env, const char* program = nullptr) {
   std::vector<std::string> localArgv{"/bin/sh", "-c", text};
   for (size_t i = 0; i < localArgv.size(); ++i) {
     TRACE(TR_MAX, "localArgv[%d] = %s\n", static_cast<int>(i), localArgv[i].c_str());
@@ -122,14 +128,16 @@ int startShell(const std::string& text, ChildRecord& child, bool redirect,
       ::_exit(kNotStarted);
     }
     restoreFoundSignals(oldMask);
-    if (env == nullptr) {
+    if (program != nullptr && ::access(program, X_OK) != 0) {
+      // Neither started nor complained about.
+    } else if (env == nullptr) {
       ::execv(arguments[0], arguments.data());
     } else {
       ::execve(arguments[0], arguments.data(), environment.data());
     }
     const int error = errno;
     [[maybe_unused]] const ssize_t told = ::write(writeEnd.get(), &error, sizeof error);
-    ::_exit(kNotStarted);
+    ::_exit(program != nullptr && error == EACCES ? kNotExecutable : kNotStarted);
   }
   const int forkError = errno;
   ::pthread_sigmask(SIG_SETMASK, &oldMask, nullptr);
@@ -145,7 +153,7 @@ int startShell(const std::string& text, ChildRecord& child, bool redirect,
   do {
     count = ::read(readEnd.get(), &startError, sizeof startError);
   } while (count < 0 && errno == EINTR);
-  if (count == sizeof startError) traceFailedStart(arguments[0], startError);
+  if (count == sizeof startError) traceFailedStart(program != nullptr ? program : arguments[0], startError);
   return 0;
 }
 
@@ -286,7 +294,10 @@ int SpawnExternalProgram(const std::vector<std::string>& argv, ChildRecord& chil
                          bool quoteArgs, const std::vector<std::string>* env) {
   TRACE_SCOPE("SpawnExternalProgram()");
   if (argv.empty()) return EINVAL;
-  return startShell(commandText(argv, quoteArgs), child, redirect, env);
+  const std::string& program = argv.front();
+  // Without a slash the shell searches for it; with a semicolon it is no name.
+  const bool isPath = program.find('/') != std::string::npos && !hasSemicolonOutsideQuotes(program);
+  return startShell(commandText(argv, quoteArgs), child, redirect, env, isPath ? program.c_str() : nullptr);
 }
 
 int runShell(const std::string& commandText) {
