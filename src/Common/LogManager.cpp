@@ -124,9 +124,9 @@ void LogManager::setLogName(std::string logName) {
   m_LogName = std::move(logName);
 }
 
-void LogManager::logMessage(uint32_t number, std::string_view identifier, MessageInserts inserts) {
+int LogManager::logMessage(uint32_t number, std::string_view identifier, MessageInserts inserts) {
   shapeTextInserts(inserts, false);
-  LogActivityLog(textOfMessage(number, identifier, inserts));
+  return LogActivityLog(textOfMessage(number, identifier, inserts));
 }
 
 void LogManager::logList(uint32_t number, std::string_view identifier, std::string list) {

@@ -28,7 +28,8 @@ class LogManager {
   /// Logs message `number`. In text inserts line feeds become blanks, and what a terminal would act upon or
   /// is no UTF-8 becomes "\\xNN"; what is written of each is cut to 4604 bytes, between characters. An empty
   /// one shows as "<NULL>". A message that no catalog holds logs nothing.
-  void logMessage(uint32_t number, std::string_view identifier, MessageInserts inserts = {});
+  /// @return as LogActivityLog
+  int logMessage(uint32_t number, std::string_view identifier, MessageInserts inserts = {});
 
   /// The same with a text of several lines as its only insert, which keeps its line feeds.
   void logList(uint32_t number, std::string_view identifier, std::string list);

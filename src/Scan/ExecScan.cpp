@@ -48,6 +48,14 @@ std::string padded(int32_t number, size_t width) {
   return digits.size() < width ? std::string(width - digits.size(), '0') + digits : digits;
 }
 
+/// Logs what ends the job without a result. Where the log can't be written, as in the directory that has just
+/// refused a lock, whoever started the job is told.
+void logEnd(uint32_t number, std::string_view identifier, const MessageInserts& inserts = {}) {
+  if (naLog->logMessage(number, identifier, inserts) != 0) {
+    LogManager::printMessage(number, identifier, inserts);
+  }
+}
+
 std::string inLine(int64_t line) {
   return line > 0 ? "in line " + std::to_string(line) + " " : "";
 }
@@ -165,7 +173,7 @@ bool ExecScan::readDefinition(const std::string& definitionFile) {
   DefinitionPlace place;
   const auto failed = [&](int code, const std::string& problem, const std::string& text, const char* step) {
     returnCode_ = code;
-    logJobMessage(714, "STA0430E", {definitionFile, problem});
+    logEnd(714, "STA0430E", {definitionFile, problem});
     TRACE(TR_MIN, "ERROR: %s, occured during %s.\n", text.c_str(), step);
     return false;
   };
@@ -210,13 +218,13 @@ void ExecScan::scan() {
     }
     unlock();
     returnCode_ = ABORTED;
-    logJobMessage(2602, "GEN0102W");
+    logEnd(2602, "GEN0102W");
   } catch (const VOXIOException& exception) {
-    logJobMessage(2601, "GEN0101E", {cmdArgs_->resultFile, exception.getCause()});
+    logEnd(2601, "GEN0101E", {cmdArgs_->resultFile, exception.getCause()});
     TRACE(TR_MIN, "%s: %s\n", exception.getMessage().c_str(), exception.getCause().c_str());
     returnCode_ = WRITE_FAILED;
   } catch (const std::exception& exception) {
-    logJobMessage(2603, "GEN0103E", {std::string(exception.what())});
+    logEnd(2603, "GEN0103E", {std::string(exception.what())});
     TRACE(TR_MIN, "ERROR: %s, the scan ends.\n", exception.what());
     unlock();
     returnCode_ = ABORTED;
@@ -259,10 +267,10 @@ void ExecScan::lock(const FilesystemList& list) {
 
   const std::string& refused = list[outcome.taken]->fsMountPoint;
   if (outcome.result == LOCKED_BY_THIS_PROCESS || outcome.result == LOCKED_BY_OTHER_PROCESS) {
-    logJobMessage(LOCK_HELD, "STA0531E", {refused});
+    logEnd(LOCK_HELD, "STA0531E", {refused});
     throw GenericException(Constants::_ERROR, LOCK_HELD, "", refused);
   }
-  logJobMessage(LOCK_FAILED, "GEN0110E", {refused, outcome.file, outcome.reason});
+  logEnd(LOCK_FAILED, "GEN0110E", {refused, outcome.file, outcome.reason});
   throw GenericException(Constants::_ERROR, LOCK_FAILED, outcome.reason, refused);
 }
 

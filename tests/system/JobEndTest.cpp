@@ -204,6 +204,15 @@ TEST_F(JobEndTest, ByALockThatCantBeAskedFor) {
                                          "\" with the file \"" + file +
                                          "\": Is a directory. The job ends without a result.");
   EXPECT_THAT(tree_.agentArguments(), Contains("8"));
+
+  // Where the log can't be written either, the starter hears of it.
+  const auto readOnly = MountedFileSystem::tmpfs(tree_ / "log", "ro");
+  ASSERT_TRUE(readOnly) << readOnly.whyNot();
+  define();
+  const Outcome outcome = tree_.scan();
+  EXPECT_EQ(outcome.status, 8);
+  EXPECT_EQ(outcome.out, "GEN0110E Unable to lock the file system \"" + data() + "\" with the file \"" +
+                             file + ".lck\": Read-only file system. The job ends without a result.\n");
 }
 
 }  // namespace
