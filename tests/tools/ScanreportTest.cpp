@@ -67,6 +67,7 @@ TEST(ScanreportTest, WhatIsNoWholeResultIsToldWithTheLineAndWhatWasExpected) {
   const std::string whole = content(RESULTS "/two_file_systems.dat");
   const std::string begin = "expected \"[Header]\", with which every result begins";
   const std::string header = "[Header]\n[AgentScan]\nasJobName\n[/Header]\n";
+  const std::string behind = std::to_string(std::count(whole.begin(), whole.end(), '\n') + 1);
   // The first of these behind the header block.
   const auto with = [&whole](const std::string& from, const std::string& to) {
     std::string damaged = whole;
@@ -83,7 +84,7 @@ TEST(ScanreportTest, WhatIsNoWholeResultIsToldWithTheLineAndWhatWasExpected) {
            {with("[/SSummary]", "[/SFile]"), "line 64: expected \"[/SSummary]\""},
            {with("[SSummary]\n\"", "[SSummary]\n[SSummary]\n\""), "line 63: expected a row of 11 cells"},
            {with("[SSummary]\n\"", "[SSumary]\n\""), "line 62: expected a class that the header block names"},
-           {whole + "[/AgentScan]\n", "line 301: expected the end of the file"},
+           {whole + "[/AgentScan]\n", "line " + behind + ": expected the end of the file"},
        }) {
     const Report shown({directory.file("file", text)});
     EXPECT_EQ(shown.status, 1);
