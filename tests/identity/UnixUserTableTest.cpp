@@ -116,7 +116,15 @@ TEST_F(UnixUserTableTest, ADatabaseThatFailsIsAskedAgainAndItsFailuresAreCounted
   EXPECT_EQ(failures.numbers, 3U);
   EXPECT_EQ(failures.error, EIO);
 
+  // So many that failures stand behind one another in the table.
+  for (uint32_t uid = 100; uid < 600; ++uid) {
+    database().users[uid] = {"user" + std::to_string(uid), ""};
+    database().failuresToCome = uid % 2 == 0 ? 3 : 0;
+    EXPECT_EQ(user(uid).ugRemoved, uid % 2 == 0);
+  }
+  EXPECT_EQ(takeFailures().numbers, 250U);
   for (uint32_t uid = 0; uid < 40; ++uid) EXPECT_EQ(user(uid).ugName, "user" + std::to_string(uid));
+  for (uint32_t uid = 100; uid < 600; ++uid) EXPECT_EQ(user(uid).ugName, "user" + std::to_string(uid));
   EXPECT_EQ(database().asked[7], 1) << "what the database has told is kept";
   EXPECT_EQ(takeFailures().numbers, 0U);
 }

@@ -3,6 +3,7 @@
 #include <grp.h>
 #include <pwd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <utility>
 
@@ -73,14 +74,16 @@ void UnixUserTable::Numbers::insert(uint32_t id, const UserOrGroup* record) {
 
 void UnixUserTable::Numbers::forgetFailed() {
   if (failed.empty()) return;
-  for (const uint32_t id : std::exchange(failed, {})) slotOf(id).record = nullptr;
-  // What stands behind a freed slot may not be found any more: all are placed anew.
-  std::vector<Slot> kept = std::exchange(slots, std::vector<Slot>(slots.size()));
+  std::sort(failed.begin(), failed.end());
+  // A slot that were merely freed would hide what stands behind it: all that are kept are placed anew.
+  const std::vector<Slot> old = std::exchange(slots, std::vector<Slot>(slots.size()));
   count = 0;
   last = nullptr;
-  for (const Slot& slot : kept) {
-    if (slot.record != nullptr) insert(slot.id, slot.record);
+  for (const Slot& slot : old) {
+    const bool kept = slot.record != nullptr && !std::binary_search(failed.begin(), failed.end(), slot.id);
+    if (kept) insert(slot.id, slot.record);
   }
+  failed.clear();
 }
 
 const UserOrGroup* UnixUserTable::lookupSlow(const Sid& pSid, bool isGroup) {
