@@ -138,12 +138,13 @@ int32_t DirectoryReaderUnix::stat(const std::string& path, FileAttributes& attri
   fileInfo& file = scanner().currentFile();
   const bool fits = scanner().ScannerInitStat(path, file);
   if (!fits) logLongPath(path);
-  if (!fits || !scanner().Stat(file, scanner().localPath() != nullptr)) {
+  const bool hasLocalPath = scanner().localPath() != nullptr;
+  if (!fits || !scanner().Stat(file, hasLocalPath)) {
     TRACE(TR_MIN, "Stat() failed on %s ... returning -1\n", path.c_str());
     attributes.faType = FileAttributes::ENTRY_OTHER_DEVICE;
     return -1;
   }
-  if (scanner().localPath() != nullptr) TRACE(TR_MAX, ">> Updated remote path to %s\n", file.path);
+  if (hasLocalPath) TRACE(TR_MAX, ">> Updated remote path to %s\n", file.path);
   scanner().ScannerFinishOffStat(attributes, file);
   return static_cast<int32_t>(file.stat.st_dev);
 }
