@@ -175,7 +175,7 @@ Mounts::~Mounts() {
 bool Mounts::openMnttab() {
   TRACE_SCOPE("Mounts::openMnttab()");
   closeTable();
-  readFailed_ = false;
+  readFailed_ = true;
   std::string reason;
   FileDescriptor table = openTable(tablePath_, reason);
   if (!table && errno == ENOENT) {
@@ -195,6 +195,7 @@ bool Mounts::openMnttab() {
     closeTable();
     return false;
   }
+  readFailed_ = false;
   return true;
 }
 

@@ -31,7 +31,8 @@ class Mounts {
   ///     when the name of a cluster can't be found (STA0622E), which leaves the rest of the table unread
   virtual bool nextMount();
 
-  /// True once reading the open table has failed: there may be mounts that nextMount has not shown.
+  /// True when the table couldn't be opened or not be read to its end: there may be mounts that nextMount has
+  /// not shown.
   bool readFailed() const { return readFailed_; }
 
   /// The current entry without the open table.

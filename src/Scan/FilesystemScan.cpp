@@ -175,10 +175,11 @@ std::string FilesystemScan::qualifiedFSName(const Filesystem& filesystem) {
 /// Pairs the wanted file systems with mounts and reads their figures; an FSRef for each that is there.
 void FilesystemScan::findFilesystems(AgentScan& scanObject, int nfsTimeout) {
   MountsMap mounts;
-  raise(makeMountsMap(mounts, true));
+  Mounts table;
+  raise(makeMountsMap(mounts, true, table));
   // A table that couldn't be read says nothing about any file system; one that is merely empty says that none
   // is mounted.
-  if (mounts.empty() && rc_ != CLEAN) return;
+  if (mounts.empty() && table.readFailed()) return;
 
   for (const auto& filesystem : scanObject.getFilesystems()) {
     const bool wasFake = filesystem->fsType == Filesystem::FAKE;

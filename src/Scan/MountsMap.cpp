@@ -89,11 +89,6 @@ bool handleMounts(MountsMap& map, Mounts& mounts, bool aliases) {
 
 }  // namespace
 
-int makeMountsMap(MountsMap& map, bool aliases) {
-  Mounts mounts;
-  return makeMountsMap(map, aliases, mounts);
-}
-
 int makeMountsMap(MountsMap& map, bool aliases, Mounts& mounts) {
   TRACE_SCOPE("makeMountsMap()");
   map.clear();
