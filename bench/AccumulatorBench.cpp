@@ -82,7 +82,7 @@ void summary(benchmark::State& state) {
 BENCHMARK(summary);
 
 void owners(benchmark::State& state) {
-  UserOrGroupAccum accumulator(UserOrGroupAccum::Kind::Owners, walk().filesystem);
+  UserOrGroupAccum accumulator(UserOrGroupAccum::Kind::OWNERS, walk().filesystem);
   feed(state, [&](FileAttributes& entry) { accumulator.accumulate(walk().scanner, entry); });
 }
 BENCHMARK(owners);

@@ -20,13 +20,13 @@ namespace {
 constexpr int FILES = 10'000;
 
 const std::string& tree() {
-  static const test::TemporaryDirectory directory;
-  static const bool made = [] {
-    for (int i = 0; i < FILES; ++i) directory.file("file-number-" + std::to_string(i));
+  static const test::TemporaryDirectory DIRECTORY;
+  static const bool MADE = [] {
+    for (int i = 0; i < FILES; ++i) DIRECTORY.file("file-number-" + std::to_string(i));
     return true;
   }();
-  benchmark::DoNotOptimize(made);
-  return directory.path();
+  benchmark::DoNotOptimize(MADE);
+  return DIRECTORY.path();
 }
 
 void walk(benchmark::State& state, DirectoryCalls& calls) {

@@ -8,9 +8,9 @@
 #include <iostream>
 
 #include "Common/SafeText.h"
-#include "scandef_definition.h"
-#include "scandef_language.h"
-#include "scandef_options.h"
+#include "ScandefDefinition.h"
+#include "ScandefLanguage.h"
+#include "ScandefOptions.h"
 
 namespace agent::scandef {
 namespace {

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <iostream>
 
-#include "scanreport_command.h"
+#include "ScanreportCommand.h"
 
 int main(int argc, char** argv) {
   // Colours are for a terminal whose user hasn't said otherwise (no-color.org).

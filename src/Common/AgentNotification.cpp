@@ -10,7 +10,7 @@ namespace agent {
 
 namespace {
 
-constexpr int32_t kDefaultMaxLogSize = 1024;
+constexpr int32_t DEFAULT_MAX_LOG_SIZE = 1024;
 
 /// Where the whole family is installed: what stands in front of the agent's own directory.
 std::string familyInstallLocation(const std::string& installLoc) {
@@ -40,7 +40,7 @@ std::vector<std::string> notifyArguments(const CmdArgs& args, int rc, const std:
   addNumber("-sidRunNumber", args.sidRunNumber);
   if (!args.debug.empty()) {
     add("-debug", args.debug);
-    if (args.maxLogSize != kDefaultMaxLogSize) add("-maxLogSize", std::to_string(args.maxLogSize));
+    if (args.maxLogSize != DEFAULT_MAX_LOG_SIZE) add("-maxLogSize", std::to_string(args.maxLogSize));
   }
   add("-exitCode", std::to_string(rc));
   add("-jobstarttimestamp", jobStartTime);

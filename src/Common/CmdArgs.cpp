@@ -18,14 +18,14 @@ namespace agent {
 
 namespace {
 
-constexpr int kCommands = 3;  // none, scan, version
-constexpr int kOptions = 14;
-constexpr const char* kComponent = "scan";
-constexpr const char* kInitialScanComponent = "agent";
-constexpr std::string_view kInitialScan = "InitialFSScan";
+constexpr int COMMANDS = 3;  // none, scan, version
+constexpr int OPTIONS = 14;
+constexpr const char* COMPONENT = "scan";
+constexpr const char* INITIAL_SCAN_COMPONENT = "agent";
+constexpr std::string_view INITIAL_SCAN = "InitialFSScan";
 
 /// Which option goes with which command: every one with scan, none with version.
-unsigned char validScanOptions[kCommands][kOptions];
+unsigned char validScanOptions[COMMANDS][OPTIONS];
 
 // --- handlers of commands and options ---------------------------------------------------------------------
 
@@ -85,13 +85,13 @@ void fillDescriptor(int number, int flags) {
 
 /// "7,9": the agent's end of the pipe, to be closed here, and ours.
 int agentComOption(const char* value, CmdArgs& args) {
-  constexpr const char* missingText = "agentCom not specified";
+  constexpr const char* MISSING_TEXT = "agentCom not specified";
   const char* comma = value == nullptr ? nullptr : std::strchr(value, ',');
-  if (comma == nullptr) return missing(args, missingText);
+  if (comma == nullptr) return missing(args, MISSING_TEXT);
   const int32_t agentEnd = toInt32(value);
   if (agentEnd != 0) ::close(agentEnd);
   if (agentEnd > 0 && agentEnd <= STDERR_FILENO) fillDescriptor(agentEnd, O_RDWR);
-  if (comma[1] == '\0') return missing(args, missingText);
+  if (comma[1] == '\0') return missing(args, MISSING_TEXT);
   const int32_t ourEnd = toInt32(comma + 1);
   if (ourEnd == 0) return 0;
   args.agentCom = ourEnd;
@@ -104,10 +104,10 @@ int agentComOption(const char* value, CmdArgs& args) {
 }
 
 int debugOption(const char* value, CmdArgs& args) {
-  static constexpr const char* words[] = {"MAX", "MID", "MIN"};  // level 1, 2, 3
+  static constexpr const char* WORDS[] = {"MAX", "MID", "MIN"};  // level 1, 2, 3
   for (int level = 1; value != nullptr && level <= 3; ++level) {
-    if (strcasecmp(value, words[level - 1]) != 0) continue;
-    args.debug = words[level - 1];
+    if (strcasecmp(value, WORDS[level - 1]) != 0) continue;
+    args.debug = WORDS[level - 1];
     args.debugLevel = level;
     return 0;
   }
@@ -283,9 +283,9 @@ void CmdArgs::findInstallLocation() {
     if (slash == std::string::npos) return;
     exeName = path.substr(slash + 1);
     path.erase(slash);
-    constexpr std::string_view binDirectory = "/bin";
-    if (path.size() >= binDirectory.size() && path.ends_with(binDirectory)) {
-      exeInstallLoc = path.substr(0, path.size() - binDirectory.size());
+    constexpr std::string_view BIN_DIRECTORY = "/bin";
+    if (path.size() >= BIN_DIRECTORY.size() && path.ends_with(BIN_DIRECTORY)) {
+      exeInstallLoc = path.substr(0, path.size() - BIN_DIRECTORY.size());
     }
     return;
   }
@@ -298,7 +298,7 @@ void CmdArgs::findInstallLocation() {
 }
 
 int CmdArgs::parse() {
-  std::fill_n(validScanOptions[SCAN_COMMAND], kOptions, static_cast<unsigned char>(1));
+  std::fill_n(validScanOptions[SCAN_COMMAND], OPTIONS, static_cast<unsigned char>(1));
   // The command word may be left out: what is no command is read again as an option.
   if (argIndex < argc && parseCommand() != 0) command = SCAN_COMMAND;
   if (argIndex < argc) {
@@ -314,11 +314,11 @@ int CmdArgs::parse() {
   }
 
   LogUtil limits = logLimits();
-  const std::string component = isInitialScan() ? kInitialScanComponent : kComponent;
+  const std::string component = isInitialScan() ? INITIAL_SCAN_COMPONENT : COMPONENT;
   logName = limits.nextFile(logDirectory(), logRun(), component, ".log");
   resultFile = outputPath(".dat");
   if (debugLevel != 0 && traceFile.empty()) {
-    traceFile = limits.nextFile(logDirectory(), logRun(), kComponent, ".trace");
+    traceFile = limits.nextFile(logDirectory(), logRun(), COMPONENT, ".trace");
   }
   return 0;
 }
@@ -364,14 +364,14 @@ bool CmdArgs::wantsVersion() const {
 }
 
 bool CmdArgs::isInitialScan() const {
-  return std::string_view(jobName).substr(0, kInitialScan.size()) == kInitialScan;
+  return std::string_view(jobName).substr(0, INITIAL_SCAN.size()) == INITIAL_SCAN;
 }
 
 std::string CmdArgs::outputPath(const std::string& extension) const {
   std::string path = installLoc + "/output/";
   if (!serverName.empty()) path += serverName + "/";
   const LogUtil::Run run{jobName, sidRunNumber, jobRunNumber};
-  return path + (run.valid() ? LogUtil::runFileName(run, kComponent, extension) : kComponent + extension);
+  return path + (run.valid() ? LogUtil::runFileName(run, COMPONENT, extension) : COMPONENT + extension);
 }
 
 LogUtil CmdArgs::logLimits() const {

@@ -9,8 +9,8 @@
 namespace agent {
 
 const Row& theRow(const Row& header, const Rows& rows, const char* text) {
-  static const Row noCells;
-  const Row& row = rows.empty() ? noCells : rows.front();
+  static const Row NO_CELLS;
+  const Row& row = rows.empty() ? NO_CELLS : rows.front();
   requireSameLength(header, row, text);
   return row;
 }

@@ -16,8 +16,8 @@ const char* const GenericPrint::MSG_FILE_OPEN_WRITE_FAILED = "ERROR: writing dat
 
 namespace {
 
-constexpr size_t kUsualTagLength = 50;
-constexpr size_t kUsualRowLength = 256;
+constexpr size_t USUAL_TAG_LENGTH = 50;
+constexpr size_t USUAL_ROW_LENGTH = 256;
 
 [[noreturn]] void throwWriteFailure(const char* call, const std::string& fileName, int error) {
   VOXIOException failure(GenericPrint::MSG_FILE_OPEN_WRITE_FAILED, std::string(call) + " '" + fileName + "'");
@@ -69,7 +69,7 @@ GenericPrint::GenericPrint(int format, std::string fileName)
 
 void GenericPrint::beginNode(std::string_view tag, std::string_view value) {
   std::string line;
-  line.reserve(kUsualTagLength);
+  line.reserve(USUAL_TAG_LENGTH);
   line += '[';
   line += tag;
   if (!value.empty()) {
@@ -82,7 +82,7 @@ void GenericPrint::beginNode(std::string_view tag, std::string_view value) {
 
 void GenericPrint::endNode(std::string_view tag) {
   std::string line;
-  line.reserve(kUsualTagLength);
+  line.reserve(USUAL_TAG_LENGTH);
   line += "[/";
   line += tag;
   line += ']';
@@ -91,7 +91,7 @@ void GenericPrint::endNode(std::string_view tag) {
 
 void GenericPrint::printHeader(const std::vector<std::string>& names) {
   std::string line;
-  line.reserve(kUsualRowLength);
+  line.reserve(USUAL_ROW_LENGTH);
   for (size_t i = 0; i < names.size(); ++i) {
     if (i > 0) line += ',';
     line += names[i];
@@ -101,7 +101,7 @@ void GenericPrint::printHeader(const std::vector<std::string>& names) {
 
 void GenericPrint::printData(const std::vector<std::string>& values) {
   std::string line;
-  line.reserve(kUsualRowLength);
+  line.reserve(USUAL_ROW_LENGTH);
   for (size_t i = 0; i < values.size(); ++i) {
     if (i > 0) line += ',';
     if (!values[i].empty()) appendQuoted(line, values[i]);

@@ -20,10 +20,10 @@ LogManager* naLog = nullptr;
 
 namespace {
 
-constexpr int kNothingToLog = 11;
-constexpr int kNotOpened = 9;
-constexpr size_t kLongestInsert = 4604;
-constexpr const char* kEmptyInsert = "<NULL>";
+constexpr int NOTHING_TO_LOG = 11;
+constexpr int NOT_OPENED = 9;
+constexpr size_t LONGEST_INSERT = 4604;
+constexpr const char* EMPTY_INSERT = "<NULL>";
 
 /// A text as a line of the log shows it, cut in front of the character or escape that would make it longer
 /// than `limit`: a line feed becomes a blank unless the job made a list of it, what a terminal would act upon
@@ -52,8 +52,8 @@ void shapeTextInserts(MessageInserts& inserts, bool keepLineFeeds) {
   for (MessageInsert& insert : inserts) {
     auto* text = std::get_if<std::string>(&insert);
     if (text == nullptr) continue;
-    if (text->empty()) *text = kEmptyInsert;
-    *text = shownText(*text, keepLineFeeds, kLongestInsert);
+    if (text->empty()) *text = EMPTY_INSERT;
+    *text = shownText(*text, keepLineFeeds, LONGEST_INSERT);
   }
 }
 
@@ -88,7 +88,7 @@ int LogManager::LogActivityLog(std::string_view msgBuf, bool keepLineFeeds) {
   const std::lock_guard<std::mutex> lock(mutex_);
   if (m_LogName.empty() || msgBuf.empty()) {
     TRACE(TR_EXIT, "Exit %s, m_LogName not defined.\n", "LogActivityLog");
-    return kNothingToLog;
+    return NOTHING_TO_LOG;
   }
   LogFileSettings settings;
   settings.path = m_LogName;
@@ -100,7 +100,7 @@ int LogManager::LogActivityLog(std::string_view msgBuf, bool keepLineFeeds) {
   }
   if (opened != 0) {
     TRACE(TR_EXIT, "Exit: %s, could not open %s.\n", "LogActivityLog", m_LogName.c_str());
-    return kNotOpened;
+    return NOT_OPENED;
   }
   std::timespec now;
   std::timespec_get(&now, TIME_UTC);  // under the lock, so that the lines of a log stand in order of time
@@ -109,8 +109,7 @@ int LogManager::LogActivityLog(std::string_view msgBuf, bool keepLineFeeds) {
   const size_t textStart = line.size();
   line += msgBuf;
   if (line.back() == '\n') line.pop_back();
-  if (!keepLineFeeds)
-    std::replace(line.begin() + static_cast<std::ptrdiff_t>(textStart), line.end(), '\n', ' ');
+  if (!keepLineFeeds) std::replace(line.begin() + static_cast<ptrdiff_t>(textStart), line.end(), '\n', ' ');
   line += '\n';
   const int result = file.write(line);
   file.close();

@@ -18,10 +18,10 @@ namespace agent {
 
 namespace {
 
-constexpr int64_t kBytesPerKilobyte = 1024;
-constexpr int64_t kLeastRoom = 1024;  // a file with less room than this is full
-constexpr int64_t kSecondsPerDay = 86400;
-constexpr std::string_view kTraceExtension = ".trace";
+constexpr int64_t BYTES_PER_KILOBYTE = 1024;
+constexpr int64_t LEAST_ROOM = 1024;  // a file with less room than this is full
+constexpr int64_t SECONDS_PER_DAY = 86400;
+constexpr std::string_view TRACE_EXTENSION = ".trace";
 
 std::string zeroFilled(const char* format, int32_t number) {
   char text[16];
@@ -77,7 +77,7 @@ LogUtil::FileMap matchingFiles(const std::string& directory, NumberOf numberOf) 
 /// Deletes a log or a trace. What belongs to a trace goes first: as long as the trace is there, the next
 /// purge finds the rest.
 void removeRunFile(const std::string& path) {
-  if (path.ends_with(kTraceExtension)) {
+  if (path.ends_with(TRACE_EXTENSION)) {
     psRemoveFile(LogUtil::notifyTraceFile(path));
     TraceOutput::removeFurtherSegments(path);
   }
@@ -99,7 +99,7 @@ std::string LogUtil::runFileName(const Run& run, std::string_view component, std
 }
 
 std::string LogUtil::notifyTraceFile(const std::string& traceFile) {
-  const size_t extension = traceFile.rfind(kTraceExtension);
+  const size_t extension = traceFile.rfind(TRACE_EXTENSION);
   return extension == std::string::npos ? std::string() : traceFile.substr(0, extension) + ".notify.trace";
 }
 
@@ -127,7 +127,7 @@ std::string LogUtil::getNextLogName(const std::string& directory, const std::str
     if (::stat(lastFile.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) {
       TRACE(TR_MIN, "psFileSize failed on  = %s\n", lastFile.c_str());
       ++instance;
-    } else if (maxLogSize * kBytesPerKilobyte - status.st_size < kLeastRoom) {
+    } else if (maxLogSize * BYTES_PER_KILOBYTE - status.st_size < LEAST_ROOM) {
       ++instance;
     } else {
       newFile = false;
@@ -150,7 +150,7 @@ LogUtil::FileMap LogUtil::getMatchingFilesMap(const std::string& directory, cons
 
 void LogUtil::purgeLogFiles(FileMap files, bool byInstance) const {
   if (byInstance && maxNumDays > 0) {
-    const int64_t oldest = ::time(nullptr) - maxNumDays * kSecondsPerDay;
+    const int64_t oldest = ::time(nullptr) - maxNumDays * SECONDS_PER_DAY;
     for (auto file = files.begin(); file != files.end();) {
       struct stat status;
       if (::lstat(file->second.c_str(), &status) != 0 || status.st_mtime >= oldest) {

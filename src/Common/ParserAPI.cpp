@@ -16,22 +16,22 @@ namespace {
 
 // Compiled at their first use: what goes wrong there is an exception of the parser that needs them.
 const TagPattern& openTagPattern() {
-  static const TagPattern pattern("(^\\s*\\[){1}([a-zA-Z0-9]+,?[a-zA-Z0-9]+)(\\]$){1}");
-  return pattern;
+  static const TagPattern PATTERN("(^\\s*\\[){1}([a-zA-Z0-9]+,?[a-zA-Z0-9]+)(\\]$){1}");
+  return PATTERN;
 }
 
 const TagPattern& closeTagPattern() {
-  static const TagPattern pattern("(^\\s*\\[/){1}([a-zA-Z0-9]+)(\\]$){1}");
-  return pattern;
+  static const TagPattern PATTERN("(^\\s*\\[/){1}([a-zA-Z0-9]+)(\\]$){1}");
+  return PATTERN;
 }
 
-constexpr std::string_view kTrimmed = "\t\n\r\f ";
-constexpr std::string_view kPatternSpace = "\t\n\v\f\r ";  // what \s takes; the vertical tab is not trimmed
+constexpr std::string_view TRIMMED = "\t\n\r\f ";
+constexpr std::string_view PATTERN_SPACE = "\t\n\v\f\r ";  // what \s takes; the vertical tab is not trimmed
 
 std::string_view trim(std::string_view line) {
-  const size_t first = line.find_first_not_of(kTrimmed);
+  const size_t first = line.find_first_not_of(TRIMMED);
   if (first == std::string_view::npos) return {};
-  return line.substr(first, line.find_last_not_of(kTrimmed) - first + 1);
+  return line.substr(first, line.find_last_not_of(TRIMMED) - first + 1);
 }
 
 bool isNameCharacter(char c) {
@@ -40,7 +40,7 @@ bool isNameCharacter(char c) {
 
 /// What a trimmed line is, with the parts of an open tag.
 struct LineKind {
-  enum { data, openTag, closeTag } kind = data;
+  enum { DATA, OPEN_TAG, CLOSE_TAG } kind = DATA;
   std::string name;       // of an open tag: what stands in front of its comma
   std::string qualifier;  // and behind it
 };
@@ -50,7 +50,7 @@ struct LineKind {
 /// need quadratic time to refuse ("[aaa...a!]").
 bool mayBeTag(std::string_view line) {
   if (line.empty() || line.back() != ']') return false;
-  const size_t bracket = line.find_first_not_of(kPatternSpace);
+  const size_t bracket = line.find_first_not_of(PATTERN_SPACE);
   if (line[bracket] != '[') return false;
   std::string_view inside = line.substr(bracket + 1, line.size() - bracket - 2);
   if (!inside.empty() && inside.front() == '/') inside.remove_prefix(1);
@@ -67,12 +67,12 @@ LineKind classify(std::string_view line) {
   LineKind result;
   if (!mayBeTag(line)) return result;
   if (const auto name = openTagPattern().match(line)) {
-    result.kind = LineKind::openTag;
+    result.kind = LineKind::OPEN_TAG;
     const size_t comma = name->find(',');
     result.name = name->substr(0, comma);
     if (comma != std::string_view::npos) result.qualifier = name->substr(comma + 1);
   } else if (closeTagPattern().match(line)) {
-    result.kind = LineKind::closeTag;
+    result.kind = LineKind::CLOSE_TAG;
   }
   return result;
 }
@@ -87,9 +87,9 @@ std::string closeTagOf(const ParserAPI::Entity& entity) {
 /// By how much a line changes the depth of nesting.
 int depthChange(const LineKind& kind, std::string_view line) {
   switch (kind.kind) {
-    case LineKind::openTag:
+    case LineKind::OPEN_TAG:
       return line == ParserAPI::OPEN_HEADER ? 0 : 1;
-    case LineKind::closeTag:
+    case LineKind::CLOSE_TAG:
       return line == ParserAPI::CLOSE_HEADER ? 0 : -1;
     default:
       return 0;
@@ -163,16 +163,16 @@ void ParserAPI::initialize(bool needNumEntities) {
 }
 
 void ParserAPI::readHeaderBlock() {
-  constexpr const char* operation = "initialize(bool needNumEntities)";
+  constexpr const char* OPERATION = "initialize(bool needNumEntities)";
   bool headerSeen = false;
   std::string currentClass;
-  while (const auto line = nextLine(operation)) {
+  while (const auto line = nextLine(OPERATION)) {
     if (!headerSeen && *line == OPEN_HEADER) {
       TRACE(TR_MAX, "Header found\n");
       headerSeen = true;
     }
     LineKind kind = classify(*line);
-    if (kind.kind == LineKind::openTag) {
+    if (kind.kind == LineKind::OPEN_TAG) {
       currentClass = std::move(kind.name);
       if (!kind.qualifier.empty()) currentClass += "," + kind.qualifier;
     } else if (*line == CLOSE_HEADER) {
@@ -187,10 +187,10 @@ void ParserAPI::readHeaderBlock() {
 // Counts the nodes that are closed, one inside another as one. A class of the header block has no close tag:
 // the first of them is searched for until its node in the body closes.
 void ParserAPI::countEntities() {
-  constexpr const char* operation = "initialize(bool needNumEntities)";
+  constexpr const char* OPERATION = "initialize(bool needNumEntities)";
   int64_t bodyStart = 0;
   std::string searchedTag;
-  while (const auto line = nextLine(operation)) {
+  while (const auto line = nextLine(OPERATION)) {
     if (*line == CLOSE_HEADER) {
       bodyStart = raf_.position();
       TRACE(TR_MAX, "FilePointer: %lld\n", static_cast<long long>(bodyStart));
@@ -204,7 +204,7 @@ void ParserAPI::countEntities() {
     }
   }
   TRACE(TR_MAX, "Trying seekg on FilePointer %lld\n", static_cast<long long>(bodyStart));
-  seek(bodyStart, operation);
+  seek(bodyStart, OPERATION);
 }
 
 std::optional<ParserAPI::Entity> ParserAPI::findFirstEntity(bool lookForHeader) {
@@ -214,7 +214,7 @@ std::optional<ParserAPI::Entity> ParserAPI::findFirstEntity(bool lookForHeader) 
     lookForHeader = false;
     if (*line == OPEN_HEADER) continue;
     LineKind kind = classify(*line);
-    if (kind.kind == LineKind::openTag) return entityHere(std::move(kind.name), std::move(kind.qualifier));
+    if (kind.kind == LineKind::OPEN_TAG) return entityHere(std::move(kind.name), std::move(kind.qualifier));
   }
   return std::nullopt;
 }
@@ -222,11 +222,11 @@ std::optional<ParserAPI::Entity> ParserAPI::findFirstEntity(bool lookForHeader) 
 std::optional<ParserAPI::Entity> ParserAPI::findNextEntity(const std::optional<Entity>& ef) {
   TRACE_SCOPE("ParserAPI::findNextEntity()");
   if (!ef) return findFirstEntity(false);
-  constexpr const char* operation = "findNextEntity()";
-  seek(ef->dataPos, operation);
+  constexpr const char* OPERATION = "findNextEntity()";
+  seek(ef->dataPos, OPERATION);
   const std::string closeTag = closeTagOf(*ef);
   int64_t depth = 0;
-  while (const auto line = nextLine(operation)) {
+  while (const auto line = nextLine(OPERATION)) {
     depth += depthChange(classify(*line), *line);
     // A stray close tag has taken the depth below this node for good: the walk then runs to the file's end.
     if (depth == -1 && *line == closeTag) break;
@@ -248,12 +248,12 @@ const Row& ParserAPI::getEntityHeader(const Entity& entity) const {
 
 Rows ParserAPI::getEntityData(Entity& entity, int rows) {
   TRACE_SCOPE("ParserAPI::getEntityData()");
-  constexpr const char* operation = "getEntityData()";
-  seek(entity.startPos, operation);
+  constexpr const char* OPERATION = "getEntityData()";
+  seek(entity.startPos, OPERATION);
   Rows result;
   while (rows < 0 || result.size() < static_cast<size_t>(rows)) {
-    const auto line = nextLine(operation);
-    if (!line || line->empty() || classify(*line).kind != LineKind::data) break;
+    const auto line = nextLine(OPERATION);
+    if (!line || line->empty() || classify(*line).kind != LineKind::DATA) break;
     result.push_back(splitLine(*line));
     entity.dataPos = raf_.position();
     if (rows >= 0) entity.startPos = entity.dataPos;
@@ -263,14 +263,14 @@ Rows ParserAPI::getEntityData(Entity& entity, int rows) {
 
 std::vector<ParserAPI::Entity> ParserAPI::getEntityChildren(const Entity& entity) {
   TRACE_SCOPE("ParserAPI::getEntityChildren()");
-  constexpr const char* operation = "getEntityChildren()";
-  seek(entity.dataPos, operation);
+  constexpr const char* OPERATION = "getEntityChildren()";
+  seek(entity.dataPos, OPERATION);
   std::vector<Entity> children;
   int64_t depth = 0;
   // The close tag that leaves the entity ends it, also one that is spelled wrong: a search for the right one
   // would read the rest of the file, for each of many entities, and give it the children of others.
   while (depth >= 0) {
-    const auto line = nextLine(operation);
+    const auto line = nextLine(OPERATION);
     if (!line) break;
     LineKind kind = classify(*line);
     const int change = depthChange(kind, *line);

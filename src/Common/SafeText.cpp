@@ -101,7 +101,7 @@ struct Cell {
 
 /// An escape, or a character.
 Cell firstCell(std::string_view text) {
-  static const WidthTable widths;
+  static const WidthTable WIDTHS;
   const auto isDigit = [text](size_t i) {
     return (text[i] >= '0' && text[i] <= '9') || (text[i] >= 'A' && text[i] <= 'F');
   };
@@ -109,7 +109,7 @@ Cell firstCell(std::string_view text) {
   if (text.starts_with("\\\\")) return {2, 2};
   const size_t length = sequenceLength(text);
   if (length == 0) return {1, 1};
-  return {length, widths.columns(codePoint(text.substr(0, length)))};
+  return {length, WIDTHS.columns(codePoint(text.substr(0, length)))};
 }
 
 void appendEscaped(std::string& text, std::string_view bytes) {

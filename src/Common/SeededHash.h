@@ -25,8 +25,8 @@ class SeededHash {
 
  private:
   static uint64_t processSeed() {
-    static const uint64_t seed = static_cast<uint64_t>(std::random_device{}()) << 32 | std::random_device{}();
-    return seed;
+    static const uint64_t SEED = static_cast<uint64_t>(std::random_device{}()) << 32 | std::random_device{}();
+    return SEED;
   }
 
   uint64_t seed_;

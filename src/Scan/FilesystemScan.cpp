@@ -30,7 +30,7 @@ const std::string INDENT(25, ' ');
 
 // The beginning of a compiled selection of a directory: "and", the type is directory, the path matches what
 // follows up to a NUL.
-constexpr std::string_view preamble("&=T\0\0\0\3=F", 9);
+constexpr std::string_view PREAMBLE("&=T\0\0\0\3=F", 9);
 
 bool isWindowsAgent() {
   return CommonAgentFactory::getCommonAgent().isWindows;
@@ -327,7 +327,7 @@ void FilesystemScan::attachDirectories(AgentScan& scanObject, FSRef& fsRef) {
 void FilesystemScan::makeDirSel(FSRef& fsRef, const MonDirSpec& spec, int32_t level) {
   const auto [root, isNew] = directoryRoots_.try_emplace(&spec);
   if (isNew) {
-    std::string clause(preamble);
+    std::string clause(PREAMBLE);
     clause += spec.getMdsPath();
     // One character more, so that "/dir/*" doesn't select "/dir/" itself.
     if (clause.ends_with("/*")) clause += '?';

@@ -5,8 +5,8 @@
 
 #include <fstream>
 
+#include "ScandefLanguage.h"
 #include "citizen/Results.h"
-#include "scandef_language.h"
 #include "system/Definition.h"
 #include "system/InstallTree.h"
 #include "system/MountedFileSystem.h"

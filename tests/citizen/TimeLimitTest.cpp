@@ -67,7 +67,7 @@ class TimeLimitTest : public SlowJob {
   /// What the job logged behind its start and the names of the file systems.
   Words walkLog(size_t filesystems = 1) const {
     Words log = tree_.logLines();
-    log.erase(log.begin(), log.begin() + static_cast<std::ptrdiff_t>(std::min(log.size(), 2 + filesystems)));
+    log.erase(log.begin(), log.begin() + static_cast<ptrdiff_t>(std::min(log.size(), 2 + filesystems)));
     return log;
   }
   std::chrono::duration<double> took_{};

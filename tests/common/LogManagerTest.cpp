@@ -19,7 +19,7 @@ namespace {
 
 using testing::MatchesRegex;
 
-constexpr const char* kTime = "[0-9]+/[0-9]+/[0-9]+ [0-9]+:[0-9]+:[0-9]+\\.[0-9][0-9][0-9] ";
+constexpr const char* TIME = "[0-9]+/[0-9]+/[0-9]+ [0-9]+:[0-9]+:[0-9]+\\.[0-9][0-9][0-9] ";
 
 class LogManagerTest : public testing::Test {
  protected:
@@ -34,8 +34,8 @@ TEST_F(LogManagerTest, ALineIsDateTimeAndText) {
   EXPECT_EQ(log.LogActivityLog("second\n"), 0);  // gets no second line end
   EXPECT_EQ(log.LogActivityLog("a\nlist"), 0);
   EXPECT_EQ(log.LogActivityLog("a\nname\n", false), 0);
-  EXPECT_THAT(content(path()), MatchesRegex(std::string(kTime) + "first\n" + kTime + "second\n" + kTime +
-                                            "a\nlist\n" + kTime + "a name\n"));
+  EXPECT_THAT(content(path()), MatchesRegex(std::string(TIME) + "first\n" + TIME + "second\n" + TIME +
+                                            "a\nlist\n" + TIME + "a name\n"));
 }
 
 TEST_F(LogManagerTest, ALineGoesOutInOneWriteHoweverLongItIs) {
@@ -75,10 +75,10 @@ TEST_F(LogManagerTest, InsertsAreNeverEmptyNeverEndlessAndNeverBreakTheLine) {
   closeMessages();
   std::string escapes;
   while (escapes.size() + 5 <= 4604) escapes += "\\x01";
-  EXPECT_EQ(std::regex_replace(content(path()), std::regex(kTime), ""),
+  EXPECT_EQ(std::regex_replace(content(path()), std::regex(TIME), ""),
             start + "/home" + end + start + "<NULL>" + end + start + "/two lines" + end + start +
-                "/caf\xC3\xA9\\\\xE9\\xE2\\x80\\xAE" + end + start + std::string(4604, 'x') + end + start + "x" +
-                escapes + end + "GEN9999E" + start.substr(8) + "/home" + end);
+                "/caf\xC3\xA9\\\\xE9\\xE2\\x80\\xAE" + end + start + std::string(4604, 'x') + end + start +
+                "x" + escapes + end + "GEN9999E" + start.substr(8) + "/home" + end);
 }
 
 TEST_F(LogManagerTest, LinesOfThreadsStayWholeAndInOrderOfTime) {

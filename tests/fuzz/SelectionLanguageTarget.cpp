@@ -6,7 +6,7 @@
 #include "RandomEntries.h"
 #include "Scan/selection/SelectNode.h"
 #include "Scan/selection/Selection.h"
-#include "scandef_language.h"
+#include "ScandefLanguage.h"
 
 namespace agent::fuzz {
 namespace {

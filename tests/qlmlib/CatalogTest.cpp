@@ -127,13 +127,13 @@ TEST_F(CatalogTest, CatalogsThatCannotBeOpenedAreToldOnStandardError) {
 
 TEST_F(CatalogTest, AFullCacheGivesTheSameTexts) {
   std::string entries;
-  for (std::size_t i = 300; i <= 301 + nlsObject_t::maxCachedMessages; ++i) {
+  for (size_t i = 300; i <= 301 + nlsObject_t::MAX_CACHED_MESSAGES; ++i) {
     entries += std::to_string(i) + " \"STA0" + std::to_string(i) + "T text " + std::to_string(i) + "\"\n";
   }
   compile("en_US", entries);
   ASSERT_EQ(open(), 0);
   for (int round = 0; round < 2; ++round) {
-    for (uint32_t i = 300; i <= 301 + nlsObject_t::maxCachedMessages; ++i) {
+    for (uint32_t i = 300; i <= 301 + nlsObject_t::MAX_CACHED_MESSAGES; ++i) {
       EXPECT_EQ(messageText(i, "STA"), "text " + std::to_string(i));
     }
   }
@@ -153,8 +153,8 @@ TEST_F(CatalogTest, ADamagedCatalogEndsInNoCrash) {
     closeMessages();
     ::testing::internal::GetCapturedStderr();
   };
-  for (std::size_t length = 0; length < whole.size(); ++length) use(whole.substr(0, length));
-  for (std::size_t at = 0; at < whole.size(); ++at) {
+  for (size_t length = 0; length < whole.size(); ++length) use(whole.substr(0, length));
+  for (size_t at = 0; at < whole.size(); ++at) {
     for (const int value : {0x00, 0x01, 0x7f, 0xff}) {
       std::string bytes = whole;
       bytes[at] = static_cast<char>(value);
@@ -193,17 +193,17 @@ TEST_F(CatalogTest, AMessageIsPrintedAndLoggedAsItsFlagsSay) {
   ASSERT_EQ(log.open(), 0);
   errorLogFile = &log;
   std::array<char, 64> buffer{};
-  const auto issue = [&](uint32_t number, uint32_t flags, std::size_t room = 64) {
-    return nlLogPrintf({number, "STA", flags | logPrintLineFeed | logPrintInserts, {std::string("it")}},
+  const auto issue = [&](uint32_t number, uint32_t flags, size_t room = 64) {
+    return nlLogPrintf({number, "STA", flags | LOG_PRINT_LINE_FEED | LOG_PRINT_INSERTS, {std::string("it")}},
                        std::span(buffer).first(room));
   };
 
   ::testing::internal::CaptureStdout();
-  EXPECT_EQ(issue(300, logPrintStandardOut | logPrintBySeverity), 17);
-  EXPECT_EQ(issue(301, logPrintBySeverity), 18);  // below W
-  EXPECT_EQ(issue(301, logPrintErrorLog), 18);
-  EXPECT_EQ(issue(301, logPrintStandardOut, 8), -1);
-  EXPECT_EQ(issue(302, logPrintStandardOut), 0);
+  EXPECT_EQ(issue(300, LOG_PRINT_STANDARD_OUT | LOG_PRINT_BY_SEVERITY), 17);
+  EXPECT_EQ(issue(301, LOG_PRINT_BY_SEVERITY), 18);  // below W
+  EXPECT_EQ(issue(301, LOG_PRINT_ERROR_LOG), 18);
+  EXPECT_EQ(issue(301, LOG_PRINT_STANDARD_OUT, 8), -1);
+  EXPECT_EQ(issue(302, LOG_PRINT_STANDARD_OUT), 0);
   errorLogFile = nullptr;
   EXPECT_EQ(::testing::internal::GetCapturedStdout(), "STA0300W lost it\n");
   EXPECT_EQ(readFile(path("error.log")), "STA0300W lost it\nSTA0301I found it\n");

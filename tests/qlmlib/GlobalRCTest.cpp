@@ -20,9 +20,9 @@ uint8_t severityOf(uint32_t number) {
   return number >= 1000 && number <= 1009 ? static_cast<uint8_t>(number - 1000) : 255;
 }
 
-constexpr uint32_t informationMessage = 1004;
-constexpr uint32_t warningMessage = 1005;
-constexpr uint32_t errorMessage = 1006;
+constexpr uint32_t INFORMATION_MESSAGE = 1004;
+constexpr uint32_t WARNING_MESSAGE = 1005;
+constexpr uint32_t ERROR_MESSAGE = 1006;
 
 class GlobalRCTest : public ::testing::Test {
  protected:
@@ -73,12 +73,12 @@ TEST_F(GlobalRCTest, SomeNumbersHaveTheirCodeWhateverTheirSeverity) {
 }
 
 TEST_F(GlobalRCTest, TheCodeRisesUntilItIsClearedAndEachClearGoesOneStepFurther) {
-  rc().set(errorMessage);
-  EXPECT_FALSE(rc().set(warningMessage));
+  rc().set(ERROR_MESSAGE);
+  EXPECT_FALSE(rc().set(WARNING_MESSAGE));
   EXPECT_EQ(rc().get(), 12);
   EXPECT_TRUE(rc().clearRC());
-  EXPECT_TRUE(rc().set(warningMessage));
-  EXPECT_FALSE(rc().set(informationMessage));
+  EXPECT_TRUE(rc().set(WARNING_MESSAGE));
+  EXPECT_FALSE(rc().set(INFORMATION_MESSAGE));
   EXPECT_EQ(rc().get(), 8);
   EXPECT_EQ(rc().getMacroMax(), 12);
   EXPECT_EQ(rc().getMax(), 12);
@@ -110,11 +110,11 @@ int refuse(pthread_mutex_t*) {
 
 TEST_F(GlobalRCTest, AMutexThatFailsIsReportedAndTheFieldsStayReadable) {
   setThreadMode(true);
-  rc().set(warningMessage);
+  rc().set(WARNING_MESSAGE);
   const MutexPlatform noLock{pthread_mutex_lock, refuse, pthread_mutex_trylock, pthread_mutex_unlock,
                              pthread_mutex_destroy};
   setMutexPlatform(&noLock);
-  EXPECT_FALSE(rc().set(errorMessage));
+  EXPECT_FALSE(rc().set(ERROR_MESSAGE));
   EXPECT_EQ(internalErrors, "Unable to acquire global rc mutex\n");
   EXPECT_EQ(rc().get(), 8);  // untouched by set, read without the mutex
   EXPECT_TRUE(rc().clearRC());
@@ -125,9 +125,9 @@ TEST_F(GlobalRCTest, ThreadsMaySetAtTheSameTime) {
   setThreadMode(true);
   const auto work = [this] {
     for (int i = 0; i < 1000; ++i) {
-      rc().set(warningMessage);
+      rc().set(WARNING_MESSAGE);
       rc().clearRC();
-      rc().set(errorMessage);
+      rc().set(ERROR_MESSAGE);
     }
   };
   std::thread other(work);

@@ -63,7 +63,7 @@ int hangingOpenat(int directory, const char* name, int flags) {
   hangIfToldTo(name);
   return systemFileSystemCalls().openat(directory, name, flags);
 }
-ssize_t hangingGetdents(int directory, void* buffer, std::size_t size) {
+ssize_t hangingGetdents(int directory, void* buffer, size_t size) {
   hang();
   return systemFileSystemCalls().getdents64(directory, buffer, size);
 }
@@ -72,8 +72,8 @@ int hangingFstatat(int directory, const char* name, struct stat* result, int fla
   return systemFileSystemCalls().fstatat(directory, name, result, flags);
 }
 
-std::size_t countOf(const char* directory) {
-  return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(directory), {}));
+size_t countOf(const char* directory) {
+  return static_cast<size_t>(std::distance(std::filesystem::directory_iterator(directory), {}));
 }
 
 /// Waits until `condition` holds; false after ten seconds.
@@ -111,16 +111,16 @@ class LimitedCallsTest : public FilesTest {
     setThreadMode(false);
   }
 
-  static std::size_t threads() { return countOf("/proc/self/task"); }
-  static std::size_t descriptors() { return countOf("/proc/self/fd"); }
+  static size_t threads() { return countOf("/proc/self/task"); }
+  static size_t descriptors() { return countOf("/proc/self/fd"); }
   bool nothingIsLeft() const { return threads() == threads_ && descriptors() == descriptors_; }
 
   int lstat(const std::string& name, int seconds, struct stat& result, int& errCode) {
-    return zemNFSsyscalls(path(name).c_str(), 0, &result, nfsLstat, seconds, &errCode);
+    return zemNFSsyscalls(path(name).c_str(), 0, &result, NFS_LSTAT, seconds, &errCode);
   }
 
-  std::size_t threads_ = 0;
-  std::size_t descriptors_ = 0;
+  size_t threads_ = 0;
+  size_t descriptors_ = 0;
 };
 
 TEST_F(LimitedCallsTest, AThreadGivesTheAnswersThatTheCallerGets) {
@@ -215,7 +215,7 @@ TEST_F(LimitedCallsTest, ADirectoryIsOpenedReadAndExaminedByTheThread) {
     EXPECT_NE(::fcntl(top->get(), F_GETFD) & FD_CLOEXEC, 0);
 
     char buffer[256];
-    std::size_t bytes = 0;
+    size_t bytes = 0;
     EXPECT_EQ(limitedReadDirectory(top, buffer, sizeof buffer, seconds, bytes), 0);
     EXPECT_NE(std::string_view(buffer, bytes).find("hangdir"), std::string_view::npos);
     struct stat status {};
@@ -243,7 +243,7 @@ TEST_F(LimitedCallsTest, AHangingCallKeepsItsDirectoryOpen) {
     const int number = top->get();
     if (reads) {
       char buffer[256] = {};
-      std::size_t bytes = 99;
+      size_t bytes = 99;
       hangingCalls.getdents64 = hangingGetdents;
       EXPECT_EQ(limitedReadDirectory(top, buffer, sizeof buffer, 1, bytes), ESTALE);
       EXPECT_EQ(bytes, 0u);

@@ -75,16 +75,16 @@ TEST_F(LogFileTest, WhatCannotBeWrittenIsTold) {
 
 // ---- files that wrap; the marks are the built-in ones, for no catalog is open ----
 
-constexpr char wrapMark[] = "--- Continued at the beginning of the file ---";
-constexpr char endMark[] = "--- End of data ---\n";
-constexpr uint32_t ringBytes = 512;
+constexpr char WRAP_MARK[] = "--- Continued at the beginning of the file ---";
+constexpr char END_MARK[] = "--- End of data ---\n";
+constexpr uint32_t RING_BYTES = 512;
 
-std::string header(std::size_t nextWrite, uint32_t wrapSize = ringBytes) {
+std::string header(size_t nextWrite, uint32_t wrapSize = RING_BYTES) {
   return "LOGHEADERREC " + padded(nextWrite, 12) + padded(wrapSize, 10) +
          " ZTA Corvane Storage Vantage Center 5.2.4.1   Build date: " + buildDate() + "\n\n";
 }
 
-const std::size_t dataStart = header(0).size();
+const size_t DATA_START = header(0).size();
 
 std::string line(char letter) {
   return std::string(49, letter) + "\n";
@@ -92,40 +92,41 @@ std::string line(char letter) {
 
 TEST_F(LogFileTest, AFullFileGoesRoundAndKeepsItsSize) {
   // 512 - 46 - 1 - 20 bytes may be reached by a line: with lines of 50 bytes, six fit.
-  log({.wrapSize = ringBytes}, {line('a'), line('b'), line('c'), line('d'), line('e'), line('f')});
-  ASSERT_LT(content().size(), ringBytes);
-  log({.wrapSize = ringBytes}, {line('g')});
+  log({.wrapSize = RING_BYTES}, {line('a'), line('b'), line('c'), line('d'), line('e'), line('f')});
+  ASSERT_LT(content().size(), RING_BYTES);
+  log({.wrapSize = RING_BYTES}, {line('g')});
 
   const std::string oldest =
       (line('a') + line('b') + line('c') + line('d') + line('e') + line('f')).substr(70);
-  std::string closing = wrapMark;
-  closing.resize(ringBytes - dataStart - 300 - 2, ' ');
-  EXPECT_EQ(content(), header(dataStart + 50) + line('g') + endMark + oldest + closing + "*\n");
+  std::string closing = WRAP_MARK;
+  closing.resize(RING_BYTES - DATA_START - 300 - 2, ' ');
+  EXPECT_EQ(content(), header(DATA_START + 50) + line('g') + END_MARK + oldest + closing + "*\n");
 
-  log({.wrapSize = ringBytes}, {std::string(5000, 'x')});  // longer than the file: cut
-  EXPECT_LE(content().size(), ringBytes);
+  log({.wrapSize = RING_BYTES}, {std::string(5000, 'x')});  // longer than the file: cut
+  EXPECT_LE(content().size(), RING_BYTES);
 }
 
 TEST_F(LogFileTest, ALineThatJustFitsStaysAndOneByteMoreGoesRound) {
-  const std::size_t room = ringBytes - (sizeof wrapMark - 1) - 1 - (sizeof endMark - 1) - dataStart - 50 - 1;
-  log({.wrapSize = ringBytes}, {line('a'), std::string(room, 'b')});
-  EXPECT_EQ(content(), header(dataStart + 50 + room) + line('a') + std::string(room, 'b') + endMark);
+  const size_t room = RING_BYTES - (sizeof WRAP_MARK - 1) - 1 - (sizeof END_MARK - 1) - DATA_START - 50 - 1;
+  log({.wrapSize = RING_BYTES}, {line('a'), std::string(room, 'b')});
+  EXPECT_EQ(content(), header(DATA_START + 50 + room) + line('a') + std::string(room, 'b') + END_MARK);
 
   std::filesystem::remove(file());
-  log({.wrapSize = ringBytes}, {line('a'), std::string(room + 1, 'b')});
-  EXPECT_EQ(content().substr(0, dataStart + 10), header(dataStart + room + 1) + "bbbbbbbbbb");
+  log({.wrapSize = RING_BYTES}, {line('a'), std::string(room + 1, 'b')});
+  EXPECT_EQ(content().substr(0, DATA_START + 10), header(DATA_START + room + 1) + "bbbbbbbbbb");
 }
 
 TEST_F(LogFileTest, AFileOfAnotherSizeIsRewrittenWithItsNewestLines) {
-  log({.wrapSize = ringBytes}, {line('a'), line('b'), line('c'), line('d'), line('e'), line('f'), line('g')});
+  log({.wrapSize = RING_BYTES},
+      {line('a'), line('b'), line('c'), line('d'), line('e'), line('f'), line('g')});
   // A larger one takes all that is left, the oldest first; of 'b' the end mark has left half.
   log({.wrapSize = 1024}, {line('h')});
   const std::string kept = line('c') + line('d') + line('e') + line('f') + line('g');
-  EXPECT_EQ(content(), header(dataStart + 300, 1024) + kept + line('h') + endMark);
+  EXPECT_EQ(content(), header(DATA_START + 300, 1024) + kept + line('h') + END_MARK);
 
   log({.wrapSize = 400}, {});
   EXPECT_EQ(content(),
-            header(dataStart + 200, 400) + line('e') + line('f') + line('g') + line('h') + endMark);
+            header(DATA_START + 200, 400) + line('e') + line('f') + line('g') + line('h') + END_MARK);
 }
 
 TEST_F(LogFileTest, WhatWasNoRingBecomesOneAndNothingIsLost) {
@@ -142,8 +143,8 @@ TEST_F(LogFileTest, WhatWasNoRingBecomesOneAndNothingIsLost) {
   };
   for (const Case& c : cases) {
     writeFile(file(), c.before);
-    log({.wrapSize = ringBytes}, {"new\n"});
-    EXPECT_EQ(content(), header(dataStart + c.kept.size() + 4) + c.kept + "new\n" + endMark) << c.why;
+    log({.wrapSize = RING_BYTES}, {"new\n"});
+    EXPECT_EQ(content(), header(DATA_START + c.kept.size() + 4) + c.kept + "new\n" + END_MARK) << c.why;
   }
 }
 

@@ -7,7 +7,7 @@
 namespace agent::test {
 namespace {
 
-const MessageInserts inserts{std::string("one"), int64_t{-2}, uint64_t{3}, 4.5};
+const MessageInserts INSERTS{std::string("one"), int64_t{-2}, uint64_t{3}, 4.5};
 
 TEST(MessageFormatTest, InsertsGoWhereTheTextNamesThem) {
   struct Case {
@@ -24,7 +24,7 @@ TEST(MessageFormatTest, InsertsGoWhereTheTextNamesThem) {
       {"%3$x %3$#x %3$o %2$i", "3 0x3 3 -2"},
       {"%1$c", "o"},
   };
-  for (const Case& c : cases) EXPECT_EQ(insertItems(c.format, inserts), c.text) << c.format;
+  for (const Case& c : cases) EXPECT_EQ(insertItems(c.format, INSERTS), c.text) << c.format;
 }
 
 TEST(MessageFormatTest, AHostileTextGivesAnOddTextAtWorst) {
@@ -50,10 +50,10 @@ TEST(MessageFormatTest, AHostileTextGivesAnOddTextAtWorst) {
       {"%S %C %a", "  "},
       {"%y%1$s", "one"},
   };
-  for (const Case& c : cases) EXPECT_EQ(insertItems(c.format, inserts), c.text) << c.format;
-  EXPECT_EQ(insertItems("%1$999999999s", inserts).size(), 512u);
-  EXPECT_EQ(insertItems("%2$999999999d", inserts).size(), 512u);
-  EXPECT_EQ(insertItems("%2$.999999999d", inserts).size(), 513u);  // with its sign
+  for (const Case& c : cases) EXPECT_EQ(insertItems(c.format, INSERTS), c.text) << c.format;
+  EXPECT_EQ(insertItems("%1$999999999s", INSERTS).size(), 512u);
+  EXPECT_EQ(insertItems("%2$999999999d", INSERTS).size(), 512u);
+  EXPECT_EQ(insertItems("%2$.999999999d", INSERTS).size(), 513u);  // with its sign
   EXPECT_EQ(insertItems("%1$.999999999f", {std::numeric_limits<double>::max()}).size(), 309u + 1 + 512);
 }
 

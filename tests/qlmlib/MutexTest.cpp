@@ -36,7 +36,7 @@ TEST_F(MutexTest, OnlyTheOwnerReleases) {
   EXPECT_EQ(pkAcquireMutex(mutex.get()), 0);
   EXPECT_TRUE(pkIsMutexOwner(mutex.get()));
   EXPECT_EQ(elsewhere([&] { return pkReleaseMutex(mutex.get()); }), 0);  // ignored
-  EXPECT_EQ(elsewhere([&] { return pkTryMutex(mutex.get()); }), mutexBusy);
+  EXPECT_EQ(elsewhere([&] { return pkTryMutex(mutex.get()); }), MUTEX_BUSY);
   EXPECT_EQ(pkReleaseMutex(mutex.get()), 0);
   EXPECT_EQ(elsewhere([&] { return pkTryMutex(mutex.get()) + pkReleaseMutex(mutex.get()); }), 0);
 }
@@ -46,7 +46,7 @@ TEST_F(MutexTest, TheRecursiveFormCountsForTryAndForTheOwner) {
   EXPECT_EQ(pkAcquireMutexNested(mutex.get()), 0);
   EXPECT_EQ(pkTryMutexNested(mutex.get()), 0);
   EXPECT_EQ(pkAcquireMutexNested(mutex.get()), 0);
-  EXPECT_EQ(elsewhere([&] { return pkTryMutexNested(mutex.get()); }), mutexBusy);
+  EXPECT_EQ(elsewhere([&] { return pkTryMutexNested(mutex.get()); }), MUTEX_BUSY);
   EXPECT_EQ(pkReleaseMutexNested(mutex.get()), 0);
   EXPECT_EQ(pkReleaseMutexNested(mutex.get()), 0);
   EXPECT_TRUE(pkIsMutexOwner(mutex.get()));
@@ -68,8 +68,8 @@ TEST_F(MutexTest, FailuresOfThePlatformHaveTheirCodes) {
   struct Case {
     int platform, lock, tried;
   };
-  for (const Case& c : {Case{EDEADLK, mutexDeadlock, -1}, Case{EINVAL, mutexFailed, -1},
-                        Case{EBUSY, mutexFailed, mutexBusy}}) {
+  for (const Case& c : {Case{EDEADLK, MUTEX_DEADLOCK, -1}, Case{EINVAL, MUTEX_FAILED, -1},
+                        Case{EBUSY, MUTEX_FAILED, MUTEX_BUSY}}) {
     platformResult = c.platform;
     EXPECT_EQ(pkAcquireMutex(mutex.get()), c.lock);
     EXPECT_EQ(pkAcquireMutexNested(mutex.get()), c.lock);

@@ -32,7 +32,7 @@ class FilesTest : public ::testing::Test {
 };
 
 /// A number as the headers of logs and traces have it.
-inline std::string padded(uint64_t number, std::size_t width) {
+inline std::string padded(uint64_t number, size_t width) {
   std::string text = std::to_string(number);
   return text + std::string(width - text.size(), ' ');
 }

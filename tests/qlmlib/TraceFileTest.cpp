@@ -147,9 +147,8 @@ TEST_F(TraceFileTest, ThreadsWriteWholeLinesAndAChangeOfThreadIsMarked) {
   closeTrace();
 
   const std::string text = content();
-  std::size_t lines = 0;
-  for (std::size_t at = 0; (at = text.find("): " + std::string(80, 'x') + "\n", at)) != std::string::npos;
-       ++at) {
+  size_t lines = 0;
+  for (size_t at = 0; (at = text.find("): " + std::string(80, 'x') + "\n", at)) != std::string::npos; ++at) {
     ++lines;
   }
   EXPECT_EQ(lines, 400u);

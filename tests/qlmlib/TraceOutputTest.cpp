@@ -6,24 +6,24 @@
 namespace agent::test {
 namespace {
 
-constexpr uint64_t ringBytes = 1024;
-constexpr char endMark[] = "\nEND OF DATA\n\n";
-constexpr char closeMark[] = "\nEND OF DATA - close\n\n";
-constexpr char beginning[] = "BEGINNING NEW TRACE\n\n";
+constexpr uint64_t RING_BYTES = 1024;
+constexpr char END_MARK[] = "\nEND OF DATA\n\n";
+constexpr char CLOSE_MARK[] = "\nEND OF DATA - close\n\n";
+constexpr char BEGINNING[] = "BEGINNING NEW TRACE\n\n";
 
 std::string header(const std::string& nextWrite, uint64_t maxMB) {
   return "NRV Trace   " + nextWrite + padded(maxMB, 10) +
          " ZTA Corvane Storage Vantage Center 5.2.4.1   Build date: " + buildDate() + "\n\n";
 }
 
-const uint64_t wrapStart = header("123456789012", 1).size();
-const uint64_t firstRecord = wrapStart + sizeof beginning - 1;
+const uint64_t WRAP_START = header("123456789012", 1).size();
+const uint64_t FIRST_RECORD = WRAP_START + sizeof BEGINNING - 1;
 
 /// Rings of 1,024 bytes, so that a test can fill them.
 class TraceOutputTest : public FilesTest {
  protected:
   TraceLimit small(uint64_t maxMB = 1) const {
-    return {.maxMB = maxMB, .segmentMB = 1000, .bytesPerMB = ringBytes};
+    return {.maxMB = maxMB, .segmentMB = 1000, .bytesPerMB = RING_BYTES};
   }
   std::string file() const { return path("job.trace"); }
   std::string content() const { return readFile(file()); }
@@ -38,7 +38,7 @@ class TraceOutputTest : public FilesTest {
 
   /// Fills the ring so far that `room` bytes are left before the limit.
   static void fillUpTo(TraceOutput& output, uint64_t room) {
-    ASSERT_TRUE(output.write(std::string(ringBytes - room - firstRecord, 'f')));
+    ASSERT_TRUE(output.write(std::string(RING_BYTES - room - FIRST_RECORD, 'f')));
   }
 };
 
@@ -47,22 +47,22 @@ TEST_F(TraceOutputTest, ANewFileHoldsHeaderRecordsAndEndMark) {
   ASSERT_EQ(output.open(file(), small()), 0);
   ASSERT_TRUE(output.write("one\n"));
   ASSERT_TRUE(output.write("two\n"));
-  EXPECT_EQ(content(), header(padded(firstRecord + 8, 12), 1) + beginning + "one\ntwo\n" + endMark);
+  EXPECT_EQ(content(), header(padded(FIRST_RECORD + 8, 12), 1) + BEGINNING + "one\ntwo\n" + END_MARK);
 
   ASSERT_EQ(output.close(), 0);
-  EXPECT_EQ(content(), header(padded(firstRecord + 8, 12), 1) + beginning + "one\ntwo\n" + closeMark);
+  EXPECT_EQ(content(), header(padded(FIRST_RECORD + 8, 12), 1) + BEGINNING + "one\ntwo\n" + CLOSE_MARK);
 }
 
 TEST_F(TraceOutputTest, ASecondRunGoesOnBehindTheFirst) {
   run({"one\n"});
   run({"two\n"});
-  const uint64_t next = firstRecord + 4 + sizeof beginning - 1 + 4;
-  EXPECT_EQ(content(), header(padded(next, 12), 1) + beginning + "one\n" + beginning + "two\n" + closeMark);
+  const uint64_t next = FIRST_RECORD + 4 + sizeof BEGINNING - 1 + 4;
+  EXPECT_EQ(content(), header(padded(next, 12), 1) + BEGINNING + "one\n" + BEGINNING + "two\n" + CLOSE_MARK);
 }
 
 TEST_F(TraceOutputTest, WhatIsNoSoundRingIsReplaced) {
-  const std::string fresh = header(padded(firstRecord + 4, 12), 1) + beginning + "new\n" + closeMark;
-  const auto ring = [](const std::string& next, uint64_t maxMB, std::size_t dataBytes) {
+  const std::string fresh = header(padded(FIRST_RECORD + 4, 12), 1) + BEGINNING + "new\n" + CLOSE_MARK;
+  const auto ring = [](const std::string& next, uint64_t maxMB, size_t dataBytes) {
     return header(next, maxMB) + std::string(dataBytes, 'x');
   };
   struct Case {
@@ -72,8 +72,8 @@ TEST_F(TraceOutputTest, WhatIsNoSoundRingIsReplaced) {
   const Case cases[] = {
       {"a limit larger than ours", ring(padded(300, 12), 2, 500)},
       {"a file longer than the limit allows", ring(padded(300, 12), 1, 1024)},
-      {"a position inside the header", ring(padded(wrapStart - 1, 12), 1, 500)},
-      {"a position behind the end", ring(padded(wrapStart + 501, 12), 1, 500)},
+      {"a position inside the header", ring(padded(WRAP_START - 1, 12), 1, 500)},
+      {"a position behind the end", ring(padded(WRAP_START + 501, 12), 1, 500)},
       {"a file that was never written to", ring("123456789012", 1, 500)},
       {"a number that overflows", "NRV Trace   99999999999999999999999999" + std::string(500, 'x')},
       {"a header of another build's length",
@@ -93,14 +93,14 @@ TEST_F(TraceOutputTest, ARecordThatJustFitsStaysAndOneByteMoreGoesRound) {
   ASSERT_EQ(output.open(file(), small()), 0);
   fillUpTo(output, 17 + 10);
   ASSERT_TRUE(output.write("123456789\n"));
-  EXPECT_EQ(content().substr(ringBytes - 27), std::string("123456789\n") + endMark);
+  EXPECT_EQ(content().substr(RING_BYTES - 27), std::string("123456789\n") + END_MARK);
 
   // No room is left now: the shortest record goes to the start, over what stood there.
   ASSERT_TRUE(output.write("\n"));
   const std::string ring = content();
-  EXPECT_EQ(ring.substr(0, wrapStart + 15), header(padded(wrapStart + 1, 12), 1) + "\n" + endMark);
-  EXPECT_EQ(ring.substr(wrapStart + 15, 7), std::string(beginning).substr(15) + "f");
-  EXPECT_EQ(ring.substr(ringBytes - 27), "123456789\n\nContinued at beginning of file\n\n");
+  EXPECT_EQ(ring.substr(0, WRAP_START + 15), header(padded(WRAP_START + 1, 12), 1) + "\n" + END_MARK);
+  EXPECT_EQ(ring.substr(WRAP_START + 15, 7), std::string(BEGINNING).substr(15) + "f");
+  EXPECT_EQ(ring.substr(RING_BYTES - 27), "123456789\n\nContinued at beginning of file\n\n");
 }
 
 TEST_F(TraceOutputTest, ARingThatHasWrappedIsKeptAtTheNextStart) {
@@ -108,15 +108,16 @@ TEST_F(TraceOutputTest, ARingThatHasWrappedIsKeptAtTheNextStart) {
   run({record + "\n", std::string(399, 'b') + "\n", std::string(399, 'c') + "\n"});
   run({"new\n"});
   const std::string ring = content();
-  EXPECT_EQ(ring.substr(wrapStart, 425), std::string(399, 'c') + "\n" + beginning + "new\n");
+  EXPECT_EQ(ring.substr(WRAP_START, 425), std::string(399, 'c') + "\n" + BEGINNING + "new\n");
   EXPECT_NE(ring.find("bbb\n\nContinued at beginning of file\n\n"), std::string::npos);
 }
 
 TEST_F(TraceOutputTest, ARecordLongerThanTheRingIsCut) {
   run({std::string(5000, 'l')});
   const std::string ring = content();
-  EXPECT_EQ(ring.substr(wrapStart, ringBytes - wrapStart - 17), std::string(ringBytes - wrapStart - 17, 'l'));
-  EXPECT_EQ(ring.substr(ringBytes - 17), closeMark);
+  EXPECT_EQ(ring.substr(WRAP_START, RING_BYTES - WRAP_START - 17),
+            std::string(RING_BYTES - WRAP_START - 17, 'l'));
+  EXPECT_EQ(ring.substr(RING_BYTES - 17), CLOSE_MARK);
 }
 
 TEST_F(TraceOutputTest, ALargeLimitIsSpreadOverSegments) {
@@ -132,15 +133,15 @@ TEST_F(TraceOutputTest, ALargeLimitIsSpreadOverSegments) {
   const std::string second(300, '2');
   ASSERT_TRUE(output.write(first));
   ASSERT_TRUE(output.write(second));
-  EXPECT_EQ(content(), header(padded(firstRecord + 800, 12), 3) + beginning + first +
+  EXPECT_EQ(content(), header(padded(FIRST_RECORD + 800, 12), 3) + BEGINNING + first +
                            "\nContinued at beginning of segment 2\n\n");
   const std::string continued = "Continued from end of segment 1\n\n";
   EXPECT_EQ(readFile(path("job.2.trace")),
-            header(padded(wrapStart + continued.size() + 300, 12), 3) + continued + second + endMark);
+            header(padded(WRAP_START + continued.size() + 300, 12), 3) + continued + second + END_MARK);
 
   ASSERT_TRUE(output.write(second));
   const std::string round = "Continued from end of segment 2\n\n";
-  EXPECT_EQ(content(), header(padded(wrapStart + round.size() + 300, 12), 3) + round + second + endMark);
+  EXPECT_EQ(content(), header(padded(WRAP_START + round.size() + 300, 12), 3) + round + second + END_MARK);
   ASSERT_EQ(output.close(), 0);
 }
 
@@ -149,7 +150,7 @@ TEST_F(TraceOutputTest, WithoutALimitTheFileOnlyGrows) {
   run({"one\n"}, 0);
   EXPECT_EQ(content(),
             std::string("before\nNRV Trace   ZTA Corvane Storage Vantage Center 5.2.4.1  \nBuild Date: ") +
-                buildDate() + "\n" + beginning + "one\n" + closeMark);
+                buildDate() + "\n" + BEGINNING + "one\n" + CLOSE_MARK);
 }
 
 TEST_F(TraceOutputTest, ARefusedWriteEndsTheOutputAndLeavesAWholeRing) {
@@ -157,13 +158,13 @@ TEST_F(TraceOutputTest, ARefusedWriteEndsTheOutputAndLeavesAWholeRing) {
   ASSERT_EQ(output.open(file(), small()), 0);
   ASSERT_TRUE(output.write("one\n"));
   {
-    const FileSizeLimit full(firstRecord + 20);
+    const FileSizeLimit full(FIRST_RECORD + 20);
     EXPECT_FALSE(output.write("this does not fit\n"));
     EXPECT_FALSE(output.isOpen());
     EXPECT_TRUE(output.write("nobody writes this\n"));
   }
-  EXPECT_EQ(content().substr(0, firstRecord + 4),
-            header(padded(firstRecord + 4, 12), 1) + beginning + "one\n");
+  EXPECT_EQ(content().substr(0, FIRST_RECORD + 4),
+            header(padded(FIRST_RECORD + 4, 12), 1) + BEGINNING + "one\n");
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "scandef_definition.h"
+#include "ScandefDefinition.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -8,8 +8,8 @@
 
 #include "Common/ParserAPI.h"
 #include "Common/ScanVOXTags.h"
+#include "ScandefOptions.h"
 #include "common/TemporaryDirectory.h"
-#include "scandef_options.h"
 
 namespace agent::scandef {
 namespace {

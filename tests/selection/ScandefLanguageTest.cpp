@@ -1,4 +1,4 @@
-#include "scandef_language.h"
+#include "ScandefLanguage.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

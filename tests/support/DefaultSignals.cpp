@@ -12,7 +12,7 @@ class DefaultSignals : public ::testing::Environment {
   void SetUp() override { setDefaultSignals(); }
 };
 
-const auto* const registered = ::testing::AddGlobalTestEnvironment(new DefaultSignals);
+const auto* const REGISTERED = ::testing::AddGlobalTestEnvironment(new DefaultSignals);
 
 }  // namespace
 }  // namespace agent::test

@@ -66,7 +66,7 @@ TEST_F(BadDefinitionTest, LinesMissingDoubledAndSwapped) {
   for (size_t i = 0; i < lines.size(); ++i) {
     for (const char* how : {"missing", "doubled", "swapped with the next", "without its last byte"}) {
       std::vector<std::string> changed = lines;
-      const auto line = changed.begin() + static_cast<std::ptrdiff_t>(i);
+      const auto line = changed.begin() + static_cast<ptrdiff_t>(i);
       switch (*how + how[1]) {
         case 'm' + 'i':
           changed.erase(line);

@@ -52,7 +52,7 @@ TEST_F(JobLogTest, OfAJobsRunsTheLastAreKept) {
        }) {
     fs::remove_all(logs());
     std::set<std::string> expected{other, "nightly.0012_scan.00000345.log"};
-    expected.insert(runs.begin() + static_cast<std::ptrdiff_t>(c.gone), runs.end());
+    expected.insert(runs.begin() + static_cast<ptrdiff_t>(c.gone), runs.end());
     put(other);
     for (const std::string& name : runs) put(name, 10, 500);
     EXPECT_EQ(scan(c.arguments).status, 0);

@@ -1,4 +1,4 @@
-#include "scanreport_command.h"
+#include "ScanreportCommand.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

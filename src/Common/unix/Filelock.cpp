@@ -30,8 +30,8 @@ int Filelock::lockFile() {
   TRACE(TR_MAX, "locking file: %s\n", path_.c_str());
   // Each turn but the last means that another process has finished its work in between; the limit is for file
   // systems whose inode numbers can't be compared.
-  constexpr int kTurns = 1000;
-  for (int turn = 0; turn < kTurns && !locked_; ++turn) {
+  constexpr int TURNS = 1000;
+  for (int turn = 0; turn < TURNS && !locked_; ++turn) {
     descriptor_ = openFile(path_.c_str(), O_RDWR | O_CREAT | O_NONBLOCK, 0700);
     if (!descriptor_) {
       const int error = errno;

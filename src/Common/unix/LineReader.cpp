@@ -6,7 +6,7 @@
 namespace agent {
 
 namespace {
-constexpr size_t kBufferSize = 65536;
+constexpr size_t BUFFER_SIZE = 65536;
 }
 
 std::optional<std::string_view> LineReader::next() {
@@ -33,7 +33,7 @@ std::optional<std::string_view> LineReader::next() {
 }
 
 bool LineReader::refill() {
-  buffer_.resize(kBufferSize);
+  buffer_.resize(BUFFER_SIZE);
   bufferStart_ += static_cast<int64_t>(filled_);
   filled_ = cursor_ = 0;
   const ssize_t count = readAt(file_.get(), buffer_.data(), buffer_.size(), bufferStart_);

@@ -27,8 +27,8 @@ namespace agent {
 namespace {
 
 // The shell's own codes for a program that could not be started, and for one that may not be.
-constexpr int kNotStarted = 127;
-constexpr int kNotExecutable = 126;
+constexpr int NOT_STARTED = 127;
+constexpr int NOT_EXECUTABLE = 126;
 
 std::string withoutQuotes(const std::string& path) {
   const bool quoted = path.size() > 2 && path.front() == '"' && path.back() == '"';
@@ -125,7 +125,7 @@ int startShell(const std::string& text, ChildRecord& child, bool redirect,
   if (pid == 0) {
     if (redirect && !(redirectTo(child.stdoutFile.c_str(), STDOUT_FILENO) &&
                       redirectTo(child.stderrFile.c_str(), STDERR_FILENO))) {
-      ::_exit(kNotStarted);
+      ::_exit(NOT_STARTED);
     }
     restoreFoundSignals(oldMask);
     if (program != nullptr && ::access(program, X_OK) != 0) {
@@ -137,7 +137,7 @@ int startShell(const std::string& text, ChildRecord& child, bool redirect,
     }
     const int error = errno;
     [[maybe_unused]] const ssize_t told = ::write(writeEnd.get(), &error, sizeof error);
-    ::_exit(program != nullptr && error == EACCES ? kNotExecutable : kNotStarted);
+    ::_exit(program != nullptr && error == EACCES ? NOT_EXECUTABLE : NOT_STARTED);
   }
   const int forkError = errno;
   ::pthread_sigmask(SIG_SETMASK, &oldMask, nullptr);
@@ -161,7 +161,7 @@ int startShell(const std::string& text, ChildRecord& child, bool redirect,
 
 using Clock = std::chrono::steady_clock;
 
-enum class Wait { ended, timeUp, failed };
+enum class Wait { ENDED, TIME_UP, FAILED };
 
 /// Sleeps until a child ends. No alarm: its signal could come before the wait begins, and it belongs to the
 /// whole process.
@@ -202,19 +202,19 @@ Wait waitUntil(pid_t pid, int& status, Clock::time_point deadline) {
   const ChildEnd end(pid);
   for (;;) {
     const pid_t result = ::waitpid(pid, &status, WNOHANG);
-    if (result == pid) return Wait::ended;
-    if (result < 0 && errno != EINTR) return Wait::failed;
+    if (result == pid) return Wait::ENDED;
+    if (result < 0 && errno != EINTR) return Wait::FAILED;
     const auto left = deadline - Clock::now();
-    if (left <= Clock::duration::zero()) return Wait::timeUp;
+    if (left <= Clock::duration::zero()) return Wait::TIME_UP;
     end.await(left);
   }
 }
 
 Wait waitWithoutLimit(pid_t pid, int& status) {
   while (::waitpid(pid, &status, 0) < 0) {
-    if (errno != EINTR) return Wait::failed;
+    if (errno != EINTR) return Wait::FAILED;
   }
-  return Wait::ended;
+  return Wait::ENDED;
 }
 
 int killChild(pid_t pid) {
@@ -304,7 +304,7 @@ int runShell(const std::string& commandText) {
   ChildRecord child;
   int status = 0;
   errno = startShell(commandText, child, false, nullptr);
-  return errno == 0 && waitWithoutLimit(child.pid, status) == Wait::ended ? status : -1;
+  return errno == 0 && waitWithoutLimit(child.pid, status) == Wait::ENDED ? status : -1;
 }
 
 int decodeExitStatus(int status) {
@@ -317,8 +317,8 @@ int WaitForExternalProgram(const ChildRecord& child, int& exitCode, int seconds)
   int status = 0;
   const Wait wait = seconds > 0 ? waitUntil(child.pid, status, Clock::now() + std::chrono::seconds(seconds))
                                 : waitWithoutLimit(child.pid, status);
-  if (wait == Wait::timeUp) return killChild(child.pid);
-  if (wait == Wait::failed) return WAIT_FAILED;
+  if (wait == Wait::TIME_UP) return killChild(child.pid);
+  if (wait == Wait::FAILED) return WAIT_FAILED;
   exitCode = decodeExitStatus(status);
   TRACE(TR_MAX, "exit code:%d\n", exitCode);
   return 0;

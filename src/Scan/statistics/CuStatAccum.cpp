@@ -101,10 +101,10 @@ void CuStatAccum::buildAccum(CuStatDef& definition, Filesystem& filesystem) {
   if (definition.sdLargestOrphans > 0) push<LargestOrphansAccum>(definition.sdLargestOrphans);
   if (definition.sdOldestOrphans > 0) push<OldestOrphansAccum>(definition.sdOldestOrphans);
   if (definition.sdGroupByOwner && checkForFAT(definition, filesystem)) {
-    push<UserOrGroupAccum>(UserOrGroupAccum::Kind::Owners, filesystem);
+    push<UserOrGroupAccum>(UserOrGroupAccum::Kind::OWNERS, filesystem);
   }
   if (definition.sdGroupByGroup && checkForFAT(definition, filesystem)) {
-    push<UserOrGroupAccum>(UserOrGroupAccum::Kind::Groups, filesystem);
+    push<UserOrGroupAccum>(UserOrGroupAccum::Kind::GROUPS, filesystem);
   }
   if (definition.sdSummary) {
     results_->srSummary = newSummary(definition, filesystem, now);

@@ -78,14 +78,14 @@ void store(CuStatDef& definition, const Column<CuStatDef>& column, const std::st
 /// The columns that a definition fills, by name. Scoring columns and unknown ones aren't among them: they are
 /// accepted and dropped. Nor is the flag for a backup action, which no definition of this job carries.
 const Column<CuStatDef>* findColumn(const std::string& attribute) {
-  static const auto byName = [] {
+  static const auto BY_NAME = [] {
     std::unordered_map<std::string_view, const Column<CuStatDef>*> columns;
     for (const Column<CuStatDef>& column : COLUMNS) columns.emplace(column.tag, &column);
     columns.erase(ScanVOXTags::SD_HAS_BACKUP_ACTION);
     return columns;
   }();
-  const auto found = byName.find(attribute);
-  return found == byName.end() ? nullptr : found->second;
+  const auto found = BY_NAME.find(attribute);
+  return found == BY_NAME.end() ? nullptr : found->second;
 }
 
 }  // namespace

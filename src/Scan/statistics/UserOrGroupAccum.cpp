@@ -15,7 +15,7 @@ namespace agent {
 
 SUserOrGroup& UserOrGroupAccum::totalsOf(const UserOrGroup& identity) {
   if (&identity == lastIdentity_) return *lastTotals_;
-  const int32_t key = kind_ == Kind::Owners ? identity.ugID : identity.ugGroupID;
+  const int32_t key = kind_ == Kind::OWNERS ? identity.ugID : identity.ugGroupID;
   const auto [entry, isNew] = totals_.try_emplace(static_cast<uint32_t>(key));
   SUserOrGroup& totals = entry->second;
   if (isNew) {
@@ -29,9 +29,9 @@ SUserOrGroup& UserOrGroupAccum::totalsOf(const UserOrGroup& identity) {
 }
 
 void UserOrGroupAccum::accumulate(Scanner& /*scanner*/, FileAttributes& attributes) {
-  const UserOrGroup* identity = kind_ == Kind::Owners ? attributes.faOwner : attributes.faGroup;
+  const UserOrGroup* identity = kind_ == Kind::OWNERS ? attributes.faOwner : attributes.faGroup;
   if (identity == nullptr) {
-    TRACE(TR_MIN, "%s is null for %s\n", kind_ == Kind::Owners ? "pInfo>faOwner" : "pInfo->faGroup",
+    TRACE(TR_MIN, "%s is null for %s\n", kind_ == Kind::OWNERS ? "pInfo>faOwner" : "pInfo->faGroup",
           attributes.faName.c_str());
     return;
   }
@@ -64,7 +64,7 @@ void UserOrGroupAccum::finish(CuStatResults& results) {
   totals_.clear();
   lastIdentity_ = nullptr;
   std::sort(byId.begin(), byId.end(), [](const auto& a, const auto& b) { return a.first > b.first; });
-  auto& list = kind_ == Kind::Owners ? results.srOwners : results.srGroups;
+  auto& list = kind_ == Kind::OWNERS ? results.srOwners : results.srGroups;
   list.clear();
   list.reserve(byId.size());
   for (auto& entry : byId) list.push_back(std::move(entry.second));

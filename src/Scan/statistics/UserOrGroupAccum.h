@@ -15,7 +15,7 @@ class UserOrGroup;
 /// Totals for each owner or each group.
 class UserOrGroupAccum : public Accumulator {
  public:
-  enum class Kind { Owners = 0, Groups = 1 };
+  enum class Kind { OWNERS = 0, GROUPS = 1 };
 
   UserOrGroupAccum(Kind kind, const Filesystem& filesystem)
       : Accumulator("UserOrGroupAccum"), kind_(kind), filesystem_(filesystem) {}

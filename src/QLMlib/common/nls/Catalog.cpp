@@ -14,18 +14,18 @@
 namespace agent {
 namespace {
 
-constexpr int catalogSet = 1;
-constexpr int catalogOpenFlag = 1;  // NL_CAT_LOCALE
-constexpr std::size_t pathLimit = 1279;
-constexpr char formatMarker = 18;
-constexpr std::size_t formatTail = 7;  // the marker stands within these last bytes
-constexpr std::string_view english = "en_US";
+constexpr int CATALOG_SET = 1;
+constexpr int CATALOG_OPEN_FLAG = 1;  // NL_CAT_LOCALE
+constexpr size_t PATH_LIMIT = 1279;
+constexpr char FORMAT_MARKER = 18;
+constexpr size_t FORMAT_TAIL = 7;  // the marker stands within these last bytes
+constexpr std::string_view ENGLISH = "en_US";
 
 struct LanguageRow {
   std::string_view code;
   const char* directory;
 };
-constexpr std::array<LanguageRow, 11> languages{{{"Ja", "Ja_JP"},
+constexpr std::array<LanguageRow, 11> LANGUAGES{{{"Ja", "Ja_JP"},
                                                  {"Zh", "Zh_CN"},
                                                  {"de", "de_DE"},
                                                  {"en", "en_US"},
@@ -38,7 +38,7 @@ constexpr std::array<LanguageRow, 11> languages{{{"Ja", "Ja_JP"},
                                                  {"zh", "zh_CN"}}};
 
 /// Severities count up along these letters.
-constexpr std::string_view severityLetters = "ZTRKIWESL";
+constexpr std::string_view SEVERITY_LETTERS = "ZTRKIWESL";
 
 bool keepsIdentifier(uint8_t severity) {
   return severity >= 3 && severity != 8;
@@ -55,24 +55,24 @@ bool isDigit(char letter) {
 // All numbers have 32 bits. A table holds plane size * plane depth rows of set, number and offset among the
 // strings, which end in a NUL each.
 
-constexpr std::size_t headerBytes = 12;
-constexpr uint32_t catalogMagic = 0x960408de;
-constexpr uint64_t catalogSizeLimit = 16 * 1024 * 1024;
+constexpr size_t HEADER_BYTES = 12;
+constexpr uint32_t CATALOG_MAGIC = 0x960408de;
+constexpr uint64_t CATALOG_SIZE_LIMIT = 16 * 1024 * 1024;
 
-uint32_t littleEndian(const std::string& bytes, std::size_t at) {
+uint32_t littleEndian(const std::string& bytes, size_t at) {
   uint32_t number = 0;
-  for (std::size_t i = 4; i-- > 0;) number = number << 8 | static_cast<unsigned char>(bytes[at + i]);
+  for (size_t i = 4; i-- > 0;) number = number << 8 | static_cast<unsigned char>(bytes[at + i]);
   return number;
 }
 
-uint32_t bigEndian(const std::string& bytes, std::size_t at) {
+uint32_t bigEndian(const std::string& bytes, size_t at) {
   uint32_t number = 0;
-  for (std::size_t i = 0; i < 4; ++i) number = number << 8 | static_cast<unsigned char>(bytes[at + i]);
+  for (size_t i = 0; i < 4; ++i) number = number << 8 | static_cast<unsigned char>(bytes[at + i]);
   return number;
 }
 
-bool offsetsAreWithin(const std::string& bytes, std::size_t table, uint64_t rows, uint64_t stringBytes,
-                      uint32_t (*read)(const std::string&, std::size_t)) {
+bool offsetsAreWithin(const std::string& bytes, size_t table, uint64_t rows, uint64_t stringBytes,
+                      uint32_t (*read)(const std::string&, size_t)) {
   for (uint64_t row = 0; row < rows; ++row) {
     if (read(bytes, table + row * 12 + 8) >= stringBytes) return false;
   }
@@ -80,20 +80,20 @@ bool offsetsAreWithin(const std::string& bytes, std::size_t table, uint64_t rows
 }
 
 bool tablesAreSound(const std::string& bytes) {
-  if (bytes.size() < headerBytes || bytes.back() != '\0') return false;
-  auto* read = littleEndian(bytes, 0) == catalogMagic ? littleEndian : bigEndian;
-  if (read(bytes, 0) != catalogMagic) return false;
+  if (bytes.size() < HEADER_BYTES || bytes.back() != '\0') return false;
+  auto* read = littleEndian(bytes, 0) == CATALOG_MAGIC ? littleEndian : bigEndian;
+  if (read(bytes, 0) != CATALOG_MAGIC) return false;
 
   const uint64_t planeSize = read(bytes, 4);
   const uint64_t planeDepth = read(bytes, 8);
   const uint64_t most = bytes.size() / 24;  // rows of both tables
   if (planeSize == 0 || planeDepth == 0 || planeSize > most || planeDepth > most / planeSize) return false;
   const uint64_t rows = planeSize * planeDepth;
-  if (headerBytes + rows * 24 >= bytes.size()) return false;
+  if (HEADER_BYTES + rows * 24 >= bytes.size()) return false;
 
-  const uint64_t stringBytes = bytes.size() - headerBytes - rows * 24;
-  return offsetsAreWithin(bytes, headerBytes, rows, stringBytes, littleEndian) &&
-         offsetsAreWithin(bytes, headerBytes + rows * 12, rows, stringBytes, bigEndian);
+  const uint64_t stringBytes = bytes.size() - HEADER_BYTES - rows * 24;
+  return offsetsAreWithin(bytes, HEADER_BYTES, rows, stringBytes, littleEndian) &&
+         offsetsAreWithin(bytes, HEADER_BYTES + rows * 12, rows, stringBytes, bigEndian);
 }
 
 bool isSoundCatalog(const std::string& path) {
@@ -101,7 +101,7 @@ bool isSoundCatalog(const std::string& path) {
   struct stat status;
   if (!descriptor || ::fstat(descriptor.get(), &status) == -1 || !S_ISREG(status.st_mode)) return false;
   const auto size = static_cast<uint64_t>(status.st_size);
-  if (size > catalogSizeLimit) return false;
+  if (size > CATALOG_SIZE_LIMIT) return false;
 
   std::string bytes(size, '\0');
   return readAt(descriptor.get(), bytes.data(), size, 0) == static_cast<ssize_t>(size) &&
@@ -111,7 +111,7 @@ bool isSoundCatalog(const std::string& path) {
 /// The path of a catalog, empty if it would be too long.
 std::string openCat(const std::string& directory, const std::string& language, const std::string& file) {
   std::string path = directory + "/" + language + "/" + file;
-  if (path.size() >= pathLimit) {
+  if (path.size() >= PATH_LIMIT) {
     TRACE(TR_MIN, "openCat(): The passed arguments are too long\n");
     path.clear();
   }
@@ -120,8 +120,8 @@ std::string openCat(const std::string& directory, const std::string& language, c
 
 /// Takes the format information off the end of an entry.
 void splitFormatInfo(NLSMsg& message) {
-  const std::size_t from = message.text.size() > formatTail ? message.text.size() - formatTail : 0;
-  const std::size_t marker = message.text.find(formatMarker, from);
+  const size_t from = message.text.size() > FORMAT_TAIL ? message.text.size() - FORMAT_TAIL : 0;
+  const size_t marker = message.text.find(FORMAT_MARKER, from);
   if (marker == std::string::npos) return;
   const std::string information = message.text.substr(marker + 1);
   std::copy(information.begin(), information.end(), message.formatInfo.begin());
@@ -132,7 +132,7 @@ void splitFormatInfo(NLSMsg& message) {
 
 std::optional<NLSMsg> parseCatalogEntry(uint32_t number, std::string_view entry, bool& corrupt) {
   corrupt = true;
-  std::size_t letterAt = 4;  // three letters of the family and a digit stand before it at least
+  size_t letterAt = 4;  // three letters of the family and a digit stand before it at least
   while (letterAt < entry.size() && isDigit(entry[letterAt])) ++letterAt;
   if (letterAt >= entry.size() || !isDigit(entry[3])) return std::nullopt;
   const char letter = entry[letterAt];
@@ -140,7 +140,7 @@ std::optional<NLSMsg> parseCatalogEntry(uint32_t number, std::string_view entry,
     corrupt = false;
     return std::nullopt;
   }
-  const std::size_t severity = severityLetters.find(letter);
+  const size_t severity = SEVERITY_LETTERS.find(letter);
   if (severity == std::string_view::npos) return std::nullopt;
   corrupt = false;
 
@@ -150,7 +150,7 @@ std::optional<NLSMsg> parseCatalogEntry(uint32_t number, std::string_view entry,
   message.text = entry;
   splitFormatInfo(message);
   if (!keepsIdentifier(message.severity)) {
-    std::size_t textAt = letterAt + 1;
+    size_t textAt = letterAt + 1;
     if (textAt < message.text.size() && message.text[textAt] == ' ') ++textAt;
     message.text.erase(0, textAt);
   } else if (letterAt - 3 > 4) {
@@ -161,7 +161,7 @@ std::optional<NLSMsg> parseCatalogEntry(uint32_t number, std::string_view entry,
 
 std::string languageDirectory(std::string_view language) {
   if (language.substr(0, 10) == "zh_TW.BIG5") return "Zh_TW";
-  for (const LanguageRow& row : languages) {
+  for (const LanguageRow& row : LANGUAGES) {
     // "deutsch" is none of the names that locales bear.
     const bool whole = language.size() == 2 ||
                        (language.size() > 2 && !std::isalpha(static_cast<unsigned char>(language[2])));
@@ -169,7 +169,7 @@ std::string languageDirectory(std::string_view language) {
   }
   TRACE(TR_MIN, "Language specification \"%.*s\" not found, substituting US English\n",
         static_cast<int>(language.size()), language.data());
-  return std::string(english);
+  return std::string(ENGLISH);
 }
 
 nl_catd CatalogFile::noHandle() {
@@ -179,7 +179,7 @@ nl_catd CatalogFile::noHandle() {
 bool CatalogFile::open(const std::string& path) {
   close();
   if (path.empty() || !isSoundCatalog(path)) return false;
-  handle_ = catopen(path.c_str(), catalogOpenFlag);
+  handle_ = catopen(path.c_str(), CATALOG_OPEN_FLAG);
   return isOpen();
 }
 
@@ -189,21 +189,21 @@ void CatalogFile::close() {
 }
 
 const char* CatalogFile::entry(uint32_t number) const {
-  static constexpr char absent[] = "ZNS1111M Error retrieving message %d from zemclientV3.cat.\n";
+  static constexpr char ABSENT[] = "ZNS1111M Error retrieving message %d from zemclientV3.cat.\n";
   if (!isOpen() || number == 0 || number > UINT16_MAX) return nullptr;
-  const char* text = catgets(handle_, catalogSet, static_cast<int>(number), absent);
-  return std::strcmp(text, absent) == 0 ? nullptr : text;
+  const char* text = catgets(handle_, CATALOG_SET, static_cast<int>(number), ABSENT);
+  return std::strcmp(text, ABSENT) == 0 ? nullptr : text;
 }
 
 bool nlsObject_t::open(const std::string& directory, const std::string& file, const std::string& language,
                        std::string& englishPath, std::string& languageFailure) {
   close();
   languageFailure.clear();
-  englishPath = directory + "/" + std::string(english) + "/" + file;
-  if (!english_.file.open(openCat(directory, std::string(english), file))) return false;
+  englishPath = directory + "/" + std::string(ENGLISH) + "/" + file;
+  if (!english_.file.open(openCat(directory, std::string(ENGLISH), file))) return false;
 
   const std::string languageName = languageDirectory(language);
-  if (languageName == english) return true;
+  if (languageName == ENGLISH) return true;
   if (!language_.file.open(openCat(directory, languageName, file))) {
     languageFailure = directory + "/" + languageName + "/" + file;
   }
@@ -259,7 +259,7 @@ const NLSMsg* nlsObject_t::readMessage(CachedCatalog& catalog, uint32_t number) 
   if (!message) return nullptr;
 
   std::list<NLSMsg>& cache = catalog.cache;
-  if (cache.size() >= maxCachedMessages) {
+  if (cache.size() >= MAX_CACHED_MESSAGES) {
     TRACE(TR_NLS, "Deleting message: %u from the cache.\n", static_cast<unsigned>(cache.back().number));
     cache.pop_back();
   }

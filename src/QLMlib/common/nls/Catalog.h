@@ -12,7 +12,7 @@
 
 namespace agent {
 
-inline constexpr uint8_t severityNotFound = 255;
+inline constexpr uint8_t SEVERITY_NOT_FOUND = 255;
 
 /// One message as the catalog gave it.
 struct NLSMsg {
@@ -59,7 +59,7 @@ class CatalogFile {
 /// messages in the order of their last use. The caller holds nls_mutex.
 class nlsObject_t {
  public:
-  static constexpr std::size_t maxCachedMessages = 64;
+  static constexpr size_t MAX_CACHED_MESSAGES = 64;
 
   /// Opens <directory>/en_US/<file>, then the language's. Without the latter English serves for everything.
   /// @param languageFailure set to the path of a language catalog that could not be opened

@@ -1,6 +1,7 @@
 #include "QLMlib/common/nls/DateTimeFormat.h"
 
 #include <array>
+#include <cstddef>
 #include <cstdio>
 #include <string_view>
 
@@ -10,15 +11,15 @@
 namespace agent {
 namespace {
 
-constexpr std::array<const char*, 6> dateFormats{"",         "%m/%d/%Y", "%d-%m-%Y",
-                                                 "%Y-%m-%d", "%d.%m.%Y", "%Y.%m.%d"};
-constexpr std::array<const char*, 5> timeFormats{"", "%H:%M:%S", "%H,%M,%S", "%H.%M.%S", "%I:%M:%S%p"};
+constexpr std::array<const char*, 6> DATE_FORMATS{"",         "%m/%d/%Y", "%d-%m-%Y",
+                                                  "%Y-%m-%d", "%d.%m.%Y", "%Y.%m.%d"};
+constexpr std::array<const char*, 5> TIME_FORMATS{"", "%H:%M:%S", "%H,%M,%S", "%H.%M.%S", "%I:%M:%S%p"};
 
 struct NumberMarks {
   char thousands;
   char decimal;
 };
-constexpr std::array<NumberMarks, 7> numberMarks{
+constexpr std::array<NumberMarks, 7> NUMBER_MARKS{
     {{',', '.'}, {',', '.'}, {',', ','}, {' ', ','}, {' ', '.'}, {'.', ','}, {'.', '.'}}};
 
 template <typename Table>
@@ -53,7 +54,7 @@ std::string localeTimeFormat() {
 
 std::string formatTime(const std::string& format, const std::tm& time) {
   std::array<char, 256> text;  // a format longer than this gives an empty text, never a cut one
-  const std::size_t length = std::strftime(text.data(), text.size(), format.c_str(), &time);
+  const size_t length = std::strftime(text.data(), text.size(), format.c_str(), &time);
   return std::string(text.data(), length);
 }
 
@@ -62,18 +63,18 @@ std::string formatTime(const std::string& format, const std::tm& time) {
 int32_t date_fmt = 0;
 int32_t time_fmt = 0;
 int32_t number_fmt = 0;
-std::string date_fmt_str = dateFormats[1];
-std::string time_fmt_str = timeFormats[1];
+std::string date_fmt_str = DATE_FORMATS[1];
+std::string time_fmt_str = TIME_FORMATS[1];
 
 void setFormats(int32_t dateFormat, int32_t timeFormat, int32_t numberFormat) {
-  date_fmt = withinTable(dateFormats, dateFormat);
-  time_fmt = withinTable(timeFormats, timeFormat);
-  number_fmt = withinTable(numberMarks, numberFormat);
+  date_fmt = withinTable(DATE_FORMATS, dateFormat);
+  time_fmt = withinTable(TIME_FORMATS, timeFormat);
+  number_fmt = withinTable(NUMBER_MARKS, numberFormat);
 
-  date_fmt_str = date_fmt == 0 ? localeDateFormat() : dateFormats[static_cast<std::size_t>(date_fmt)];
-  if (date_fmt_str.empty()) date_fmt_str = dateFormats[1];
-  time_fmt_str = time_fmt == 0 ? localeTimeFormat() : timeFormats[static_cast<std::size_t>(time_fmt)];
-  if (time_fmt_str.empty()) time_fmt_str = timeFormats[1];
+  date_fmt_str = date_fmt == 0 ? localeDateFormat() : DATE_FORMATS[static_cast<size_t>(date_fmt)];
+  if (date_fmt_str.empty()) date_fmt_str = DATE_FORMATS[1];
+  time_fmt_str = time_fmt == 0 ? localeTimeFormat() : TIME_FORMATS[static_cast<size_t>(time_fmt)];
+  if (time_fmt_str.empty()) time_fmt_str = TIME_FORMATS[1];
 }
 
 std::string dateText(const std::tm& time) {
@@ -97,16 +98,16 @@ std::string timeStampText(const std::timespec& now) {
 
 std::string numberText(int64_t number) {
   std::string text = std::to_string(number);
-  const std::ptrdiff_t firstDigit = number < 0 ? 1 : 0;
-  const char separator = numberMarks[static_cast<std::size_t>(number_fmt)].thousands;
-  for (auto place = static_cast<std::ptrdiff_t>(text.size()) - 3; place > firstDigit; place -= 3) {
-    text.insert(static_cast<std::size_t>(place), 1, separator);
+  const ptrdiff_t firstDigit = number < 0 ? 1 : 0;
+  const char separator = NUMBER_MARKS[static_cast<size_t>(number_fmt)].thousands;
+  for (auto place = static_cast<ptrdiff_t>(text.size()) - 3; place > firstDigit; place -= 3) {
+    text.insert(static_cast<size_t>(place), 1, separator);
   }
   return text;
 }
 
 char decimalMark() {
-  return numberMarks[static_cast<std::size_t>(number_fmt)].decimal;
+  return NUMBER_MARKS[static_cast<size_t>(number_fmt)].decimal;
 }
 
 }  // namespace agent

@@ -16,7 +16,7 @@
 namespace agent {
 namespace {
 
-constexpr uint8_t severityWarning = 5;
+constexpr uint8_t SEVERITY_WARNING = 5;
 
 void printText(const std::string& text) {
   std::string stamp;
@@ -34,21 +34,21 @@ void writeErrorLog(const std::string& text) {
 }
 
 bool goesToErrorLog(const MessageDescriptor& message) {
-  if ((message.flags & logPrintErrorLog) != 0) return true;
-  if ((message.flags & logPrintBySeverity) == 0) return false;
+  if ((message.flags & LOG_PRINT_ERROR_LOG) != 0) return true;
+  if ((message.flags & LOG_PRINT_BY_SEVERITY) == 0) return false;
   const uint8_t severity = messageSeverity(message.number);
-  return severity >= severityWarning && severity != severityNotFound;
+  return severity >= SEVERITY_WARNING && severity != SEVERITY_NOT_FOUND;
 }
 
 }  // namespace
 
 int nlLogPrintf(const MessageDescriptor& message, std::span<char> buffer) {
   TRACE(TR_EVENT, "nlLogPrintf: msg number = %u\n", message.number);
-  const bool hasInserts = (message.flags & logPrintInserts) != 0;
+  const bool hasInserts = (message.flags & LOG_PRINT_INSERTS) != 0;
   std::string text =
       formatMessage(message.number, message.identifier, hasInserts ? message.inserts : MessageInserts{});
   if (text.empty()) return 0;
-  if ((message.flags & logPrintLineFeed) != 0) text += '\n';
+  if ((message.flags & LOG_PRINT_LINE_FEED) != 0) text += '\n';
 
   if (text.size() >= buffer.size()) {
     TRACE(TR_ERROR, "nlLogPrintf(): msgSize(%d) greater than avail(%d); returning.\n",
@@ -57,7 +57,7 @@ int nlLogPrintf(const MessageDescriptor& message, std::span<char> buffer) {
   }
   std::memcpy(buffer.data(), text.c_str(), text.size() + 1);
 
-  if ((message.flags & logPrintStandardOut) != 0) printText(text);
+  if ((message.flags & LOG_PRINT_STANDARD_OUT) != 0) printText(text);
   if (goesToErrorLog(message)) writeErrorLog(text);
   return static_cast<int>(text.size());
 }

@@ -8,11 +8,12 @@
 namespace agent {
 
 // What is to be done with a message, in this order.
-inline constexpr uint32_t logPrintLineFeed = 1;     // add a line feed to the text
-inline constexpr uint32_t logPrintStandardOut = 2;  // print it on standard output
-inline constexpr uint32_t logPrintErrorLog = 4;     // write it to the error log
-inline constexpr uint32_t logPrintInserts = 8;      // the message has run-time inserts
-inline constexpr uint32_t logPrintBySeverity = 32;  // write it to the error log from severity 5, W, upwards
+inline constexpr uint32_t LOG_PRINT_LINE_FEED = 1;     // add a line feed to the text
+inline constexpr uint32_t LOG_PRINT_STANDARD_OUT = 2;  // print it on standard output
+inline constexpr uint32_t LOG_PRINT_ERROR_LOG = 4;     // write it to the error log
+inline constexpr uint32_t LOG_PRINT_INSERTS = 8;       // the message has run-time inserts
+inline constexpr uint32_t LOG_PRINT_BY_SEVERITY =
+    32;  // write it to the error log from severity 5, W, upwards
 
 struct MessageDescriptor {
   uint32_t number = 0;

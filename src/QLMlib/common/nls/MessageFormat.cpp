@@ -9,35 +9,35 @@
 namespace agent {
 namespace {
 
-constexpr std::string_view insertLetters = "cdeEfgGiopsuxX";
-constexpr std::string_view missingInsert = "<NULL>";
-constexpr std::size_t widthLimit = 512;
+constexpr std::string_view INSERT_LETTERS = "cdeEfgGiopsuxX";
+constexpr std::string_view MISSING_INSERT = "<NULL>";
+constexpr size_t WIDTH_LIMIT = 512;
 
 struct Conversion {
-  std::size_t position = 0;  // number of the insert, from 1; 0: the next one
+  size_t position = 0;  // number of the insert, from 1; 0: the next one
   std::string flags;
-  std::size_t width = 0;
+  size_t width = 0;
   bool hasPrecision = false;
-  std::size_t precision = 0;
+  size_t precision = 0;
   char letter = 0;
 };
 
 /// Reads digits at `at`; a number beyond the limit is held there.
-std::size_t readNumber(std::string_view text, std::size_t& at) {
-  std::size_t number = 0;
+size_t readNumber(std::string_view text, size_t& at) {
+  size_t number = 0;
   for (; at < text.size() && text[at] >= '0' && text[at] <= '9'; ++at) {
-    number = std::min(number * 10 + static_cast<std::size_t>(text[at] - '0'), widthLimit);
+    number = std::min(number * 10 + static_cast<size_t>(text[at] - '0'), WIDTH_LIMIT);
   }
   return number;
 }
 
 /// Reads one conversion; `at` stands behind the percent sign and is left behind the letter. The letter is 0
 /// where the text ends before it.
-Conversion readConversion(std::string_view text, std::size_t& at) {
+Conversion readConversion(std::string_view text, size_t& at) {
   Conversion conversion;
 
-  std::size_t ahead = at;
-  const std::size_t number = readNumber(text, ahead);
+  size_t ahead = at;
+  const size_t number = readNumber(text, ahead);
   if (ahead > at && ahead < text.size() && text[ahead] == '$') {
     conversion.position = number;
     at = ahead + 1;
@@ -58,7 +58,7 @@ Conversion readConversion(std::string_view text, std::size_t& at) {
 
 std::string pad(std::string text, const Conversion& conversion) {
   if (text.size() >= conversion.width) return text;
-  const std::size_t missing = conversion.width - text.size();
+  const size_t missing = conversion.width - text.size();
   if (conversion.flags.find('-') != std::string::npos) return text.append(missing, ' ');
   return text.insert(0, missing, ' ');
 }
@@ -71,10 +71,10 @@ std::string printNumber(const Conversion& conversion, const char* length, char l
   if (conversion.hasPrecision) format += "." + std::to_string(conversion.precision);
   format += length;
   format += letter;
-  std::array<char, 2 * widthLimit + 512> buffer;  // the largest double has 309 digits before its point
+  std::array<char, 2 * WIDTH_LIMIT + 512> buffer;  // the largest double has 309 digits before its point
   const int size = std::snprintf(buffer.data(), buffer.size(), format.c_str(), number);
   if (size < 0) return "";
-  return std::string(buffer.data(), std::min(static_cast<std::size_t>(size), buffer.size() - 1));
+  return std::string(buffer.data(), std::min(static_cast<size_t>(size), buffer.size() - 1));
 }
 
 bool isOneOf(char letter, std::string_view letters) {
@@ -127,9 +127,9 @@ std::string insertItem(const Conversion& conversion, const MessageInsert& insert
 
 std::string insertItems(std::string_view format, const MessageInserts& inserts) {
   std::string text;
-  std::size_t next = 1;
-  for (std::size_t at = 0; at < format.size();) {
-    const std::size_t percent = std::min(format.find('%', at), format.size());
+  size_t next = 1;
+  for (size_t at = 0; at < format.size();) {
+    const size_t percent = std::min(format.find('%', at), format.size());
     text.append(format.substr(at, percent - at));
     if (percent == format.size()) break;
     at = percent + 1;
@@ -137,12 +137,12 @@ std::string insertItems(std::string_view format, const MessageInserts& inserts) 
     const Conversion conversion = readConversion(format, at);
     if (conversion.letter == '%') {
       text += '%';
-    } else if (conversion.letter == 0 || !isOneOf(conversion.letter, insertLetters)) {
+    } else if (conversion.letter == 0 || !isOneOf(conversion.letter, INSERT_LETTERS)) {
       TRACE(TR_MIN, "nlInsertItem: unsupported type %d\n", conversion.letter);
     } else {
-      const std::size_t position = conversion.position != 0 ? conversion.position : next++;
+      const size_t position = conversion.position != 0 ? conversion.position : next++;
       text += position <= inserts.size() ? insertItem(conversion, inserts[position - 1])
-                                         : std::string(missingInsert);
+                                         : std::string(MISSING_INSERT);
     }
   }
   return text;

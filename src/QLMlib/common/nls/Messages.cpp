@@ -20,10 +20,10 @@ std::string zemLocale;
 
 namespace {
 
-constexpr char libraryCatalogName[] = "zemclientV3.cat";
-constexpr std::string_view libraryFamily = "ZNS";
-constexpr uint32_t internalErrorMessage = 263;
-constexpr uint8_t severityError = 6;
+constexpr char LIBRARY_CATALOG_NAME[] = "zemclientV3.cat";
+constexpr std::string_view LIBRARY_FAMILY = "ZNS";
+constexpr uint32_t INTERNAL_ERROR_MESSAGE = 263;
+constexpr uint8_t SEVERITY_ERROR = 6;
 
 nlsObject_t jobCatalogs;
 nlsObject_t libraryCatalogs;
@@ -54,7 +54,7 @@ bool isLibraryNumber(uint32_t number) {
 }
 
 bool isLibraryIdentifier(std::string_view identifier) {
-  return identifier.substr(0, libraryFamily.size()) == libraryFamily;
+  return identifier.substr(0, LIBRARY_FAMILY.size()) == LIBRARY_FAMILY;
 }
 
 nlsObject_t& catalogsOf(bool library) {
@@ -86,7 +86,7 @@ bool openCatalogs(const std::string& catalogName, const std::string& directory) 
     tellStarter(STDERR_FILENO, "ZNS0102W Unable to open the message repository " + languageFailure +
                                    ". The American English repository will be used instead.\n");
   }
-  libraryCatalogs.open(directory, libraryCatalogName, language, englishPath, languageFailure);
+  libraryCatalogs.open(directory, LIBRARY_CATALOG_NAME, language, englishPath, languageFailure);
   return true;
 }
 
@@ -116,9 +116,9 @@ void closeMessages() {
 
 uint8_t messageSeverity(uint32_t number) {
   const CatalogLock lock;
-  if (!lock.held()) return severityError;
+  if (!lock.held()) return SEVERITY_ERROR;
   const NLSMsg* message = catalogsOf(isLibraryNumber(number)).GetMsgOrEnglish(number);
-  return message == nullptr ? severityNotFound : message->severity;
+  return message == nullptr ? SEVERITY_NOT_FOUND : message->severity;
 }
 
 std::string formatMessage(uint32_t number, std::string_view identifier, const MessageInserts& inserts) {
@@ -135,7 +135,7 @@ void issueInternalError(const char* file, unsigned line, const char* text) {
   // What failed may be the very lock that the catalog needs: it is not waited for.
   std::string message = text;
   if (nls_mutex && pkTryMutex(nls_mutex.get()) == 0) {
-    const NLSMsg* entry = libraryCatalogs.GetMsgOrEnglish(internalErrorMessage);
+    const NLSMsg* entry = libraryCatalogs.GetMsgOrEnglish(INTERNAL_ERROR_MESSAGE);
     if (entry != nullptr) {
       message = insertItems(entry->text, {std::string(file), static_cast<uint64_t>(line), std::string(text)});
     }

@@ -12,7 +12,7 @@
 namespace agent {
 namespace {
 
-constexpr MutexPlatform systemPlatform{
+constexpr MutexPlatform SYSTEM_PLATFORM{
     .init = [](pthread_mutex_t* mutex) { return pthread_mutex_init(mutex, nullptr); },
     .lock = pthread_mutex_lock,
     .tryLock = pthread_mutex_trylock,
@@ -20,7 +20,7 @@ constexpr MutexPlatform systemPlatform{
     .destroy = pthread_mutex_destroy,
 };
 
-std::atomic<const MutexPlatform*> platform{&systemPlatform};
+std::atomic<const MutexPlatform*> platform{&SYSTEM_PLATFORM};
 
 bool skipsPlatform() {
   return bIsSingleThread || bInSignalExit;
@@ -33,14 +33,14 @@ int platformInit(MutexDesc* mutex) {
 int platformLock(MutexDesc* mutex) {
   if (skipsPlatform()) return 0;
   const int rc = platform.load()->lock(&mutex->platform);
-  if (rc == EDEADLK) return mutexDeadlock;
-  return rc == 0 ? 0 : mutexFailed;
+  if (rc == EDEADLK) return MUTEX_DEADLOCK;
+  return rc == 0 ? 0 : MUTEX_FAILED;
 }
 
 int platformTry(MutexDesc* mutex) {
   if (skipsPlatform()) return 0;
   const int rc = platform.load()->tryLock(&mutex->platform);
-  if (rc == EBUSY) return mutexBusy;
+  if (rc == EBUSY) return MUTEX_BUSY;
   return rc == 0 ? 0 : -1;
 }
 
@@ -78,7 +78,7 @@ timespec monotonicDeadline(std::chrono::milliseconds limit) {
 }  // namespace
 
 void setMutexPlatform(const MutexPlatform* replacement) {
-  platform = replacement == nullptr ? &systemPlatform : replacement;
+  platform = replacement == nullptr ? &SYSTEM_PLATFORM : replacement;
 }
 
 void MutexDestroyer::operator()(MutexDesc* mutex) const {

@@ -25,9 +25,9 @@ struct MutexDestroyer {
 using MutexHandle = std::unique_ptr<MutexDesc, MutexDestroyer>;
 
 // Results of lock calls.
-inline constexpr int mutexDeadlock = 936;  // the caller holds it already
-inline constexpr int mutexBusy = 932;      // another thread holds it
-inline constexpr int mutexFailed = 102;
+inline constexpr int MUTEX_DEADLOCK = 936;  // the caller holds it already
+inline constexpr int MUTEX_BUSY = 932;      // another thread holds it
+inline constexpr int MUTEX_FAILED = 102;
 
 /// @return a free mutex, or null
 MutexHandle pkCreateMutex();

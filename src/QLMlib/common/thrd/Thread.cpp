@@ -9,7 +9,7 @@
 namespace agent {
 namespace {
 
-constexpr int noDescriptor = 109;
+constexpr int NO_DESCRIPTOR = 109;
 
 std::atomic<pthread_t> notedThread{0};
 std::atomic<pid_t> notedProcess{0};
@@ -60,7 +60,7 @@ pthread_t mainThread() {
 }
 
 int pkStartThread(ThreadDescriptor* descriptor) {
-  if (descriptor == nullptr) return noDescriptor;
+  if (descriptor == nullptr) return NO_DESCRIPTOR;
   TRACE(TR_THREAD, "Starting thread %s\n", descriptor->name);
 
   auto* block = new (std::nothrow) apiThreadstart{descriptor->function, descriptor->argument};

@@ -30,8 +30,8 @@ struct ThreadDescriptor {
   const char* name = "";  // for the trace
   void (*function)(void*) = nullptr;
   void* argument = nullptr;
-  std::size_t stackSize = 0;  // bytes; 0: the system's default
-  pthread_t thread{};         // set by pkStartThread; the caller joins or detaches it
+  size_t stackSize = 0;  // bytes; 0: the system's default
+  pthread_t thread{};    // set by pkStartThread; the caller joins or detaches it
 };
 
 /// @return 0; 109 for a null descriptor; -1 where memory is short; an error number of the system

@@ -9,7 +9,7 @@ namespace agent {
 int makeDirectoryPath(const std::string& directory) {
   if (directory.empty()) return ENOENT;
 
-  for (std::size_t end = 0; end != std::string::npos;) {
+  for (size_t end = 0; end != std::string::npos;) {
     end = directory.find('/', end + 1);
     const std::string part = directory.substr(0, end);
     if (::mkdir(part.c_str(), 0755) == -1 && errno != EEXIST) {

@@ -20,7 +20,7 @@ auto again(Call call) {
   return rc;
 }
 
-constexpr FileSystemCalls systemCalls{
+constexpr FileSystemCalls SYSTEM_CALLS{
     .statfs = [](const char* path,
                  struct statfs* result) { return again([=] { return ::statfs(path, result); }); },
     .stat = [](const char* path, struct stat* result) { return again([=] { return ::stat(path, result); }); },
@@ -29,7 +29,7 @@ constexpr FileSystemCalls systemCalls{
     .openat = [](int directory, const char* name,
                  int flags) { return again([=] { return ::openat(directory, name, flags); }); },
     .getdents64 =
-        [](int directory, void* buffer, std::size_t size) {
+        [](int directory, void* buffer, size_t size) {
           // The C library has had a wrapper only since version 2.30.
           return again(
               [=] { return static_cast<ssize_t>(::syscall(SYS_getdents64, directory, buffer, size)); });
@@ -38,7 +38,7 @@ constexpr FileSystemCalls systemCalls{
                   int flags) { return again([=] { return ::fstatat(directory, name, result, flags); }); },
 };
 
-std::atomic<const FileSystemCalls*> calls{&systemCalls};
+std::atomic<const FileSystemCalls*> calls{&SYSTEM_CALLS};
 
 }  // namespace
 
@@ -47,11 +47,11 @@ const FileSystemCalls& fileSystemCalls() {
 }
 
 const FileSystemCalls& systemFileSystemCalls() {
-  return systemCalls;
+  return SYSTEM_CALLS;
 }
 
 void setFileSystemCalls(const FileSystemCalls* replacement) {
-  calls = replacement == nullptr ? &systemCalls : replacement;
+  calls = replacement == nullptr ? &SYSTEM_CALLS : replacement;
 }
 
 }  // namespace agent

@@ -15,7 +15,7 @@ struct FileSystemCalls {
   int (*stat)(const char* path, struct stat* result);
   int (*lstat)(const char* path, struct stat* result);
   int (*openat)(int directory, const char* name, int flags);
-  ssize_t (*getdents64)(int directory, void* buffer, std::size_t size);
+  ssize_t (*getdents64)(int directory, void* buffer, size_t size);
   int (*fstatat)(int directory, const char* name, struct stat* result, int flags);
 };
 

@@ -21,7 +21,7 @@ namespace agent {
 namespace {
 
 // The calls need little; a thousand hanging threads are not to reserve gigabytes.
-constexpr std::size_t threadStackSize = std::size_t{512} * 1024;
+constexpr size_t THREAD_STACK_SIZE = size_t{512} * 1024;
 
 // ---- The thread ----
 
@@ -67,15 +67,15 @@ void StatFsThread(void* argument) {
   StatExchange& exchange = **owned;
   StatRequest& request = exchange.request;
   for (;;) {
-    if (tryOnTap(exchange.requestRead.get(), TapDirection::receive, 0) != tapDone) {
+    if (tryOnTap(exchange.requestRead.get(), TapDirection::RECEIVE, 0) != TAP_DONE) {
       TRACE(TR_MAX, "StatFsThread: tryOnTap() for RECEIVE failed.\n");  // the caller has closed its end
       return;
     }
     TRACE(TR_MAX, "StatFsThread: just got a tap for (%s)\n", request.path.c_str());
-    performRequest(request, Cancellation::duringCall);
+    performRequest(request, Cancellation::DURING_CALL);
     TRACE(TR_MAX, "StatFsThread: ready to send a tap back for (%s), rc(%d), errno(%d)\n",
           request.path.c_str(), request.rc, request.errCode);
-    if (tryOnTap(exchange.answerWrite.get(), TapDirection::send, 0) != tapDone) {
+    if (tryOnTap(exchange.answerWrite.get(), TapDirection::SEND, 0) != TAP_DONE) {
       TRACE(TR_MIN, "StatFsThread: tryOnTap() for SEND failed.\n");  // too late
       return;
     }
@@ -98,7 +98,7 @@ bool openPipe(OwnedDescriptor& readEnd, OwnedDescriptor& writeEnd) {
 /// must not raise SIGPIPE.
 int startThread(std::shared_ptr<StatExchange>* argument) {
   ThreadDescriptor descriptor{
-      .name = "StatFsThread", .function = StatFsThread, .argument = argument, .stackSize = threadStackSize};
+      .name = "StatFsThread", .function = StatFsThread, .argument = argument, .stackSize = THREAD_STACK_SIZE};
   sigset_t all;
   sigset_t before;
   sigfillset(&all);
@@ -208,16 +208,16 @@ int orInvalid(int error) {
 int tapWithLimit(int descriptor, TapDirection direction, unsigned seconds) {
   errno = 0;
   const int rc = tryOnTap(descriptor, direction, seconds);
-  if (rc == tapDone) return 0;
+  if (rc == TAP_DONE) return 0;
   const int error = orInvalid(errno);
   // The path goes with the exchange once the thread is given up.
-  if (rc == tapTimedOut) {
+  if (rc == TAP_TIMED_OUT) {
     TRACE(TR_MIN, "zemNFSsyscalls: stale mount point for (%s)\n", facility.exchange->request.path.c_str());
   } else {
     TRACE(TR_MIN, "zemNFSsyscalls: tryOnTap() failed, rc(%d), errno(%d)\n", rc, error);
   }
   cleanUp();
-  return rc == tapTimedOut ? ESTALE : error;
+  return rc == TAP_TIMED_OUT ? ESTALE : error;
 }
 
 struct LimitedResult {
@@ -244,9 +244,9 @@ LimitedResult exchangeRequest(unsigned seconds, Fill fill, Take take) {
   fill(request);
 
   facility.answerAwaited = true;
-  int failure = tapWithLimit(facility.exchange->requestWrite.get(), TapDirection::send, seconds);
+  int failure = tapWithLimit(facility.exchange->requestWrite.get(), TapDirection::SEND, seconds);
   if (failure != 0) return {-1, failure};
-  failure = tapWithLimit(facility.exchange->answerRead.get(), TapDirection::receive, seconds);
+  failure = tapWithLimit(facility.exchange->answerRead.get(), TapDirection::RECEIVE, seconds);
   if (failure != 0) return {-1, failure};
   facility.answerAwaited = false;
 
@@ -272,11 +272,11 @@ LimitedResult callWithLimit(int seconds, Fill fill, Take take) {
 /// Copies the answer of an operation of zemNFSsyscalls.
 LimitedResult takeStatus(const StatRequest& request, void* result) {
   switch (request.flag) {
-    case nfsStatfs:
+    case NFS_STATFS:
       std::memcpy(result, &request.fileSystemStatus, sizeof request.fileSystemStatus);
       return {};
-    case nfsStat:
-    case nfsLstat:
+    case NFS_STAT:
+    case NFS_LSTAT:
       std::memcpy(result, &request.status, sizeof request.status);
       return {};
     default:
@@ -286,7 +286,7 @@ LimitedResult takeStatus(const StatRequest& request, void* result) {
 }
 
 void convertStatus(const struct statfs& from, struct statvfs& to) {
-  constexpr unsigned long flagsAreValid = 0x20;  // the kernel's own mark in f_flags
+  constexpr unsigned long FLAGS_ARE_VALID = 0x20;  // the kernel's own mark in f_flags
   to = {};
   to.f_bsize = static_cast<unsigned long>(from.f_bsize);
   to.f_frsize = static_cast<unsigned long>(from.f_frsize != 0 ? from.f_frsize : from.f_bsize);
@@ -296,7 +296,7 @@ void convertStatus(const struct statfs& from, struct statvfs& to) {
   to.f_files = from.f_files;
   to.f_ffree = from.f_ffree;
   to.f_favail = from.f_ffree;
-  to.f_flag = static_cast<unsigned long>(from.f_flags) & ~flagsAreValid;
+  to.f_flag = static_cast<unsigned long>(from.f_flags) & ~FLAGS_ARE_VALID;
   to.f_namemax = static_cast<unsigned long>(from.f_namelen);
   static_assert(sizeof to.f_fsid == sizeof from.f_fsid);
   std::memcpy(&to.f_fsid, &from.f_fsid, sizeof to.f_fsid);
@@ -306,7 +306,7 @@ void convertStatus(const struct statfs& from, struct statvfs& to) {
 
 int zemNFSsyscalls(const char* path, int arg, void* result, int flag, int seconds, int* errCode) {
   // The directory operations have their own functions.
-  if (flag > nfsLstat) flag = -1;
+  if (flag > NFS_LSTAT) flag = -1;
   if (TR_GENERAL || TR_FILEOPS || TR_FS || TR_FSPS) {
     traceWrite(__FILE__, __LINE__, "zemNFSsyscall %s for path %s\n", operationName(flag), path);
   }
@@ -319,7 +319,7 @@ int zemNFSsyscalls(const char* path, int arg, void* result, int flag, int second
   if (seconds <= 0) {
     StatRequest request;
     fill(request);
-    performRequest(request, Cancellation::disabled);
+    performRequest(request, Cancellation::DISABLED);
     outcome = request.rc == 0 ? takeStatus(request, result) : LimitedResult{request.rc, request.errCode};
   } else {
     outcome = callWithLimit(seconds, fill, [result](const StatRequest& r) { takeStatus(r, result); });
@@ -342,7 +342,7 @@ int limitedOpenDirectory(const SharedDirectory& parent, const char* name, int fl
   return callWithLimit(
              seconds,
              [&](StatRequest& request) {
-               request.flag = opOpenDirectory;
+               request.flag = OP_OPEN_DIRECTORY;
                request.arg = allFlags;
                request.path = name;
                request.directory = parent;
@@ -351,20 +351,20 @@ int limitedOpenDirectory(const SharedDirectory& parent, const char* name, int fl
       .errCode;
 }
 
-int limitedReadDirectory(const SharedDirectory& directory, char* buffer, std::size_t size, int seconds,
-                         std::size_t& bytes) {
+int limitedReadDirectory(const SharedDirectory& directory, char* buffer, size_t size, int seconds,
+                         size_t& bytes) {
   bytes = 0;
   if (!directory) return EBADF;
   if (seconds <= 0) {
     const ssize_t rc = fileSystemCalls().getdents64(directory->get(), buffer, size);
     if (rc < 0) return errno;
-    bytes = static_cast<std::size_t>(rc);
+    bytes = static_cast<size_t>(rc);
     return 0;
   }
   return callWithLimit(
              seconds,
              [&](StatRequest& request) {
-               request.flag = opReadDirectory;
+               request.flag = OP_READ_DIRECTORY;
                request.path.clear();
                request.directory = directory;
                request.entries.resize(size);
@@ -385,7 +385,7 @@ int limitedStatAt(const SharedDirectory& directory, const char* name, int flags,
   return callWithLimit(
              seconds,
              [&](StatRequest& request) {
-               request.flag = opStatAt;
+               request.flag = OP_STAT_AT;
                request.arg = flags;
                request.path = name;
                request.directory = directory;
@@ -397,7 +397,7 @@ int limitedStatAt(const SharedDirectory& directory, const char* name, int flags,
 int limitedStatvfs(const char* path, int seconds, struct statvfs& result) {
   struct statfs status {};
   int errCode = 0;
-  if (zemNFSsyscalls(path, 0, &status, nfsStatfs, seconds, &errCode) != 0) return errCode;
+  if (zemNFSsyscalls(path, 0, &status, NFS_STATFS, seconds, &errCode) != 0) return errCode;
   convertStatus(status, result);
   return 0;
 }

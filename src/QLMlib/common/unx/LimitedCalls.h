@@ -34,8 +34,8 @@ int limitedOpenDirectory(const SharedDirectory& parent, const char* name, int fl
 
 /// getdents64(2): as many whole entries (linux_dirent64) as fit.
 /// @param bytes how many of `buffer` were filled; 0 at the end of the directory
-int limitedReadDirectory(const SharedDirectory& directory, char* buffer, std::size_t size, int seconds,
-                         std::size_t& bytes);
+int limitedReadDirectory(const SharedDirectory& directory, char* buffer, size_t size, int seconds,
+                         size_t& bytes);
 
 /// fstatat(2).
 /// @param directory null: `name` is a path of its own
@@ -47,10 +47,10 @@ int limitedStatAt(const SharedDirectory& directory, const char* name, int flags,
 int limitedStatvfs(const char* path, int seconds, struct statvfs& result);
 
 // Operations of zemNFSsyscalls, with the type of their result.
-inline constexpr int nfsStatfs = 0;   // struct statfs
-inline constexpr int nfsStatvfs = 1;  // none: always fails with EINVAL
-inline constexpr int nfsStat = 2;     // struct stat
-inline constexpr int nfsLstat = 3;    // struct stat
+inline constexpr int NFS_STATFS = 0;   // struct statfs
+inline constexpr int NFS_STATVFS = 1;  // none: always fails with EINVAL
+inline constexpr int NFS_STAT = 2;     // struct stat
+inline constexpr int NFS_LSTAT = 3;    // struct stat
 
 /// The same by the operation's number.
 /// @param arg not used

@@ -37,14 +37,14 @@ int writeAll(int descriptor, std::string_view bytes, off_t position) {
       return errno;
     }
     if (written == 0) return ENOSPC;  // no progress and no reason: end it rather than spin
-    bytes.remove_prefix(static_cast<std::size_t>(written));
+    bytes.remove_prefix(static_cast<size_t>(written));
     if (position != -1) position += written;
   }
   return 0;
 }
 
-ssize_t readAt(int descriptor, char* buffer, std::size_t size, off_t position) {
-  std::size_t done = 0;
+ssize_t readAt(int descriptor, char* buffer, size_t size, off_t position) {
+  size_t done = 0;
   while (done < size) {
     const ssize_t got = ::pread(descriptor, buffer + done, size - done, position + static_cast<off_t>(done));
     if (got == -1) {
@@ -52,7 +52,7 @@ ssize_t readAt(int descriptor, char* buffer, std::size_t size, off_t position) {
       return -1;
     }
     if (got == 0) break;
-    done += static_cast<std::size_t>(got);
+    done += static_cast<size_t>(got);
   }
   return static_cast<ssize_t>(done);
 }

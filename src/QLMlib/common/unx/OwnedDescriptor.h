@@ -43,6 +43,6 @@ int writeAll(int descriptor, std::string_view bytes, off_t position = -1);
 
 /// Reads up to `size` bytes from `position`, short only at the end of the file.
 /// @return bytes read, or -1 and errno
-ssize_t readAt(int descriptor, char* buffer, std::size_t size, off_t position);
+ssize_t readAt(int descriptor, char* buffer, size_t size, off_t position);
 
 }  // namespace agent

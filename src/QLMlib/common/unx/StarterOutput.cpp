@@ -20,14 +20,14 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-enum class Kind { file, pipe, socket, terminal };
+enum class Kind { FILE, PIPE, SOCKET, TERMINAL };
 
 Kind kindOf(int descriptor) {
   struct stat status;
-  if (::fstat(descriptor, &status) != 0) return Kind::file;  // the write will tell
-  if (S_ISFIFO(status.st_mode)) return Kind::pipe;
-  if (S_ISSOCK(status.st_mode)) return Kind::socket;
-  return ::isatty(descriptor) == 1 ? Kind::terminal : Kind::file;
+  if (::fstat(descriptor, &status) != 0) return Kind::FILE;  // the write will tell
+  if (S_ISFIFO(status.st_mode)) return Kind::PIPE;
+  if (S_ISSOCK(status.st_mode)) return Kind::SOCKET;
+  return ::isatty(descriptor) == 1 ? Kind::TERMINAL : Kind::FILE;
 }
 
 /// A descriptor of the starter's, written to without waiting and without a change to it.
@@ -41,23 +41,23 @@ Kind kindOf(int descriptor) {
 class ReaderEnd {
  public:
   explicit ReaderEnd(int descriptor) : descriptor_(descriptor), kind_(kindOf(descriptor)) {
-    if (kind_ != Kind::pipe && kind_ != Kind::terminal) return;
+    if (kind_ != Kind::PIPE && kind_ != Kind::TERMINAL) return;
     own_ =
         openFile(("/proc/self/fd/" + std::to_string(descriptor)).c_str(), O_WRONLY | O_NONBLOCK | O_NOCTTY);
   }
 
   /// @return bytes written, or -1 and errno; EAGAIN where there is no room now
   ssize_t writeSome(std::string_view text) const {
-    if (kind_ == Kind::socket) {
+    if (kind_ == Kind::SOCKET) {
       return ::send(descriptor_, text.data(), text.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
     }
     if (own_) return ::write(own_.get(), text.data(), text.size());
-    if (kind_ == Kind::file) return ::write(descriptor_, text.data(), text.size());
+    if (kind_ == Kind::FILE) return ::write(descriptor_, text.data(), text.size());
     if (!waitForRoom(std::chrono::milliseconds::zero())) {
       errno = EAGAIN;
       return -1;
     }
-    const size_t promised = kind_ == Kind::pipe ? PIPE_BUF : 1;
+    const size_t promised = kind_ == Kind::PIPE ? PIPE_BUF : 1;
     return ::write(descriptor_, text.data(), std::min(text.size(), promised));
   }
 

@@ -15,7 +15,7 @@ struct CallArguments {
   int descriptor;
   const char* path;
   void* result;
-  std::size_t size;
+  size_t size;
   int arg;
 };
 using Call = ssize_t (*)(const CallArguments&);
@@ -59,19 +59,19 @@ ssize_t openDirectory(StatRequest& request) {
 
 const char* operationName(int flag) {
   switch (flag) {
-    case nfsStatfs:
+    case NFS_STATFS:
       return "statfs";
-    case nfsStatvfs:
+    case NFS_STATVFS:
       return "statvfs";
-    case nfsStat:
+    case NFS_STAT:
       return "stat";
-    case nfsLstat:
+    case NFS_LSTAT:
       return "lstat";
-    case opOpenDirectory:
+    case OP_OPEN_DIRECTORY:
       return "openat";
-    case opReadDirectory:
+    case OP_READ_DIRECTORY:
       return "getdents64";
-    case opStatAt:
+    case OP_STAT_AT:
       return "fstatat";
     default:
       return "unknown";
@@ -87,22 +87,22 @@ void performRequest(StatRequest& request, Cancellation cancellation) {
                           .arg = request.arg};
   Call call = nullptr;
   switch (request.flag) {
-    case nfsStatfs:
+    case NFS_STATFS:
       call = callStatfs;
       arguments.result = &request.fileSystemStatus;
       break;
-    case nfsStat:
+    case NFS_STAT:
       call = callStat;
       break;
-    case nfsLstat:
+    case NFS_LSTAT:
       call = callLstat;
       break;
-    case opReadDirectory:
+    case OP_READ_DIRECTORY:
       call = callReadDirectory;
       arguments.result = request.entries.data();
       arguments.size = request.entries.size();
       break;
-    case opStatAt:
+    case OP_STAT_AT:
       call = callStatAt;
       break;
     default:
@@ -111,16 +111,16 @@ void performRequest(StatRequest& request, Cancellation cancellation) {
 
   errno = 0;
   ssize_t rc = -1;
-  if (request.flag == opOpenDirectory) {
+  if (request.flag == OP_OPEN_DIRECTORY) {
     rc = openDirectory(request);
   } else if (call == nullptr) {
     errno = EINVAL;
   } else {
-    rc = cancellation == Cancellation::duringCall ? callCancellably(call, arguments) : call(arguments);
+    rc = cancellation == Cancellation::DURING_CALL ? callCancellably(call, arguments) : call(arguments);
   }
   request.errCode = rc < 0 ? errno : 0;
   request.rc = rc < 0 ? -1 : 0;
-  request.entryBytes = request.flag == opReadDirectory && rc > 0 ? static_cast<std::size_t>(rc) : 0;
+  request.entryBytes = request.flag == OP_READ_DIRECTORY && rc > 0 ? static_cast<size_t>(rc) : 0;
 }
 
 }  // namespace agent

@@ -15,9 +15,9 @@
 namespace agent {
 
 // The operations that a request may ask for: those of zemNFSsyscalls and three on directories.
-inline constexpr int opOpenDirectory = 4;
-inline constexpr int opReadDirectory = 5;
-inline constexpr int opStatAt = 6;
+inline constexpr int OP_OPEN_DIRECTORY = 4;
+inline constexpr int OP_READ_DIRECTORY = 5;
+inline constexpr int OP_STAT_AT = 6;
 
 /// The operation's name for the trace, "unknown" for one that is none.
 const char* operationName(int flag);
@@ -33,13 +33,13 @@ struct StatRequest {
   struct statfs fileSystemStatus {};
   struct stat status {};
   OwnedDescriptor opened;
-  std::vector<char> entries;   // as large as the caller's buffer
-  std::size_t entryBytes = 0;  // how much of it was filled
+  std::vector<char> entries;  // as large as the caller's buffer
+  size_t entryBytes = 0;      // how much of it was filled
 
   int directoryDescriptor() const { return directory ? directory->get() : AT_FDCWD; }
 };
 
-enum class Cancellation { disabled, duringCall };
+enum class Cancellation { DISABLED, DURING_CALL };
 
 /// Does a request and notes its result and error. An operation that is none fails with EINVAL.
 /// @param cancellation duringCall only on a thread of its own, with cancellation disabled and its type

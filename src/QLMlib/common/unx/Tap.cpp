@@ -13,8 +13,8 @@
 namespace agent {
 namespace {
 
-constexpr int64_t nanosecondsPerSecond = 1'000'000'000;
-constexpr int64_t nanosecondsPerMillisecond = 1'000'000;
+constexpr int64_t NANOSECONDS_PER_SECOND = 1'000'000'000;
+constexpr int64_t NANOSECONDS_PER_MILLISECOND = 1'000'000;
 
 std::timespec monotonicNow() {
   std::timespec now{};
@@ -24,14 +24,14 @@ std::timespec monotonicNow() {
 
 int64_t nanosecondsSince(const std::timespec& start) {
   const std::timespec now = monotonicNow();
-  return (now.tv_sec - start.tv_sec) * nanosecondsPerSecond + now.tv_nsec - start.tv_nsec;
+  return (now.tv_sec - start.tv_sec) * NANOSECONDS_PER_SECOND + now.tv_nsec - start.tv_nsec;
 }
 
 /// What poll(2) may wait: the rest of the limit, rounded up so that no wait ends just before it.
 int remainingMilliseconds(const std::timespec& start, unsigned seconds) {
   if (seconds == 0) return -1;
-  const int64_t left = seconds * nanosecondsPerSecond - nanosecondsSince(start);
-  const int64_t milliseconds = (left + nanosecondsPerMillisecond - 1) / nanosecondsPerMillisecond;
+  const int64_t left = seconds * NANOSECONDS_PER_SECOND - nanosecondsSince(start);
+  const int64_t milliseconds = (left + NANOSECONDS_PER_MILLISECOND - 1) / NANOSECONDS_PER_MILLISECOND;
   return static_cast<int>(std::clamp<int64_t>(milliseconds, 0, INT_MAX));
 }
 
@@ -39,7 +39,7 @@ int remainingMilliseconds(const std::timespec& start, unsigned seconds) {
 int moveByte(int descriptor, TapDirection direction) {
   char tap = 0;
   errno = 0;
-  const bool sends = direction == TapDirection::send;
+  const bool sends = direction == TapDirection::SEND;
   const ssize_t rc = sends ? ::write(descriptor, &tap, 1) : ::read(descriptor, &tap, 1);
   if (rc == 1) return 1;
   if (errno == EAGAIN || errno == EINTR) return 0;
@@ -52,13 +52,13 @@ int moveByte(int descriptor, TapDirection direction) {
 
 int tryOnTap(int descriptor, TapDirection direction, unsigned seconds) {
   const std::timespec start = seconds != 0 ? monotonicNow() : std::timespec{};
-  const bool sends = direction == TapDirection::send;
+  const bool sends = direction == TapDirection::SEND;
   TRACE(TR_MAX, "tryOnTap: for %s on descriptor %d. bWaitForever(%s), sec(%u)\n",
         sends ? "SENDING" : "RECEIVING", descriptor, seconds == 0 ? "YES" : "NO", seconds);
   if (descriptor == -1) {
     TRACE(TR_MIN, "tryOnTap: undefined descriptor!\n");
     errno = EBADF;
-    return tapFailed;
+    return TAP_FAILED;
   }
 
   for (;;) {
@@ -67,13 +67,13 @@ int tryOnTap(int descriptor, TapDirection direction, unsigned seconds) {
     const int ready = ::poll(&wait, 1, remainingMilliseconds(start, seconds));
     if (ready == -1 && errno != EINTR) {
       TRACE(TR_MIN, "tryOnTap: has detected error %d on %d\n", errno, descriptor);
-      return tapFailed;
+      return TAP_FAILED;
     }
     if (ready <= 0) {
       if (ready == -1) TRACE(TR_MAX, "tryOnTap: EINTR has been detected. Continue listening...\n");
-      if (seconds != 0 && checkElapsedTime(start, seconds) == tapTimedOut) {
+      if (seconds != 0 && checkElapsedTime(start, seconds) == TAP_TIMED_OUT) {
         TRACE(TR_MIN, "tryOnTap: is timed out!\n");
-        return tapTimedOut;
+        return TAP_TIMED_OUT;
       }
       TRACE(TR_MAX, "tryOnTap: continue listening...\n");
       continue;
@@ -83,13 +83,13 @@ int tryOnTap(int descriptor, TapDirection direction, unsigned seconds) {
       TRACE(TR_MIN, "tryOnTap: failed! Descriptor %d is not ready for %s of a tap.\n", descriptor,
             sends ? "SENDING" : "RECEIVING");
       errno = (wait.revents & POLLNVAL) != 0 ? EBADF : EPIPE;
-      return tapFailed;
+      return TAP_FAILED;
     }
     const int moved = moveByte(descriptor, direction);
-    if (moved == -1) return tapFailed;
+    if (moved == -1) return TAP_FAILED;
     if (moved == 1) {
       TRACE(TR_MAX, "tryOnTap: OK. %s succeeded on (%d).\n", sends ? "SENDING" : "RECEIVING", descriptor);
-      return tapDone;
+      return TAP_DONE;
     }
   }
 }
@@ -98,13 +98,13 @@ int checkElapsedTime(const std::timespec& start, unsigned seconds) {
   const int64_t spent = nanosecondsSince(start);
   if (spent < 0) {
     TRACE(TR_MIN, "checkElapsedTime: incorrect parameters passed(curTime less than startTime!)\n");
-    return tapTimedOut;
+    return TAP_TIMED_OUT;
   }
-  const bool timedOut = spent >= static_cast<int64_t>(seconds) * nanosecondsPerSecond;
+  const bool timedOut = spent >= static_cast<int64_t>(seconds) * NANOSECONDS_PER_SECOND;
   TRACE(TR_MAX, "checkElapsedTime: returns %s, spentSec(%ld), spentUsec(%ld)\n",
-        timedOut ? "TIMEOUT" : "CONTINUE", static_cast<long>(spent / nanosecondsPerSecond),
-        static_cast<long>(spent % nanosecondsPerSecond / 1000));
-  return timedOut ? tapTimedOut : tapTimeLeft;
+        timedOut ? "TIMEOUT" : "CONTINUE", static_cast<long>(spent / NANOSECONDS_PER_SECOND),
+        static_cast<long>(spent % NANOSECONDS_PER_SECOND / 1000));
+  return timedOut ? TAP_TIMED_OUT : TAP_TIME_LEFT;
 }
 
 }  // namespace agent

@@ -5,12 +5,12 @@
 namespace agent {
 
 // Results of a wait.
-inline constexpr int tapDone = 0;
-inline constexpr int tapTimeLeft = 140;
-inline constexpr int tapTimedOut = 964;
-inline constexpr int tapFailed = -1;
+inline constexpr int TAP_DONE = 0;
+inline constexpr int TAP_TIME_LEFT = 140;
+inline constexpr int TAP_TIMED_OUT = 964;
+inline constexpr int TAP_FAILED = -1;
 
-enum class TapDirection { receive = 0, send = 1 };
+enum class TapDirection { RECEIVE = 0, SEND = 1 };
 
 /// Sends or receives one byte, the signal between two threads, on the non-blocking end of a pipe.
 /// @param seconds limit on the monotonic clock, from the call on; 0: wait for ever

@@ -9,28 +9,28 @@
 namespace agent {
 namespace {
 
-constexpr int32_t warning = 4;
-constexpr int32_t severeWarning = 8;
-constexpr int32_t error = 12;
+constexpr int32_t WARNING = 4;
+constexpr int32_t SEVERE_WARNING = 8;
+constexpr int32_t ERROR = 12;
 
-constexpr uint32_t auditLogMessage = 250;
-constexpr uint32_t internalErrorMessage = 263;
+constexpr uint32_t AUDIT_LOG_MESSAGE = 250;
+constexpr uint32_t INTERNAL_ERROR_MESSAGE = 263;
 
-constexpr char acquireFailure[] = "Unable to acquire global rc mutex\n";
-constexpr char releaseFailure[] = "Unable to release global rc mutex\n";
+constexpr char ACQUIRE_FAILURE[] = "Unable to acquire global rc mutex\n";
+constexpr char RELEASE_FAILURE[] = "Unable to release global rc mutex\n";
 
 /// Messages that count 4 whatever severity the catalog gives them.
 bool isFixedWarning(uint32_t msgNum) {
-  static constexpr std::array<uint32_t, 34> numbers{
+  static constexpr std::array<uint32_t, 34> NUMBERS{
       201, 202, 203, 204, 206, 207, 208, 209, 210, 212, 214, 215, 218, 219, 220, 221, 222,
       223, 230, 235, 249, 251, 252, 253, 254, 255, 256, 257, 258, 259, 260, 261, 262, 266};
-  return std::find(numbers.begin(), numbers.end(), msgNum) != numbers.end();
+  return std::find(NUMBERS.begin(), NUMBERS.end(), msgNum) != NUMBERS.end();
 }
 
 int32_t returnCodeOfSeverity(uint8_t severity) {
   // Z, T, R, K, I, W, E, S, L, 9. K counts with the errors, above W: that is no slip.
-  static constexpr std::array<int32_t, 10> codes{0, 0, 0, error, 0, severeWarning, error, error, 0, 0};
-  return severity < codes.size() ? codes[severity] : 0;
+  static constexpr std::array<int32_t, 10> CODES{0, 0, 0, ERROR, 0, SEVERE_WARNING, ERROR, ERROR, 0, 0};
+  return severity < CODES.size() ? CODES[severity] : 0;
 }
 
 }  // namespace
@@ -61,11 +61,11 @@ bool GlobalRC::set(uint32_t msgNum) {
 }
 
 int32_t GlobalRC::returnCodeOf(uint32_t msgNum) const {
-  if (isFixedWarning(msgNum)) return warning;
-  if (msgNum == internalErrorMessage) return error;
-  if (msgNum == auditLogMessage) {
-    if (!TEST_AUDITLOGRC) return error;
-    return TEST_AUDITLOGRC.value >= 1 ? TEST_AUDITLOGRC.value.load() : severeWarning;
+  if (isFixedWarning(msgNum)) return WARNING;
+  if (msgNum == INTERNAL_ERROR_MESSAGE) return ERROR;
+  if (msgNum == AUDIT_LOG_MESSAGE) {
+    if (!TEST_AUDITLOGRC) return ERROR;
+    return TEST_AUDITLOGRC.value >= 1 ? TEST_AUDITLOGRC.value.load() : SEVERE_WARNING;
   }
   return services_.severity == nullptr ? 0 : returnCodeOfSeverity(services_.severity(msgNum));
 }
@@ -88,15 +88,15 @@ void GlobalRC::traceFields(const char* when) const {
 
 bool GlobalRC::acquire() {
   if (pkAcquireMutex(mutex_.get()) == 0) return true;
-  TRACE(TR_EXTRC, acquireFailure);
-  if (services_.internalError != nullptr) services_.internalError(__FILE__, __LINE__, acquireFailure);
+  TRACE(TR_EXTRC, ACQUIRE_FAILURE);
+  if (services_.internalError != nullptr) services_.internalError(__FILE__, __LINE__, ACQUIRE_FAILURE);
   return false;
 }
 
 bool GlobalRC::release() {
   if (pkReleaseMutex(mutex_.get()) == 0) return true;
-  TRACE(TR_EXTRC, releaseFailure);
-  if (services_.internalError != nullptr) services_.internalError(__FILE__, __LINE__, releaseFailure);
+  TRACE(TR_EXTRC, RELEASE_FAILURE);
+  if (services_.internalError != nullptr) services_.internalError(__FILE__, __LINE__, RELEASE_FAILURE);
   return false;
 }
 

@@ -15,9 +15,9 @@
 namespace agent {
 namespace {
 
-constexpr std::size_t pathLimit = 1024;
-constexpr int writeFailed = 621;
-constexpr int closeFailed = 10;
+constexpr size_t PATH_LIMIT = 1024;
+constexpr int WRITE_FAILED = 621;
+constexpr int CLOSE_FAILED = 10;
 
 }  // namespace
 
@@ -29,7 +29,7 @@ LogFile::LogFile(LogFileSettings settings) : settings_(std::move(settings)) {}
 
 int LogFile::open() {
   const std::string& path = settings_.path;
-  if (path.empty() || path.size() >= pathLimit) {
+  if (path.empty() || path.size() >= PATH_LIMIT) {
     lastErrno_ = path.empty() ? ENOENT : ENAMETOOLONG;
     return -1;
   }
@@ -41,7 +41,7 @@ int LogFile::open() {
     lastErrno_ = ring_.open(path, settings_.wrapSize);
     if (lastErrno_ != 0) ring_.close();
   } else {
-    if (exists && settings_.retentionDays != keepForEver) pruneLog(settings_);
+    if (exists && settings_.retentionDays != KEEP_FOR_EVER) pruneLog(settings_);
     // A name that is a pipe must not hang the job: opening one that nobody reads fails.
     descriptor_ = openFile(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_NONBLOCK, 0666);
     lastErrno_ = descriptor_ ? 0 : errno;
@@ -51,7 +51,7 @@ int LogFile::open() {
 
 int LogFile::createDirectories() {
   const std::string& path = settings_.path;
-  const std::size_t slash = path.rfind('/');
+  const size_t slash = path.rfind('/');
   if (slash == std::string::npos || slash == 0) return 0;
   const int reason = makeDirectoryPath(path.substr(0, slash));
   if (reason == 0) return 0;
@@ -67,7 +67,7 @@ int LogFile::write(std::string_view text) {
   } else {
     lastErrno_ = descriptor_ ? writeAll(descriptor_.get(), text) : EBADF;
   }
-  return lastErrno_ == 0 ? 0 : writeFailed;
+  return lastErrno_ == 0 ? 0 : WRITE_FAILED;
 }
 
 int LogFile::close() {
@@ -75,7 +75,7 @@ int LogFile::close() {
   const int failure = descriptor_.close();
   if (failure == 0 && ringFailure == 0) return 0;
   lastErrno_ = failure != 0 ? failure : ringFailure;
-  return closeFailed;
+  return CLOSE_FAILED;
 }
 
 }  // namespace agent

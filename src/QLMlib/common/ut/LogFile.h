@@ -19,7 +19,7 @@ struct LogFileSettings {
 };
 
 /// The setting of retentionDays that keeps lines for ever.
-inline constexpr uint32_t keepForEver = 10000;
+inline constexpr uint32_t KEEP_FOR_EVER = 10000;
 
 /// One log file of the runtime library.
 ///

@@ -20,10 +20,10 @@
 namespace agent {
 namespace {
 
-constexpr char temporaryName[] = "zemprune.log";
-constexpr std::size_t dateColumns = 10;
-constexpr long shortestSaveFile = 8;
-constexpr double secondsPerDay = 86400;
+constexpr char TEMPORARY_NAME[] = "zemprune.log";
+constexpr size_t DATE_COLUMNS = 10;
+constexpr long SHORTEST_SAVE_FILE = 8;
+constexpr double SECONDS_PER_DAY = 86400;
 
 struct StreamCloser {
   void operator()(std::FILE* stream) const { std::fclose(stream); }
@@ -37,14 +37,14 @@ void issue(uint32_t number, std::string_view identifier, const std::string& subj
 
 /// Age of a line in days; false for a line without a date.
 bool lineAge(std::string_view line, std::time_t now, double& days) {
-  if (line.size() < dateColumns) return false;
-  const std::string date(line.substr(0, dateColumns));
+  if (line.size() < DATE_COLUMNS) return false;
+  const std::string date(line.substr(0, DATE_COLUMNS));
   std::tm time{};
   time.tm_isdst = -1;
   if (::strptime(date.c_str(), date_fmt_str.c_str(), &time) == nullptr) return false;
   const std::time_t written = std::mktime(&time);
   if (written == -1) return false;
-  days = std::difftime(now, written) / secondsPerDay;
+  days = std::difftime(now, written) / SECONDS_PER_DAY;
   return true;
 }
 
@@ -76,7 +76,7 @@ class Pruner {
 
   bool openTemporary() {
     // Two programs that prune logs of one directory must not share the file: the second leaves its log alone.
-    const std::string path = directory_ + temporaryName;
+    const std::string path = directory_ + TEMPORARY_NAME;
     temporary_.reset(std::fopen(path.c_str(), "ae"));
     if (temporary_ && ::flock(::fileno(temporary_.get()), LOCK_EX | LOCK_NB) == 0 && stillBears(path) &&
         ::ftruncate(::fileno(temporary_.get()), 0) == 0) {
@@ -117,12 +117,12 @@ class Pruner {
   bool copyLines() {
     const std::time_t now = std::time(nullptr);
     char* buffer = nullptr;
-    std::size_t capacity = 0;
+    size_t capacity = 0;
     bool keeping = false;
     bool written = true;
     for (ssize_t length; written && (length = ::getline(&buffer, &capacity, log_.get())) != -1;) {
       ++processed_;
-      const std::string_view line(buffer, static_cast<std::size_t>(length));
+      const std::string_view line(buffer, static_cast<size_t>(length));
       double days = 0;
       keeping = keeping || (lineAge(line, now, days) && days < settings_.retentionDays);
       if (!keeping) ++pruned_;
@@ -136,7 +136,7 @@ class Pruner {
     }
     const int reason = errno;
     TRACE(TR_MIN, "error writing to temp pruning file.\nerrno = %d, %s\n", reason, std::strerror(reason));
-    issue(265, "ZNS0265E", directory_ + temporaryName, reason);
+    issue(265, "ZNS0265E", directory_ + TEMPORARY_NAME, reason);
     removeTemporary();
     return false;
   }
@@ -145,7 +145,7 @@ class Pruner {
   void putBack() {
     if (pruned_ == 0) return removeTemporary();
     struct stat status;
-    const std::string path = directory_ + temporaryName;
+    const std::string path = directory_ + TEMPORARY_NAME;
     if (::fstat(::fileno(log_.get()), &status) == 0 &&
         ::fchmod(::fileno(temporary_.get()), status.st_mode & 07777) == 0 &&
         std::rename(path.c_str(), settings_.path.c_str()) == 0) {
@@ -160,7 +160,7 @@ class Pruner {
   }
 
   void removeTemporary() {
-    const std::string path = directory_ + temporaryName;
+    const std::string path = directory_ + TEMPORARY_NAME;
     if (::unlink(path.c_str()) == 0) return;
     TRACE(TR_MIN, "Couldn't remove temporary pruning file %s. rc = %d\n", path.c_str(), errno);
     issue(265, "ZNS0265E", path, errno);
@@ -171,7 +171,7 @@ class Pruner {
     save_.reset();
     const std::string path = directory_ + settings_.saveFile;
     struct stat status;
-    if (::stat(path.c_str(), &status) == 0 && status.st_size < shortestSaveFile &&
+    if (::stat(path.c_str(), &status) == 0 && status.st_size < SHORTEST_SAVE_FILE &&
         ::unlink(path.c_str()) == 0) {
       TRACE(TR_GENERAL, "Empty prune log deleted from directory\n");
     }

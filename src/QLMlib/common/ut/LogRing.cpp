@@ -17,14 +17,14 @@ namespace agent {
 namespace {
 
 // These stand in files.
-constexpr std::string_view headerWord = "LOGHEADERREC ";
-constexpr std::size_t nextWriteColumns = 12;
-constexpr std::size_t wrapSizeColumns = 10;
-constexpr std::size_t headerLimit = 512;
+constexpr std::string_view HEADER_WORD = "LOGHEADERREC ";
+constexpr size_t NEXT_WRITE_COLUMNS = 12;
+constexpr size_t WRAP_SIZE_COLUMNS = 10;
+constexpr size_t HEADER_LIMIT = 512;
 
-constexpr uint64_t shortestLine = 128;  // a ring that can't hold this much is none
+constexpr uint64_t SHORTEST_LINE = 128;  // a ring that can't hold this much is none
 
-std::string padded(uint64_t number, std::size_t width) {
+std::string padded(uint64_t number, size_t width) {
   std::string text = std::to_string(number);
   if (text.size() < width) text.append(width - text.size(), ' ');
   return text;
@@ -34,7 +34,7 @@ bool takeNumber(std::string_view& text, uint64_t& number) {
   text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
   if (error != std::errc()) return false;
-  text.remove_prefix(static_cast<std::size_t>(end - text.data()));
+  text.remove_prefix(static_cast<size_t>(end - text.data()));
   return true;
 }
 
@@ -48,31 +48,32 @@ int readWhole(int descriptor, std::string& bytes) {
   struct stat status;
   if (::fstat(descriptor, &status) == -1) return errno;
   if (!S_ISREG(status.st_mode)) return EINVAL;
-  bytes.resize(static_cast<std::size_t>(status.st_size));
+  bytes.resize(static_cast<size_t>(status.st_size));
   const ssize_t got = readAt(descriptor, bytes.data(), bytes.size(), 0);
   if (got == -1) return errno;
-  bytes.resize(static_cast<std::size_t>(got));
+  bytes.resize(static_cast<size_t>(got));
   return 0;
 }
 
 std::string_view withoutFirstLine(std::string_view text) {
-  const std::size_t end = text.find('\n');
+  const size_t end = text.find('\n');
   return end == std::string_view::npos ? std::string_view() : text.substr(end + 1);
 }
 
 }  // namespace
 
 bool LogRing::parseHeader(std::string_view bytes, Header& header) {
-  const std::size_t end = bytes.substr(0, headerLimit).find('\n');
-  if (end == std::string_view::npos || bytes.substr(0, headerWord.size()) != headerWord) return false;
+  const size_t end = bytes.substr(0, HEADER_LIMIT).find('\n');
+  if (end == std::string_view::npos || bytes.substr(0, HEADER_WORD.size()) != HEADER_WORD) return false;
   header.length = end + 1;
-  std::string_view line = bytes.substr(headerWord.size(), end - headerWord.size());
+  std::string_view line = bytes.substr(HEADER_WORD.size(), end - HEADER_WORD.size());
   return takeNumber(line, header.nextWrite) && takeNumber(line, header.wrapSize);
 }
 
 std::string LogRing::headerLine(uint64_t nextWrite) const {
-  return std::string(headerWord) + padded(nextWrite, nextWriteColumns) + padded(wrapSize_, wrapSizeColumns) +
-         " " + productName + " " + productVersion + "   Build date: " + buildDate() + "\n";
+  return std::string(HEADER_WORD) + padded(nextWrite, NEXT_WRITE_COLUMNS) +
+         padded(wrapSize_, WRAP_SIZE_COLUMNS) + " " + PRODUCT_NAME + " " + PRODUCT_VERSION +
+         "   Build date: " + buildDate() + "\n";
 }
 
 /// Behind the header line and the blank line after it.
@@ -95,15 +96,15 @@ int LogRing::open(const std::string& path, uint32_t wrapSize) {
   wrapSize_ = wrapSize;
   wrapMark_ = markText(216, "ZNS0216T", "--- Continued at the beginning of the file ---");
   endMark_ = markText(217, "ZNS0217T", "--- End of data ---") + "\n";
-  if (largestWrite() < shortestLine) return EINVAL;
+  if (largestWrite() < SHORTEST_LINE) return EINVAL;
 
   descriptor_ = openFile(path.c_str(), O_RDWR | O_CREAT | O_NONBLOCK, 0666);
   if (!descriptor_) return errno;
-  std::string start(headerLimit, '\0');
+  std::string start(HEADER_LIMIT, '\0');
   const ssize_t got = readAt(descriptor_.get(), start.data(), start.size(), 0);
   struct stat status;
   if (got == -1 || ::fstat(descriptor_.get(), &status) == -1) return errno;
-  start.resize(static_cast<std::size_t>(got));
+  start.resize(static_cast<size_t>(got));
 
   Header header;
   if (parseHeader(start, header)) {
@@ -162,10 +163,10 @@ int LogRing::write(std::string_view text) {
   if (!descriptor_) return EBADF;
   text = text.substr(0, largestWrite());
 
-  std::string start(headerLimit, '\0');
+  std::string start(HEADER_LIMIT, '\0');
   const ssize_t got = readAt(descriptor_.get(), start.data(), start.size(), 0);
   if (got == -1) return errno;
-  start.resize(static_cast<std::size_t>(got));
+  start.resize(static_cast<size_t>(got));
   Header header;
   if (!parseHeader(start, header) || !isOurs(header, wrapSize_)) return EIO;
 
@@ -180,8 +181,8 @@ int LogRing::write(std::string_view text) {
   }
   position += text.size();
   TRACE(TR_GENERAL, "utSetNextWrite(): nextWrite for END OF DATA is %d .\n", static_cast<int>(position));
-  return writeAll(descriptor_.get(), padded(position, nextWriteColumns),
-                  static_cast<off_t>(headerWord.size()));
+  return writeAll(descriptor_.get(), padded(position, NEXT_WRITE_COLUMNS),
+                  static_cast<off_t>(HEADER_WORD.size()));
 }
 
 /// Closes the round at `position`: the wrap mark, and blanks up to the wrap size with a star in the last

@@ -22,10 +22,10 @@
 namespace agent {
 namespace {
 
-constexpr int32_t clientTypeScan = 9;
-constexpr int setupFailed = 30;
-constexpr int openFailed = 1;
-constexpr uint64_t segmentMB = 1000;
+constexpr int32_t CLIENT_TYPE_SCAN = 9;
+constexpr int SETUP_FAILED = 30;
+constexpr int OPEN_FAILED = 1;
+constexpr uint64_t SEGMENT_MB = 1000;
 
 /// Formats the mark of a thread for TR_TID.
 std::string threadIdMark(pid_t thread) {
@@ -56,10 +56,10 @@ std::string formatText(const char* format, va_list arguments) {
   va_copy(again, arguments);
   const int length = std::vsnprintf(buffer.data(), buffer.size(), format, arguments);
   std::string text;
-  if (length >= 0 && static_cast<std::size_t>(length) < buffer.size()) {
-    text.assign(buffer.data(), static_cast<std::size_t>(length));
+  if (length >= 0 && static_cast<size_t>(length) < buffer.size()) {
+    text.assign(buffer.data(), static_cast<size_t>(length));
   } else if (length >= 0) {
-    text.resize(static_cast<std::size_t>(length));
+    text.resize(static_cast<size_t>(length));
     std::vsnprintf(text.data(), text.size() + 1, format, again);
   }
   va_end(again);
@@ -69,7 +69,7 @@ std::string formatText(const char* format, va_list arguments) {
 std::string sourcePrefix(const char* file, unsigned line) {
   std::array<char, 320> buffer;
   const int length = std::snprintf(buffer.data(), buffer.size(), "%-20.255s(%4u): ", baseName(file), line);
-  return std::string(buffer.data(), static_cast<std::size_t>(length));
+  return std::string(buffer.data(), static_cast<size_t>(length));
 }
 
 /// What stands in front of a line's text, by the flags that shape lines.
@@ -123,7 +123,7 @@ bool createTraceObject() {
     traceObj = created;
   }
   TraceObject& trace = *traceObj;
-  trace.clientType = clientTypeScan;
+  trace.clientType = CLIENT_TYPE_SCAN;
   trace.lastThread = ::gettid();
   trace.trTIDProc = threadIdMark;
   clearTraceFlags();
@@ -131,7 +131,7 @@ bool createTraceObject() {
 }
 
 bool createTraceDirectory(const std::string& fileName) {
-  const std::size_t slash = fileName.rfind('/');
+  const size_t slash = fileName.rfind('/');
   if (slash == std::string::npos) return true;
   return slash > 0 && makeDirectoryPath(fileName.substr(0, slash)) == 0;
 }
@@ -188,19 +188,19 @@ TraceScope::~TraceScope() {
 int initializeTrace(const std::string& fileName, const std::string& debugWord, int32_t maxLogSizeKilobytes) {
   const auto maxMB = static_cast<uint64_t>(std::max(maxLogSizeKilobytes / 1024, 1));
   if (traceObj != nullptr) closeTrace();
-  if (!createTraceObject()) return setupFailed;
+  if (!createTraceObject()) return SETUP_FAILED;
   if (fileName.empty()) return 0;
 
   TraceObject& trace = *traceObj;
   trace.forceTimestampAndPrefix = true;
-  if (!createTraceDirectory(fileName)) return setupFailed;
+  if (!createTraceDirectory(fileName)) return SETUP_FAILED;
   parseTraceFlags("PID TID", ClassTable(), {}, false);
   parseTraceFlags(debugWord, naTrcClassTable(), naAgrClassTable(), false);
 
-  if (trace.output.open(fileName, {.maxMB = maxMB, .segmentMB = segmentMB}) != 0) {
+  if (trace.output.open(fileName, {.maxMB = maxMB, .segmentMB = SEGMENT_MB}) != 0) {
     tellStarter(STDOUT_FILENO, "Unable to open trace output file " + fileName + "\n");
     closeTrace();
-    return openFailed;
+    return OPEN_FAILED;
   }
   writeFirstLines(trace, maxMB);
   return 0;

@@ -22,7 +22,7 @@ TestFlag TEST_CLC_TIMESTAMP;
 
 namespace {
 
-constexpr TraceClass classTable[] = {
+constexpr TraceClass CLASS_TABLE[] = {
     {"MIN", &TR_MIN, true},
     {"MID", &TR_MID, true},
     {"MAX", &TR_MAX, true},
@@ -53,12 +53,12 @@ constexpr TraceClass classTable[] = {
     {"CLIENTTYPE", &TR_CLIENTTYPE, false},
 };
 
-constexpr TraceClass jobClasses[] = {
+constexpr TraceClass JOB_CLASSES[] = {
     {"NA_MIN", &TR_MIN, true},     {"NA_MID", &TR_MID, true},   {"NA_MAX", &TR_MAX, true},
     {"NA_ENTER", &TR_ENTER, true}, {"NA_EXIT", &TR_EXIT, true},
 };
 
-constexpr TraceAggregate jobAggregates[] = {
+constexpr TraceAggregate JOB_AGGREGATES[] = {
     {"MIN", "NA_MIN"},
     {"MID", "NA_MIN NA_MID"},
     {"MAX", "NA_ENTER NA_EXIT NA_MIN NA_MID NA_MAX"},
@@ -71,9 +71,9 @@ struct FlagWord {
 
 /// Takes the next word off `words`; an empty name at the end.
 FlagWord nextWord(std::string_view& words, bool on) {
-  const std::size_t start = words.find_first_not_of(' ');
+  const size_t start = words.find_first_not_of(' ');
   if (start == std::string_view::npos) return {};
-  const std::size_t end = words.find(' ', start);
+  const size_t end = words.find(' ', start);
   std::string_view name = words.substr(start, end == std::string_view::npos ? end : end - start);
   words.remove_prefix(end == std::string_view::npos ? words.size() : end);
   if (name.front() == '-') return {name.substr(1), !on};
@@ -121,17 +121,17 @@ int applyWords(std::string_view words, bool on, std::span<const TraceClass> clas
 }  // namespace
 
 std::span<const TraceClass> ClassTable() {
-  return classTable;
+  return CLASS_TABLE;
 }
 std::span<const TraceClass> naTrcClassTable() {
-  return jobClasses;
+  return JOB_CLASSES;
 }
 std::span<const TraceAggregate> naAgrClassTable() {
-  return jobAggregates;
+  return JOB_AGGREGATES;
 }
 
 void clearTraceFlags() {
-  for (const TraceClass& row : classTable) row.flag->set(false);
+  for (const TraceClass& row : CLASS_TABLE) row.flag->set(false);
   for (TestFlag* flag : {&TEST_AUDITLOGRC, &TEST_CLC_TIMESTAMP}) {
     flag->on = false;
     flag->value = 0;

@@ -16,28 +16,28 @@ namespace agent {
 namespace {
 
 // These stand in files: readers of traces look for them.
-constexpr std::string_view magic = "NRV Trace   ";
-constexpr std::string_view unwrittenNumber = "123456789012";
-constexpr std::string_view beginning = "BEGINNING NEW TRACE\n\n";
-constexpr std::string_view endMark = "\nEND OF DATA\n\n";
-constexpr std::string_view closeMark = "\nEND OF DATA - close\n\n";
-constexpr std::string_view wrapMark = "\nContinued at beginning of file\n\n";
+constexpr std::string_view MAGIC = "NRV Trace   ";
+constexpr std::string_view UNWRITTEN_NUMBER = "123456789012";
+constexpr std::string_view BEGINNING = "BEGINNING NEW TRACE\n\n";
+constexpr std::string_view END_MARK = "\nEND OF DATA\n\n";
+constexpr std::string_view CLOSE_MARK = "\nEND OF DATA - close\n\n";
+constexpr std::string_view WRAP_MARK = "\nContinued at beginning of file\n\n";
 
-constexpr uint64_t numberPosition = 12;
-constexpr uint64_t headerPosition = 24;
-constexpr uint64_t roomForMark = 17;  // kept free behind each record
-constexpr int openFailed = 426;
+constexpr uint64_t NUMBER_POSITION = 12;
+constexpr uint64_t HEADER_POSITION = 24;
+constexpr uint64_t ROOM_FOR_MARK = 17;  // kept free behind each record
+constexpr int OPEN_FAILED = 426;
 
 /// Takes a decimal number and the blanks in front of it off `text`.
 bool takeNumber(std::string_view& text, uint64_t& number) {
   text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
   if (error != std::errc()) return false;
-  text.remove_prefix(static_cast<std::size_t>(end - text.data()));
+  text.remove_prefix(static_cast<size_t>(end - text.data()));
   return true;
 }
 
-std::string padded(uint64_t number, std::size_t width) {
+std::string padded(uint64_t number, size_t width) {
   std::string text = std::to_string(number);
   if (text.size() < width) text.append(width - text.size(), ' ');
   return text;
@@ -45,8 +45,8 @@ std::string padded(uint64_t number, std::size_t width) {
 
 std::string segmentName(const std::string& name, uint64_t segment) {
   if (segment == 1) return name;
-  const std::size_t slash = name.rfind('/');
-  std::size_t dot = name.rfind('.');
+  const size_t slash = name.rfind('/');
+  size_t dot = name.rfind('.');
   if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) dot = name.size();
   return name.substr(0, dot) + "." + std::to_string(segment) + name.substr(dot);
 }
@@ -64,7 +64,7 @@ int TraceOutput::open(const std::string& name, const TraceLimit& limit) {
     return 0;
   }
   if (segmentCount() > 1) removeFurtherSegments(name);
-  return openSegment(1) ? 0 : openFailed;
+  return openSegment(1) ? 0 : OPEN_FAILED;
 }
 
 bool TraceOutput::openSegment(uint64_t segment) {
@@ -76,20 +76,20 @@ bool TraceOutput::openSegment(uint64_t segment) {
   descriptor_ = openFile(segmentName(name_, segment).c_str(), O_RDWR | O_CREAT | O_NONBLOCK, 0666);
   if (!descriptor_) return false;
   if (!keepRing() && !startRing()) return giveUp();
-  if (segmentCount() == 1 || (segment == 1 && previous == 1)) return put(beginning, endMark);
-  return put("Continued from end of segment " + std::to_string(previous) + "\n\n", endMark);
+  if (segmentCount() == 1 || (segment == 1 && previous == 1)) return put(BEGINNING, END_MARK);
+  return put("Continued from end of segment " + std::to_string(previous) + "\n\n", END_MARK);
 }
 
 bool TraceOutput::startPlain() {
   descriptor_ = openFile(name_.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_NONBLOCK, 0666);
   if (!descriptor_) return false;
-  const std::string header = std::string(magic) + productName + " " + productVersion +
-                             "  \nBuild Date: " + buildDate() + "\n" + std::string(beginning);
+  const std::string header = std::string(MAGIC) + PRODUCT_NAME + " " + PRODUCT_VERSION +
+                             "  \nBuild Date: " + buildDate() + "\n" + std::string(BEGINNING);
   return writeAll(descriptor_.get(), header) == 0 || giveUp();
 }
 
 std::string TraceOutput::headerLine() const {
-  return padded(limit_.maxMB, 10) + " " + productName + " " + productVersion +
+  return padded(limit_.maxMB, 10) + " " + PRODUCT_NAME + " " + PRODUCT_VERSION +
          "   Build date: " + buildDate() + "\n\n";
 }
 
@@ -100,31 +100,31 @@ bool TraceOutput::keepRing() {
   struct stat status;
   if (::fstat(descriptor_.get(), &status) == -1 || !S_ISREG(status.st_mode)) return false;
   const auto size = static_cast<uint64_t>(status.st_size);
-  if (size > segmentBytes() + wrapMark.size() - roomForMark) return false;
+  if (size > segmentBytes() + WRAP_MARK.size() - ROOM_FOR_MARK) return false;
 
   std::array<char, 256> buffer;
   const ssize_t got = readAt(descriptor_.get(), buffer.data(), buffer.size(), 0);
   if (got <= 0) return false;
-  std::string_view line(buffer.data(), static_cast<std::size_t>(got));
+  std::string_view line(buffer.data(), static_cast<size_t>(got));
   const std::string header = headerLine();
-  if (line.find('\n') != headerPosition + header.size() - 2) return false;
+  if (line.find('\n') != HEADER_POSITION + header.size() - 2) return false;
 
-  if (line.substr(0, magic.size()) != magic) return false;
-  line.remove_prefix(magic.size());
+  if (line.substr(0, MAGIC.size()) != MAGIC) return false;
+  line.remove_prefix(MAGIC.size());
   uint64_t next = 0;
   uint64_t storedLimit = 0;
   if (!takeNumber(line, next) || !takeNumber(line, storedLimit)) return false;
-  const uint64_t start = headerPosition + header.size();
+  const uint64_t start = HEADER_POSITION + header.size();
   if (storedLimit > limit_.maxMB || next < start || next > size) return false;
 
-  if (writeAll(descriptor_.get(), header, static_cast<off_t>(headerPosition)) != 0) return false;
+  if (writeAll(descriptor_.get(), header, static_cast<off_t>(HEADER_POSITION)) != 0) return false;
   wrapStart_ = start;
   nextWrite_ = next;
   return true;
 }
 
 bool TraceOutput::startRing() {
-  const std::string header = std::string(magic) + std::string(unwrittenNumber) + headerLine();
+  const std::string header = std::string(MAGIC) + std::string(UNWRITTEN_NUMBER) + headerLine();
   if (::ftruncate(descriptor_.get(), 0) == -1) return false;
   if (writeAll(descriptor_.get(), header, 0) != 0) return false;
   wrapStart_ = nextWrite_ = header.size();
@@ -136,18 +136,18 @@ bool TraceOutput::write(std::string_view record) {
   if (stream_) return writeToReader(descriptor_.get(), record) == 0 || giveUp();
   if (limit_.maxMB == 0) return writeAll(descriptor_.get(), record) == 0 || giveUp();
 
-  const uint64_t whole = segmentBytes() - wrapStart_ - roomForMark;
+  const uint64_t whole = segmentBytes() - wrapStart_ - ROOM_FOR_MARK;
   if (record.size() > whole) record = record.substr(0, whole);
-  return makeRoom(record.size()) && put(record, endMark);
+  return makeRoom(record.size()) && put(record, END_MARK);
 }
 
 /// Leaves nextWrite_ where a record of `size` bytes fits: in place, at the ring's beginning, or in the next
 /// segment.
-bool TraceOutput::makeRoom(std::size_t size) {
-  if (nextWrite_ + size + roomForMark <= segmentBytes()) return true;
+bool TraceOutput::makeRoom(size_t size) {
+  if (nextWrite_ + size + ROOM_FOR_MARK <= segmentBytes()) return true;
 
   if (segmentCount() == 1) {
-    if (writeAll(descriptor_.get(), wrapMark, static_cast<off_t>(nextWrite_)) != 0) return giveUp();
+    if (writeAll(descriptor_.get(), WRAP_MARK, static_cast<off_t>(nextWrite_)) != 0) return giveUp();
     nextWrite_ = wrapStart_;
     return true;
   }
@@ -170,8 +170,8 @@ bool TraceOutput::put(std::string_view text, std::string_view mark) {
 }
 
 bool TraceOutput::storeNextWrite() {
-  return writeAll(descriptor_.get(), padded(nextWrite_, unwrittenNumber.size()),
-                  static_cast<off_t>(numberPosition)) == 0;
+  return writeAll(descriptor_.get(), padded(nextWrite_, UNWRITTEN_NUMBER.size()),
+                  static_cast<off_t>(NUMBER_POSITION)) == 0;
 }
 
 bool TraceOutput::giveUp() {
@@ -190,7 +190,7 @@ int TraceOutput::close() {
     return 0;
   }
   const off_t position = limit_.maxMB == 0 ? -1 : static_cast<off_t>(nextWrite_);
-  const int failure = writeAll(descriptor_.get(), closeMark, position);
+  const int failure = writeAll(descriptor_.get(), CLOSE_MARK, position);
   const int closeFailure = descriptor_.close();
   return failure != 0 ? failure : closeFailure;
 }

@@ -60,7 +60,7 @@ class TraceOutput {
   bool keepRing();
   bool startRing();
   bool startPlain();
-  bool makeRoom(std::size_t size);
+  bool makeRoom(size_t size);
   bool put(std::string_view text, std::string_view endMark);
   bool storeNextWrite();
   std::string headerLine() const;

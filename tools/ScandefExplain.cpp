@@ -7,8 +7,8 @@
 #include "Common/SafeText.h"
 #include "Scan/selection/Selection.h"
 #include "Scan/selection/pathmatch.h"
-#include "scandef_language.h"
-#include "scandef_words.h"
+#include "ScandefLanguage.h"
+#include "ScandefWords.h"
 
 namespace agent::scandef {
 

@@ -1,4 +1,4 @@
-#include "scandef_options.h"
+#include "ScandefOptions.h"
 
 #include <algorithm>
 #include <charconv>
@@ -9,8 +9,8 @@
 
 #include "Common/SafeText.h"
 #include "Common/ScanVOXTags.h"
-#include "scandef_language.h"
-#include "scandef_patterns.h"
+#include "ScandefLanguage.h"
+#include "ScandefPatterns.h"
 
 namespace agent::scandef {
 
@@ -38,7 +38,7 @@ template <typename Record>
 Record numberedPath(const std::string& option, const std::string& value, const std::vector<Record>& before) {
   const size_t equals = value.find('=');
   const bool hasId = equals != std::string::npos && equals > 0 &&
-                     std::all_of(value.begin(), value.begin() + static_cast<std::ptrdiff_t>(equals),
+                     std::all_of(value.begin(), value.begin() + static_cast<ptrdiff_t>(equals),
                                  [](char c) { return c >= '0' && c <= '9'; });
   int32_t highest = 0;
   for (const Record& record : before) highest = std::max(highest, record.id);

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "scandef_definition.h"
+#include "ScandefDefinition.h"
 
 namespace agent::scandef {
 

@@ -1,4 +1,4 @@
-#include "scandef_definition.h"
+#include "ScandefDefinition.h"
 
 #include <algorithm>
 #include <cstdio>

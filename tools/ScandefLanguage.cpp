@@ -1,4 +1,4 @@
-#include "scandef_language.h"
+#include "ScandefLanguage.h"
 
 #include <charconv>
 #include <chrono>
@@ -9,8 +9,8 @@
 #include "Scan/selection/PatternMatcher.h"
 #include "Scan/selection/Selection.h"
 #include "Scan/selection/pathmatch.h"
-#include "scandef_patterns.h"
-#include "scandef_words.h"
+#include "ScandefPatterns.h"
+#include "ScandefWords.h"
 
 namespace agent::scandef {
 

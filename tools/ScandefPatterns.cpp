@@ -1,4 +1,4 @@
-#include "scandef_patterns.h"
+#include "ScandefPatterns.h"
 
 #include <algorithm>
 #include <cstdint>
