@@ -8,7 +8,7 @@
 #include "Common/EntityToObjectMapper.h"
 #include "Probe/Filesystem.h"
 #include "Scan/statistics/CuStatDef.h"
-#include "Scan/statistics/MonDirSpec.h"
+#include "Scan/results/MonDirSpec.h"
 
 namespace agent {
 

@@ -10,7 +10,7 @@
 
 #include "Common/Object.h"
 #include "Scan/AgentScan.h"
-#include "Scan/MountsMap.h"
+#include "Probe/MountsMap.h"
 #include "Scan/selection/Selection.h"
 #include "Scan/statistics/MonDirAccum.h"
 

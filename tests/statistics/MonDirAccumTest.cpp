@@ -7,7 +7,7 @@
 
 #include "Scan/results/ResultsByFS.h"
 #include "Scan/statistics/CuStatDef.h"
-#include "Scan/statistics/MonDirSpec.h"
+#include "Scan/results/MonDirSpec.h"
 #include "statistics/WalkStandIn.h"
 
 namespace agent::test {

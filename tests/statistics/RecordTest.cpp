@@ -8,7 +8,7 @@
 #include "Scan/results/SSizeDist.h"
 #include "Scan/statistics/BackupAction.h"
 #include "Scan/statistics/FileScoreRule.h"
-#include "Scan/statistics/MonDirSpec.h"
+#include "Scan/results/MonDirSpec.h"
 #include "common/TemporaryDirectory.h"
 #include "statistics/WalkStandIn.h"
 

@@ -4,7 +4,7 @@
 
 #include "Common/GenericPrint.h"
 #include "Common/ScanVOXTags.h"
-#include "Scan/statistics/MonDirSpec.h"
+#include "Scan/results/MonDirSpec.h"
 
 namespace agent {
 

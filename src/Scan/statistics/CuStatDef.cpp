@@ -10,7 +10,7 @@
 #include "Common/ScanVOXTags.h"
 #include "Common/VoxObjectCreationException.h"
 #include "QLMlib/common/ut/Trace.h"
-#include "Scan/identity/Util.h"
+#include "Scan/statistics/Util.h"
 
 namespace agent {
 

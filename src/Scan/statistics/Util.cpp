@@ -1,4 +1,4 @@
-#include "Scan/identity/Util.h"
+#include "Scan/statistics/Util.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "Scan/MountsMap.h"
+#include "Probe/MountsMap.h"
 
 #include <gmock/gmock.h>
 

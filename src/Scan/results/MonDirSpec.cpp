@@ -1,4 +1,4 @@
-#include "Scan/statistics/MonDirSpec.h"
+#include "Scan/results/MonDirSpec.h"
 
 #include "Common/GenericPrint.h"
 #include "Common/ScanVOXTags.h"
