@@ -32,10 +32,6 @@ const std::string INDENT(25, ' ');
 // follows up to a NUL.
 constexpr std::string_view PREAMBLE("&=T\0\0\0\3=F", 9);
 
-bool isWindowsAgent() {
-  return CommonAgentFactory::getCommonAgent().isWindows;
-}
-
 void appendLine(std::string& text, const std::string& name) {
   text += "\n" + INDENT + name;
 }
@@ -220,7 +216,8 @@ void FilesystemScan::findFilesystems(AgentScan& scanObject, int nfsTimeout) {
 void FilesystemScan::attachStatistics(AgentScan& scanObject) {
   std::string names;
   for (const auto& definition : scanObject.getStatistics()) {
-    if (!isWindowsAgent()) definition->sdGroupByBackup = false;
+    // Only agents of another platform mark files that want a backup.
+    if (!CommonAgentFactory::getCommonAgent().isWindows) definition->sdGroupByBackup = false;
     if (definition->sdType == CuStatDef::DIRECTORY_STATISTIC) continue;
     if (!attachStatistic(*definition)) raise(GIVEN_UP);
     if (definition->sdType != CuStatDef::FILESYSTEM_STATISTIC) appendLine(names, definition->displayName());

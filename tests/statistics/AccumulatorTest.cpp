@@ -98,15 +98,6 @@ TEST_F(AccumulatorTest, TheAverageAgeTruncates) {
   EXPECT_EQ(distribution.tdType, STimeDist::ACCESSED);
 }
 
-TEST_F(AccumulatorTest, BackupAgesCountOnlyFilesThatWantOne) {
-  STimeDist distribution;
-  BackupDistAccum accumulator(distribution);
-  FileAttributes wants = WalkStandIn::file("w", 1);
-  wants.faAttributes = ATTRIBUTE_ARCHIVE;
-  feed(accumulator, {wants, WalkStandIn::file("n", 1)});
-  EXPECT_EQ(distribution.tdCounts[0], 1);
-}
-
 TEST_F(AccumulatorTest, TheLargestFilesRankByTheLowThirtyTwoBits) {
   const int64_t wrapped = (int64_t{1} << 32) + 1;  // ranks as 1
   const int64_t negative = int64_t{1} << 31;       // ranks below everything

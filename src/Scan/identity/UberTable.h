@@ -22,14 +22,9 @@ class UberTable : public Object {
   /// @return the record to use: the one that was filed under this name first. Null for null.
   const UserOrGroup* stashOnUnix(std::unique_ptr<UserOrGroup> pUG, bool isGroup);
 
-  /// The same by the fully qualified name, as a platform with domains wants it.
-  const UserOrGroup* stashOnWindows(std::unique_ptr<UserOrGroup> pUG, bool isGroup);
-
  private:
   // Ordered by the plain bytes of the names.
   using RecordsByName = std::map<std::string, std::unique_ptr<UserOrGroup>>;
-
-  const UserOrGroup* file(std::string name, std::unique_ptr<UserOrGroup> pUG, bool isGroup);
 
   RecordsByName users_;
   RecordsByName groups_;

@@ -120,16 +120,6 @@ void UserOrGroup::loadValue(int field, const std::string& value) {
   }
 }
 
-std::string UserOrGroup::fullyQualifiedName() const {
-  if (!domain) return ugName;
-  if (domain->name.empty()) {
-    TRACE(TR_MAX, "UserOrGroup::fullyQualifiedName() : WARNING: The domain of '%s' has no name.\n",
-          ugName.c_str());
-    return ugName;
-  }
-  return ugName + "@" + domain->name;
-}
-
 void UserOrGroup::cutSelectionName() {
   const size_t limit = ugType == GROUP ? SELECTION_GROUP_LENGTH : SELECTION_USER_LENGTH;
   const size_t length = std::min(ugName.size(), limit);

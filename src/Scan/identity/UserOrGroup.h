@@ -43,9 +43,6 @@ class UserOrGroup {
   /// string; "true", and "Y" as it is printed, set ugRemoved.
   void loadValues(const std::vector<std::string>& names, const std::vector<std::string>& values);
 
-  /// The name, followed by "@" and the domain's where the record has a domain with a name.
-  std::string fullyQualifiedName() const;
-
   /// The name as selections see it: NUL-terminated, cut to 32 bytes for a user and to 16 for a group. Cut
   /// once, by cutSelectionName, so that the walk hands out a pointer and copies nothing per entry.
   const char* selectionName() const { return selectionName_.data(); }

@@ -25,7 +25,7 @@ void CuStatResults::printData(GenericPrint& print) const {
   for (const auto* list : {&srOwners, &srGroups}) {
     for (const SUserOrGroup& totals : *list) totals.printData(print, true);
   }
-  for (const auto* times : {&srAccessed, &srModified, &srCreated, &srBackup}) {
+  for (const auto* times : {&srAccessed, &srModified}) {
     if (*times) (*times)->printData(print);
   }
   print.endNode(ScanVOXTags::SR);

@@ -41,8 +41,6 @@ class CuStatResults : public Object {
   std::vector<SUserOrGroup> srGroups;  ///< by descending id
   std::unique_ptr<STimeDist> srAccessed;
   std::unique_ptr<STimeDist> srModified;
-  std::unique_ptr<STimeDist> srCreated;
-  std::unique_ptr<STimeDist> srBackup;
 };
 
 }  // namespace agent

@@ -13,7 +13,7 @@ class GenericPrint;
 /// Entries and their sizes by the age of one of their times.
 class STimeDist : public Object {
  public:
-  // Which time, as `tdType` tells the server.
+  // Which time, as `tdType` tells the server; the last two come from other platforms' agents alone.
   static constexpr int16_t ACCESSED = 0;
   static constexpr int16_t MODIFIED = 3;
   static constexpr int16_t CREATED = 6;

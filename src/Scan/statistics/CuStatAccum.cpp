@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "Common/ComputerID.h"
-#include "Common/VOXCommon/CommonAgentFactory.h"
 #include "Probe/Filesystem.h"
 #include "QLMlib/common/ut/Trace.h"
 #include "Scan/results/CuStatResults.h"
@@ -21,10 +20,6 @@
 namespace agent {
 
 namespace {
-
-bool isWindowsAgent() {
-  return CommonAgentFactory::getCommonAgent().isWindows;
-}
 
 std::unique_ptr<SSummary> newSummary(const CuStatDef& definition, const Filesystem& filesystem, int64_t now) {
   auto summary = std::make_unique<SSummary>();
@@ -75,11 +70,6 @@ void CuStatAccum::push(Arguments&&... arguments) {
   accumulators_.push_back(std::make_unique<Accum>(std::forward<Arguments>(arguments)...));
 }
 
-bool CuStatAccum::checkForFAT(const CuStatDef& /*definition*/, const Filesystem& filesystem) {
-  const bool fat = filesystem.fsType == Filesystem::FAT || filesystem.fsType == Filesystem::FAT32;
-  return !(fat && isWindowsAgent());
-}
-
 void CuStatAccum::buildAccum(CuStatDef& definition, Filesystem& filesystem) {
   TRACE_SCOPE("CuStatAccum::buildAccum()");
   releaseInodeTableMap();
@@ -100,10 +90,10 @@ void CuStatAccum::buildAccum(CuStatDef& definition, Filesystem& filesystem) {
   if (definition.sdOldestNotBackedUp > 0) push<VulnerableFileAccum>(definition.sdOldestNotBackedUp);
   if (definition.sdLargestOrphans > 0) push<LargestOrphansAccum>(definition.sdLargestOrphans);
   if (definition.sdOldestOrphans > 0) push<OldestOrphansAccum>(definition.sdOldestOrphans);
-  if (definition.sdGroupByOwner && checkForFAT(definition, filesystem)) {
+  if (definition.sdGroupByOwner) {
     push<UserOrGroupAccum>(UserOrGroupAccum::Kind::OWNERS, filesystem);
   }
-  if (definition.sdGroupByGroup && checkForFAT(definition, filesystem)) {
+  if (definition.sdGroupByGroup) {
     push<UserOrGroupAccum>(UserOrGroupAccum::Kind::GROUPS, filesystem);
   }
   if (definition.sdSummary) {
@@ -122,19 +112,9 @@ void CuStatAccum::buildAccum(CuStatDef& definition, Filesystem& filesystem) {
     results_->srModified = newTimeDist(definition, filesystem, now);
     push<ModifiedDistAccum>(*results_->srModified);
   }
-  if (definition.sdGroupByCreation) {
-    if (isWindowsAgent()) {
-      results_->srCreated = newTimeDist(definition, filesystem, now);
-      push<CreatedDistAccum>(*results_->srCreated);
-    } else {
-      definition.sdGroupByCreation = false;
-    }
-  }
-  if (definition.sdGroupByBackup) {
-    results_->srBackup = newTimeDist(definition, filesystem, now);
-    push<BackupDistAccum>(*results_->srBackup);
-  }
-  if (definition.sdLargestFileTypes > 0 && (!definition.sdWinOnlyFileType || isWindowsAgent())) {
+  // No file of this platform knows when it was created. The server sees that from the row.
+  definition.sdGroupByCreation = false;
+  if (definition.sdLargestFileTypes > 0 && !definition.sdWinOnlyFileType) {
     push<FileTypeAccum>(definition.sdID, filesystem.fsID, definition.sdLargestFileTypes);
   }
 }

@@ -36,9 +36,6 @@ class CuStatAccum : public FileAction {
   /// walk has ended.
   std::unique_ptr<CuStatResults> takeResults();
 
-  /// False where owners mean nothing: a FAT file system on a Windows agent.
-  static bool checkForFAT(const CuStatDef& definition, const Filesystem& filesystem);
-
  protected:
   explicit CuStatAccum(const char* className);
 

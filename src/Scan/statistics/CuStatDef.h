@@ -61,8 +61,8 @@ class CuStatDef : public EntityToObjectMapper {
   bool sdGroupByGroup = false;
   bool sdGroupByAccess = false;
   bool sdGroupByMod = false;
-  bool sdGroupByCreation = false;  ///< Windows agents only: cleared here
-  bool sdGroupByBackup = false;    ///< Windows agents only: cleared here
+  bool sdGroupByCreation = false;  ///< for other platforms' agents: cleared here
+  bool sdGroupByBackup = false;    ///< likewise
   bool sdWinOnlyFileType = false;
   int16_t sdLargestFileTypes = 0;
   int16_t sdDailyRetention = 0;

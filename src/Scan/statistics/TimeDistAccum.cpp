@@ -46,16 +46,4 @@ int64_t ModifiedDistAccum::time(const FileAttributes& attributes) const {
   return attributes.faModified;
 }
 
-int64_t CreatedDistAccum::time(const FileAttributes& attributes) const {
-  return attributes.faCreated;
-}
-
-void BackupDistAccum::accumulate(Scanner& scanner, FileAttributes& attributes) {
-  if ((attributes.faAttributes & ATTRIBUTE_ARCHIVE) != 0) TimeDistAccum::accumulate(scanner, attributes);
-}
-
-int64_t BackupDistAccum::time(const FileAttributes& attributes) const {
-  return attributes.faModified;
-}
-
 }  // namespace agent

@@ -53,20 +53,4 @@ class ModifiedDistAccum : public TimeDistAccum {
   int64_t time(const FileAttributes& attributes) const override;
 };
 
-class CreatedDistAccum : public TimeDistAccum {
- public:
-  explicit CreatedDistAccum(STimeDist& distribution)
-      : TimeDistAccum("CreatedDistAccum", distribution, STimeDist::CREATED) {}
-  int64_t time(const FileAttributes& attributes) const override;
-};
-
-/// Files that want a backup, by the time since they last changed. No reader of this platform marks one.
-class BackupDistAccum : public TimeDistAccum {
- public:
-  explicit BackupDistAccum(STimeDist& distribution)
-      : TimeDistAccum("BackupDistAccum", distribution, STimeDist::BACKUP) {}
-  void accumulate(Scanner& scanner, FileAttributes& attributes) override;
-  int64_t time(const FileAttributes& attributes) const override;
-};
-
 }  // namespace agent

@@ -6,12 +6,6 @@
 
 namespace agent {
 
-bool FileAttributes::windowsStyleRoot(std::string_view path) {
-  const auto isLetter = [](char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); };
-  if (path.size() < 2 || path.size() > 3 || !isLetter(path[0]) || path[1] != ':') return false;
-  return path.size() == 2 || path[2] == '\\' || path[2] == '/';
-}
-
 Row FileAttributes::headerRow() {
   return {ScanVOXTags::FA_TYPE,     ScanVOXTags::FA_NAME,       ScanVOXTags::FA_CREATED,
           ScanVOXTags::FA_MODIFIED, ScanVOXTags::FA_ACCESSED,   ScanVOXTags::FA_BLOCKS,

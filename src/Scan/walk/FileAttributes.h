@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <string>
-#include <string_view>
 
 #include "Common/EntityToObjectMapper.h"
 #include "Common/Object.h"
@@ -30,9 +29,6 @@ class FileAttributes : public Object {
 
   /// True for what a file count counts: regular files and symbolic links.
   bool isFileOrLink() const { return faType == REGULAR_FILE || faType == SYMBOLIC_LINK; }
-
-  /// True for the root of a drive as other platforms spell it, "C:" or "C:\" with either slash.
-  static bool windowsStyleRoot(std::string_view path);
 
   /// Names of the ten printed columns, in their order; records that extend this one append their own.
   static Row headerRow();
