@@ -394,7 +394,7 @@ void FilesystemScan::walkFilesystems(AgentScan& scanObject, int nfsTimeout) {
     logJobMessage(325, "STA0025I", {qualifiedFSName(filesystem)});
     const size_t metBefore = monDirs.completed().size();
     const int result = walk(*fsRef, shared, monDirs);
-    const bool failed = result > GIVEN_UP || result < 0;
+    const bool failed = result > GIVEN_UP;
     raise(failed ? GIVEN_UP : result);
     reportFailedLookups(shared.userTable);
     updateOwnSummary(*fsRef);

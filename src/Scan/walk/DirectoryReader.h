@@ -23,7 +23,6 @@ class DirectoryReader {
   virtual ~DirectoryReader() = default;
 
   /// Opens the directory that the scanner's path names.
-  /// @throws GenericException when the reader can't be set up at all (STA0529E, STA0530E); it has been logged
   void init(Scanner& scanner, bool isRoot);
 
   /// Moves to the next entry and fills the scanner's FileAttributes. An entry on another device, or one that

@@ -21,8 +21,8 @@ class FileAction : public Object {
   virtual void directoryEntered(FileAttributes& attributes) = 0;
   /// The directory entered last has no further entries.
   virtual void directoryLeft() = 0;
-  /// The directory offered last is not entered after all: too deep, or no reader could be made for it. An
-  /// action that was waiting for its directoryEntered gives up.
+  /// The directory offered last is not entered after all: it lies too deep. An action that was waiting for
+  /// its directoryEntered gives up.
   virtual void directoryPassedOver() {}
   /// True for an action whose selection names a directory itself: for the root of the walk it is shown the
   /// path without its trailing slash, as a definition would spell it ("" for "/").

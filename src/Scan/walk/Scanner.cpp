@@ -1,10 +1,9 @@
 #include "Scan/walk/Scanner.h"
 
 #include <ctime>
-#include <exception>
+#include <memory>
+#include <utility>
 
-#include "Common/GenericException.h"
-#include "Common/LocalizableException.h"
 #include "Common/LogManager.h"
 #include "Probe/Filesystem.h"
 #include "QLMlib/common/ut/Trace.h"
@@ -18,7 +17,6 @@ namespace agent {
 namespace {
 
 constexpr int64_t ENTRIES_BETWEEN_REPORTS = 99'999;
-constexpr int ROOT_LOST = 8;
 
 std::string rootPathOf(const Filesystem& filesystem) {
   // A cluster's file set has its root at "/" whatever it is mounted on.
@@ -47,104 +45,46 @@ int Scanner::scan() {
   const time_t now = time(nullptr);
   filesystem_.fsScanTime = static_cast<int64_t>(now) * 1000;
   scanStartSeconds_ = static_cast<int32_t>(now);
-  attributes_.faName = path_;
 
-  int result = 0;
-  if (!enterRoot(result)) return result;
-
+  if (!openRoot()) return ROOT_LOST;
+  offer();
+  enter();
   while (level_ >= 0) {
-    while (nextGood()) treatEntry();
-    leaveDirectory();
+    while (nextGood()) {
+      if (isSnapshotDirectory()) continue;
+      offer();
+      if (attributes_.faType == FileAttributes::DIRECTORY) advance();
+      reportProgress();
+    }
+    leave();
   }
   logJobMessage(1142, "AGT0144I", {std::to_string(total_)});
   return rc_;
 }
 
-/// Opens and reads the root and offers it to the actions like any entry, before its content.
-/// @return false, with the scan's result, when there is no walk
-bool Scanner::enterRoot(int& result) {
-  try {
-    arrayReader_.push_back(factory_.newDirectoryReader(*this, true));
-  } catch (const LocalizableException& exception) {
-    TRACE(TR_MIN,
-          "Scanner::scan() : ERROR: Caught LocalizableException in factory.newDirectoryReader() ... Exiting "
-          "with rc = 8\n%s\n",
-          exception.what());
-    result = ROOT_LOST;
-    return false;
-  } catch (const GenericException& exception) {
-    TRACE(
-        TR_MIN,
-        "Caught GenericException accessing filesystem %s - skipping this filesystem and trying to scan next "
-        "filesystem\n",
-        exception.getMessage().c_str());
-    result = GIVEN_UP;
-    return false;
-  }
+/// Opens and reads the root, which is offered like any entry, before its content.
+/// @return false when it can't be: an empty scan must never look like a clean one
+bool Scanner::openRoot() {
+  attributes_.faName = path_;
+  pushReader(true);
   if (filesystem_.fsType == Filesystem::MXFS) snapshotPath_ = getSnapshotDirMXFS(filesystem_.fsMountPoint);
-
-  DirectoryReader* root = arrayReader_.front().get();
-  if (root == nullptr) {
-    TRACE(TR_MIN,
-          "Scanner::scan() : ERROR: The array reader stored at <arrayReader[0]> is NULL. Leaving method.\n");
-    result = -1;
-    return false;
-  }
-  result = ROOT_LOST;
-  // An empty scan must never look like a clean one: a root that can't be read loses the file system.
-  if (root->handle() == DirectoryReader::CLOSED) return false;
-  try {
-    rootDevice_ = root->stat(path_, attributes_, filesystem_.fsType);
-  } catch (const GenericException& exception) {
-    if (exception.getMsgID() == 436) {
-      TRACE(TR_MIN,
-            "Caught Exception from DirectoryReaderWin32::StatFile() : ERROR: Cannot get security info for %s "
-            "\n",
-            path_.c_str());
-      logJobMessage(436, "STA0135W", {exception.getCause()});
-    }
-    logJobMessage(static_cast<uint32_t>(exception.getMsgID()), exception.getMessage(),
-                  {exception.getMessage(), exception.getCause()});
-    TRACE(TR_MIN, "Scanner::scan() : ERROR: %s \n", exception.getMessage().c_str());
-    TRACE(TR_MIN, "Exiting with rc = 8\n");
-    return false;
-  }
-  if (attributes_.faType == FileAttributes::ENTRY_OTHER_DEVICE) return false;
-
-  actUponMatched();
-  for (FileAction* action : actions_) action->directoryEntered(attributes_);
-  result = 0;
-  return true;
+  DirectoryReader& root = *arrayReader_.front();
+  if (root.handle() == DirectoryReader::CLOSED) return false;
+  rootDevice_ = root.stat(path_, attributes_, filesystem_.fsType);
+  return attributes_.faType != FileAttributes::ENTRY_OTHER_DEVICE;
 }
 
-void Scanner::treatEntry() {
-  const bool isDirectory = attributes_.faType == FileAttributes::DIRECTORY;
-  if (isDirectory && level_ == 0 && isSnapshotDirectory()) {
-    TRACE(TR_MID, "Scanner::scan() : Skipping the snapshot directory %s\n", attributes_.faName.c_str());
-    return;
-  }
-  if (attributes_.faType != FileAttributes::ENTRY_OTHER_DEVICE) actUponMatched();
-  if (isDirectory) advance();
-  reportProgress();
+bool Scanner::nextGood() {
+  return readerAt(level_)->next(filesystem_.fsType);
 }
 
-bool Scanner::isSnapshotDirectory() const {
-  if (filesystem_.fsType == Filesystem::MXFS && attributes_.faName == snapshotPath_) return true;
-  return attributes_.faName.find(snapshotDir) != std::string::npos;
-}
-
-void Scanner::actUponMatched() {
+/// Hands the entry to the actions whose selection matched it.
+void Scanner::offer() {
+  if (attributes_.faType == FileAttributes::ENTRY_OTHER_DEVICE) return;
   for (const uint32_t index : matchedActions_) actions_[index]->actUpon(*this, attributes_);
 }
 
-void Scanner::reportProgress() {
-  ++total_;
-  if (++sinceReport_ <= ENTRIES_BETWEEN_REPORTS) return;
-  logJobMessage(1141, "AGT0143I", {std::to_string(total_)});
-  sinceReport_ = 0;
-}
-
-/// Goes down into the directory that `attributes_` describes.
+/// Goes down into the directory that `attributes_` describes, if there is room below.
 void Scanner::advance() {
   if (level_ >= MAX_COMPONENTS - 1) {
     TRACE(TR_MAX, "Scanner::advance() : level >= (MAX_COMPONENTS - 1): MAX_COMPONENTS = %d.\n",
@@ -153,66 +93,48 @@ void Scanner::advance() {
     for (FileAction* action : actions_) action->directoryPassedOver();
     return;
   }
-  const size_t savedPathLength = path_.size();
   path_.assign(attributes_.faName);
   ++level_;
-  try {
-    std::unique_ptr<DirectoryReader> reader = factory_.newDirectoryReader(*this, false);
-    const auto index = static_cast<size_t>(level_);
-    if (arrayReader_.size() > index) {
-      arrayReader_[index] = std::move(reader);
-    } else {
-      arrayReader_.push_back(std::move(reader));
-    }
-  } catch (const LocalizableException& exception) {
-    TRACE(
-        TR_MIN,
-        "Scanner::advance() : ERROR: Caught LocalizableException in factory.newDirectoryReader()... Setting "
-        "rc to 4\n%s\n",
-        exception.what());
-    decrementLevel(savedPathLength);
-    return;
-  } catch (const GenericException&) {
-    decrementLevel(savedPathLength);
-    return;
-  }
+  pushReader(false);
+  enter();
+}
+
+void Scanner::enter() {
   for (FileAction* action : actions_) action->directoryEntered(attributes_);
 }
 
-void Scanner::decrementLevel(size_t savedPathLength) {
-  giveUp();
-  --level_;
-  path_.resize(savedPathLength);
-  for (FileAction* action : actions_) action->directoryPassedOver();
-}
-
-bool Scanner::nextGood() {
-  while (true) {
-    DirectoryReader* reader = readerAt(level_);
-    if (reader == nullptr) {
-      TRACE(TR_MIN,
-            "Scanner::nextGood() : ERROR: The DirectoryReader at <arrayReader [ %d ] > is NULL. Leaving "
-            "method.\n",
-            level_);
-      return false;
-    }
-    try {
-      return reader->next(filesystem_.fsType);
-    } catch (const LocalizableException& exception) {
-      TRACE(
-          TR_MIN,
-          "Scanner::nextGood() : ERROR: Caught LocalizableException in array[%d].next(%i) ... Setting rc to "
-          "4\n%s\n",
-          level_, filesystem_.fsType, exception.what());
-      giveUp();
-    }
-  }
-}
-
-void Scanner::leaveDirectory() {
+void Scanner::leave() {
   for (FileAction* action : actions_) action->directoryLeft();
   --level_;
   if (level_ >= 0) path_.resize(readerAt(level_)->pathLength());
+}
+
+void Scanner::pushReader(bool isRoot) {
+  std::unique_ptr<DirectoryReader> reader = factory_.newDirectoryReader(*this, isRoot);
+  const auto index = static_cast<size_t>(level_);
+  if (arrayReader_.size() > index) {
+    arrayReader_[index] = std::move(reader);
+  } else {
+    arrayReader_.push_back(std::move(reader));
+  }
+}
+
+/// Whether the entry is the file system's own copy of itself, directly below the root.
+bool Scanner::isSnapshotDirectory() const {
+  if (level_ > 0 || attributes_.faType != FileAttributes::DIRECTORY) return false;
+  const bool isCopy = (filesystem_.fsType == Filesystem::MXFS && attributes_.faName == snapshotPath_) ||
+                      attributes_.faName.find(snapshotDir) != std::string::npos;
+  if (isCopy) {
+    TRACE(TR_MID, "Scanner::scan() : Skipping the snapshot directory %s\n", attributes_.faName.c_str());
+  }
+  return isCopy;
+}
+
+void Scanner::reportProgress() {
+  ++total_;
+  if (++sinceReport_ <= ENTRIES_BETWEEN_REPORTS) return;
+  logJobMessage(1141, "AGT0143I", {std::to_string(total_)});
+  sinceReport_ = 0;
 }
 
 std::string Scanner::localName(std::string_view path) const {

@@ -31,6 +31,8 @@ class Scanner : public WalkPosition {
   static constexpr size_t NAME_BUFFER = 4096;
   /// What a walk answers that has lost something of its tree.
   static constexpr int GIVEN_UP = 4;
+  /// What a walk answers whose root could not be opened, read or stat'ed.
+  static constexpr int ROOT_LOST = 8;
   /// A directory directly below the root whose path contains this is a file system's own copy: not walked.
   static constexpr std::string_view snapshotDir = ".snapshot";
 
@@ -50,9 +52,7 @@ class Scanner : public WalkPosition {
   Scanner& operator=(const Scanner&) = delete;
 
   /// The whole walk. Sets Filesystem::fsScanTime.
-  /// @return 0 clean, GIVEN_UP at least one directory was lost or the file system was skipped, 8 the root
-  /// could
-  ///     not be opened, read or stat'ed, -1 there was no reader for the root
+  /// @return 0 clean, GIVEN_UP something of the tree was lost, ROOT_LOST nothing could be had of it
   /// @throws ScanAbortException when the job was told to stop; no further action has been called
   int scan();
 
@@ -93,13 +93,15 @@ class Scanner : public WalkPosition {
   size_t pathLengthAt(int32_t level) const override { return readerAt(level)->pathLength(); }
 
  private:
-  bool enterRoot(int& result);
-  void treatEntry();
-  void advance();
-  void decrementLevel(size_t savedPathLength);
+  // The steps of a walk.
+  bool openRoot();
   bool nextGood();
-  void leaveDirectory();
-  void actUponMatched();
+  void offer();
+  void advance();
+  void enter();
+  void leave();
+
+  void pushReader(bool isRoot);
   void evaluateOnRoot(const fileInfo& file);
   bool isSnapshotDirectory() const;
   void reportProgress();
