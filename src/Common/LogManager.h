@@ -9,6 +9,10 @@
 
 namespace agent {
 
+/// Stands in front of each line of a list in a log text, below the text of the first: as wide as date and
+/// time.
+inline const std::string LIST_INDENT(25, ' ');
+
 /// The job's log: opens the file for each line and closes it after, so that it may be moved away at any time.
 /// May be called from any thread; a whole line is written under one lock and in one write. A descriptor is
 /// held back for the log, so that a job without any can still say so.

@@ -35,9 +35,6 @@ constexpr int OBJECT_CREATION_FAILED = 12;
 constexpr int LOCK_HELD = 2236;    // the message of a lock that another job has
 constexpr int LOCK_FAILED = 2610;  // and that of one that could not be asked for
 
-// Names in a log text of several lines stand below the text of the first.
-const std::string INDENT(25, ' ');
-
 std::string now() {
   return std::to_string(time(nullptr));
 }
@@ -283,7 +280,7 @@ void ExecScan::unlock() {
 void ExecScan::logFilesystemList(const FilesystemList& list) const {
   TRACE_SCOPE("logFilesystemList( )");
   std::string names = "\n";
-  for (const auto& filesystem : list) names += INDENT + filesystem->fsMountPoint + "\n";
+  for (const auto& filesystem : list) names += LIST_INDENT + filesystem->fsMountPoint + "\n";
   if (naLog != nullptr) naLog->logList(2237, "STA0532I", names);
 }
 
