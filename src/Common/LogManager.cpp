@@ -59,10 +59,10 @@ void shapeTextInserts(MessageInserts& inserts, bool keepLineFeeds) {
 
 /// The message's text as the log shows it: its head is the identifier that the caller knows it by, unless it
 /// is one of the plain texts (T).
-std::string textOfMessage(uint32_t number, std::string_view identifier, const MessageInserts& inserts) {
-  std::string text = formatMessage(number, identifier, inserts);
-  if (!text.empty() && !identifier.empty() && identifier.back() != 'T') {
-    text.replace(0, identifier.size(), identifier);
+std::string textOfMessage(const Message& message, const MessageInserts& inserts) {
+  std::string text = formatMessage(message, inserts);
+  if (!text.empty() && !message.identifier.empty() && message.identifier.back() != 'T') {
+    text.replace(0, message.identifier.size(), message.identifier);
   }
   return text;
 }
@@ -123,31 +123,31 @@ void LogManager::setLogName(std::string logName) {
   m_LogName = std::move(logName);
 }
 
-int LogManager::logMessage(uint32_t number, std::string_view identifier, MessageInserts inserts) {
+int LogManager::logMessage(const Message& message, MessageInserts inserts) {
   shapeTextInserts(inserts, false);
-  return LogActivityLog(textOfMessage(number, identifier, inserts));
+  return LogActivityLog(textOfMessage(message, inserts));
 }
 
-void LogManager::logList(uint32_t number, std::string_view identifier, std::string list) {
+void LogManager::logList(const Message& message, std::string list) {
   MessageInserts inserts{std::move(list)};
   shapeTextInserts(inserts, true);
-  LogActivityLog(textOfMessage(number, identifier, inserts));
+  LogActivityLog(textOfMessage(message, inserts));
 }
 
-void LogManager::logAndPrintMessage(uint32_t number, std::string_view identifier, MessageInserts inserts) {
+void LogManager::logAndPrintMessage(const Message& message, MessageInserts inserts) {
   shapeTextInserts(inserts, false);
-  std::string text = textOfMessage(number, identifier, inserts);
+  std::string text = textOfMessage(message, inserts);
   LogActivityLog(text);
   printLine(std::move(text));
 }
 
-void LogManager::printMessage(uint32_t number, std::string_view identifier, MessageInserts inserts) {
+void LogManager::printMessage(const Message& message, MessageInserts inserts) {
   shapeTextInserts(inserts, false);
-  printLine(textOfMessage(number, identifier, inserts));
+  printLine(textOfMessage(message, inserts));
 }
 
-void logJobMessage(uint32_t number, std::string_view identifier, MessageInserts inserts) {
-  if (naLog != nullptr) naLog->logMessage(number, identifier, std::move(inserts));
+void logJobMessage(const Message& message, MessageInserts inserts) {
+  if (naLog != nullptr) naLog->logMessage(message, std::move(inserts));
 }
 
 }  // namespace agent

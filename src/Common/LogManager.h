@@ -29,20 +29,20 @@ class LogManager {
   /// Replaces the log's path.
   void setLogName(std::string logName);
 
-  /// Logs message `number`. In text inserts line feeds become blanks, and what a terminal would act upon or
+  /// Logs a message. In text inserts line feeds become blanks, and what a terminal would act upon or
   /// is no UTF-8 becomes "\\xNN"; what is written of each is cut to 4604 bytes, between characters. An empty
   /// one shows as "<NULL>". A message that no catalog holds logs nothing.
   /// @return as LogActivityLog
-  int logMessage(uint32_t number, std::string_view identifier, MessageInserts inserts = {});
+  int logMessage(const Message& message, MessageInserts inserts = {});
 
   /// The same with a text of several lines as its only insert, which keeps its line feeds.
-  void logList(uint32_t number, std::string_view identifier, std::string list);
+  void logList(const Message& message, std::string list);
 
   /// The same as logMessage; the text and a line end go to standard output as well.
-  void logAndPrintMessage(uint32_t number, std::string_view identifier, MessageInserts inserts = {});
+  void logAndPrintMessage(const Message& message, MessageInserts inserts = {});
 
   /// Prints the message's text and a line end on standard output only.
-  static void printMessage(uint32_t number, std::string_view identifier, MessageInserts inserts = {});
+  static void printMessage(const Message& message, MessageInserts inserts = {});
 
  private:
   std::string m_LogName;
@@ -54,6 +54,6 @@ class LogManager {
 extern LogManager* naLog;
 
 /// Logs through naLog when there is one.
-void logJobMessage(uint32_t number, std::string_view identifier, MessageInserts inserts = {});
+void logJobMessage(const Message& message, MessageInserts inserts = {});
 
 }  // namespace agent

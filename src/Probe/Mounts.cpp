@@ -14,6 +14,7 @@
 #include <string_view>
 #include <utility>
 
+#include "Common/JobMessages.h"
 #include "Common/LogManager.h"
 #include "Common/unix/FileDescriptor.h"
 #include "Common/unix/psmsgutil.h"
@@ -107,7 +108,7 @@ using DeviceBytes = std::array<unsigned char, DEVICE_BYTES>;
 int readDevice(int descriptor, off_t position, const std::string& device, DeviceBytes& bytes) {
   if (position != 0 && lseek(descriptor, position, SEEK_SET) < 0) {
     const int error = errno;
-    logJobMessage(398, "STA0098E", {withErrorText(device, error)});
+    logJobMessage(messages::SUPERBLOCK_NOT_FOUND, {withErrorText(device, error)});
     return error;
   }
   size_t filled = 0;
@@ -116,7 +117,7 @@ int readDevice(int descriptor, off_t position, const std::string& device, Device
     if (count < 0 && errno == EINTR) continue;
     if (count <= 0) {
       const int error = count < 0 ? errno : ENODATA;  // a short device has no error of its own
-      logJobMessage(399, "STA0099E", {withErrorText(device, error)});
+      logJobMessage(messages::SUPERBLOCK_NOT_READ, {withErrorText(device, error)});
       return error;
     }
     filled += static_cast<size_t>(count);
@@ -186,12 +187,12 @@ bool Mounts::openMnttab() {
   }
   mountFile_ = table ? fdopen(table.get(), "r") : nullptr;
   if (mountFile_ == nullptr) {
-    logJobMessage(394, "STA0094E", {table ? getSystemErrorMessage() : reason});
+    logJobMessage(messages::MOUNT_TABLE_NOT_READ, {table ? getSystemErrorMessage() : reason});
     return false;
   }
   table.release();
   if (lockTable(mountFile_, F_RDLCK) != 0) {
-    logJobMessage(395, "STA0095E", {getSystemErrorMessage()});
+    logJobMessage(messages::MOUNT_TABLE_NOT_LOCKED, {getSystemErrorMessage()});
     closeTable();
     return false;
   }
@@ -215,7 +216,8 @@ bool Mounts::nextMount() {
     errno = 0;
     if (getmntent_r(mountFile_, &record, line, sizeof line) == nullptr) {
       readFailed_ = ferror(mountFile_) != 0;
-      if (readFailed_) logJobMessage(394, "STA0094E", {getSystemErrorMessage(errno != 0 ? errno : EIO)});
+      if (readFailed_)
+        logJobMessage(messages::MOUNT_TABLE_NOT_READ, {getSystemErrorMessage(errno != 0 ? errno : EIO)});
       closeTable();
       return false;
     }
@@ -232,7 +234,7 @@ bool Mounts::nextMount() {
   }
   fsType = "clfs";
   if (getClfsClusterName(mntPt, filesystem) != 0) {
-    logJobMessage(724, "STA0622E", {mntPt});
+    logJobMessage(messages::CLUSTER_WITHOUT_NAME, {mntPt});
     return false;
   }
   return true;
@@ -249,7 +251,7 @@ Mounts Mounts::entry() const {
 int getClfsClusterName(const std::string& mountDir, std::string& name) {
   TRACE_SCOPE("getClfsClusterName()");
   const auto failed = [&](const std::string& path) {
-    logJobMessage(722, "STA0620E", {path, getSystemErrorMessage()});
+    logJobMessage(messages::CLUSTER_NOT_READ, {path, getSystemErrorMessage()});
     return -1;
   };
   const std::unique_ptr<DIR, int (*)(DIR*)> directory(opendir(mountDir.c_str()), closedir);
@@ -273,7 +275,7 @@ int Mounts::statFS(Filesystem& fs, int nfsTimeout) const {
   TRACE_SCOPE("Mounts::statFS()");
   struct statvfs figures = {};
   if (const int error = limitedStatvfs(mntPt.c_str(), nfsTimeout, figures); error != 0) {
-    logJobMessage(396, "STA0096E", {withErrorText(mntPt, error)});
+    logJobMessage(messages::FIGURES_NOT_READ, {withErrorText(mntPt, error)});
     TRACE(TR_MIN, ">> statvfs() failed for path %s ... logged STA0096E\n", mntPt.c_str());
     return 12;
   }
@@ -304,7 +306,7 @@ int GetPhysicalSize(Filesystem& fs, const Mounts& mount) {
   // O_NONBLOCK: whatever stands under the name of the device, opening it must not wait.
   const FileDescriptor device(open(mount.filesystem.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
   if (!device) {
-    logJobMessage(397, "STA0097E", {withErrorText(mount.filesystem, errno)});
+    logJobMessage(messages::DEVICE_NOT_OPENED, {withErrorText(mount.filesystem, errno)});
     return 4;
   }
   return ext ? HandleExt2(device.get(), fs, mount.filesystem)

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <utility>
 
+#include "Common/JobMessages.h"
 #include "Common/LogManager.h"
 #include "Common/VOXCommon/InetAddress.h"
 #include "Probe/Filesystem.h"
@@ -69,7 +70,7 @@ bool handleMounts(MountsMap& map, Mounts& mounts, bool aliases) {
     }
     const std::optional<NfsSource> source = parseNfsSource(mounts.filesystem);
     if (!source) {
-      logJobMessage(2093, "NAA0039W", {mounts.filesystem});
+      logJobMessage(messages::NETWORK_SOURCE_ODD, {mounts.filesystem});
       TRACE(TR_MIN, ">> Import could not be parsed: %s\n", mounts.filesystem.c_str());
       allParsed = false;
       continue;

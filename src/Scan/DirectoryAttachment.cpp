@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "Common/ComputerID.h"
+#include "Common/JobMessages.h"
 #include "Common/LogManager.h"
 #include "Probe/NasFiler.h"
 #include "QLMlib/common/ut/Trace.h"
@@ -169,7 +170,7 @@ void attachDirectoryStatistics(const StatisticList& statistics, Selection& selec
       plan.givenUp = true;
     }
   }
-  if (!names.empty() && naLog != nullptr) naLog->logList(327, "STA0027I", names);
+  if (!names.empty() && naLog != nullptr) naLog->logList(messages::DIRECTORY_STATISTICS, names);
 }
 
 }  // namespace agent

@@ -9,6 +9,7 @@
 #include "Common/AgentNotification.h"
 #include "Common/ComputerID.h"
 #include "Common/GenericException.h"
+#include "Common/JobMessages.h"
 #include "Common/JobRecord.h"
 #include "Common/ScanAbortException.h"
 #include "Common/ScanVOXTags.h"
@@ -32,8 +33,6 @@ constexpr const char* VERSION = "5.2.4.1\n";
 constexpr const char* STARTED = "1";
 constexpr const char* FAILED_TO_START = "3";
 constexpr int OBJECT_CREATION_FAILED = 12;
-constexpr int LOCK_HELD = 2236;    // the message of a lock that another job has
-constexpr int LOCK_FAILED = 2610;  // and that of one that could not be asked for
 
 std::string now() {
   return std::to_string(time(nullptr));
@@ -47,9 +46,9 @@ std::string padded(int32_t number, size_t width) {
 
 /// Logs what ends the job without a result. Where the log can't be written, as in the directory that has just
 /// refused a lock, whoever started the job is told.
-void logEnd(uint32_t number, std::string_view identifier, const MessageInserts& inserts = {}) {
-  if (naLog->logMessage(number, identifier, inserts) != 0) {
-    LogManager::printMessage(number, identifier, inserts);
+void logEnd(const Message& message, const MessageInserts& inserts = {}) {
+  if (naLog->logMessage(message, inserts) != 0) {
+    LogManager::printMessage(message, inserts);
   }
 }
 
@@ -107,7 +106,7 @@ void ExecScan::run() {
   sendAgentStartStatus(cmdArgs_->agentCom, returnCode_ == CLEAN ? STARTED : FAILED_TO_START);
   if (returnCode_ != CLEAN) return;
 
-  logJobMessage(1144, "AGT0146I");
+  logJobMessage(messages::JOB_STARTED);
   jobStartTime_ = now();
   const std::string jobFile = createJobFile(SCAN_JOB, *cmdArgs_, true);
   const std::string definitionFile = definitionFileName();
@@ -144,11 +143,11 @@ void ExecScan::parseArguments() {
 
 void ExecScan::reportBadArguments() const {
   if (returnCode_ == CmdArgs::BAD_COMMAND) {
-    LogManager::printMessage(1750, "AGT0397E", {cmdArgs_->lastArgument});
+    LogManager::printMessage(messages::UNKNOWN_COMMAND, {cmdArgs_->lastArgument});
   } else {
-    LogManager::printMessage(1751, "AGT0398E", {cmdArgs_->lastArgument});
+    LogManager::printMessage(messages::INVALID_OPTION, {cmdArgs_->lastArgument});
   }
-  LogManager::printMessage(2232, "STA0528T");
+  LogManager::printMessage(messages::USAGE);
 }
 
 void ExecScan::openTrace() {
@@ -170,7 +169,7 @@ bool ExecScan::readDefinition(const std::string& definitionFile) {
   DefinitionPlace place;
   const auto failed = [&](int code, const std::string& problem, const std::string& text, const char* step) {
     returnCode_ = code;
-    logEnd(714, "STA0430E", {definitionFile, problem});
+    logEnd(messages::DEFINITION_NO_USE, {definitionFile, problem});
     TRACE(TR_MIN, "ERROR: %s, occured during %s.\n", text.c_str(), step);
     return false;
   };
@@ -199,7 +198,7 @@ void ExecScan::scan() {
   } catch (const GenericException& exception) {
     // The log has been told. Locks taken before the one that failed stay in the resource file: with this
     // process they turn stale.
-    if (exception.getMsgID() == LOCK_HELD) {
+    if (exception.getMsgID() == static_cast<int32_t>(messages::LOCK_HELD.number)) {
       TRACE(TR_MIN, "Filesystem already in locked by another scan process: %s\n",
             exception.getMessage().c_str());
     } else {
@@ -215,13 +214,13 @@ void ExecScan::scan() {
     }
     unlock();
     returnCode_ = ABORTED;
-    logEnd(2602, "GEN0102W");
+    logEnd(messages::TOLD_TO_STOP);
   } catch (const VOXIOException& exception) {
-    logEnd(2601, "GEN0101E", {cmdArgs_->resultFile, exception.getCause()});
+    logEnd(messages::RESULT_NOT_WRITTEN, {cmdArgs_->resultFile, exception.getCause()});
     TRACE(TR_MIN, "%s: %s\n", exception.getMessage().c_str(), exception.getCause().c_str());
     returnCode_ = WRITE_FAILED;
   } catch (const std::exception& exception) {
-    logEnd(2603, "GEN0103E", {std::string(exception.what())});
+    logEnd(messages::SCAN_FAILED, {std::string(exception.what())});
     TRACE(TR_MIN, "ERROR: %s, the scan ends.\n", exception.what());
     unlock();
     returnCode_ = ABORTED;
@@ -264,11 +263,12 @@ void ExecScan::lock(const FilesystemList& list) {
 
   const std::string& refused = list[outcome.taken]->fsMountPoint;
   if (outcome.result == LOCKED_BY_THIS_PROCESS || outcome.result == LOCKED_BY_OTHER_PROCESS) {
-    logEnd(LOCK_HELD, "STA0531E", {refused});
-    throw GenericException(Constants::_ERROR, LOCK_HELD, "", refused);
+    logEnd(messages::LOCK_HELD, {refused});
+    throw GenericException(Constants::_ERROR, static_cast<int32_t>(messages::LOCK_HELD.number), "", refused);
   }
-  logEnd(LOCK_FAILED, "GEN0110E", {refused, outcome.file, outcome.reason});
-  throw GenericException(Constants::_ERROR, LOCK_FAILED, outcome.reason, refused);
+  logEnd(messages::LOCK_FAILED, {refused, outcome.file, outcome.reason});
+  throw GenericException(Constants::_ERROR, static_cast<int32_t>(messages::LOCK_FAILED.number),
+                         outcome.reason, refused);
 }
 
 void ExecScan::unlock() {
@@ -281,7 +281,7 @@ void ExecScan::logFilesystemList(const FilesystemList& list) const {
   TRACE_SCOPE("logFilesystemList( )");
   std::string names = "\n";
   for (const auto& filesystem : list) names += LIST_INDENT + filesystem->fsMountPoint + "\n";
-  if (naLog != nullptr) naLog->logList(2237, "STA0532I", names);
+  if (naLog != nullptr) naLog->logList(messages::FILESYSTEMS_LOCKED, names);
 }
 
 // --- The end -----------------------------------------------------------------------------------------------
@@ -293,7 +293,7 @@ void ExecScan::finish(const std::string& definitionFile, const std::string& jobF
   if (returnCode_ >= ABORTED) {
     removeResult();
   } else if (scanEnded_) {
-    logJobMessage(462, "STA0161I");
+    logJobMessage(messages::SCAN_COMPLETE);
   }
   if (notifyAgent() != 0 && !jobFile.empty()) {
     updateJobFile(jobFile, returnCode_, cmdArgs_->jobEndTimestamp);

@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "Common/JobMessages.h"
 #include "Common/LogManager.h"
 #include "Probe/NasFiler.h"
 #include "QLMlib/common/ut/Trace.h"
@@ -37,7 +38,7 @@ const Mounts* findMount(const Filesystem& filesystem, const MountsMap& mounts) {
     if (const auto found = mounts.find(key); found != mounts.end()) return &found->second;
     TRACE(TR_MAX, "No entry found for %s! Tryin next...\n", key.c_str());
   }
-  logJobMessage(403, "STA0103W", {keys.empty() ? std::string() : keys.front()});
+  logJobMessage(messages::NOT_MOUNTED, {keys.empty() ? std::string() : keys.front()});
   return nullptr;
 }
 
@@ -111,7 +112,7 @@ void findFilesystems(const FilesystemList& filesystems, const MountsMap& mounts,
   }
   if (plan.fsRefs.empty()) {
     TRACE(TR_MIN, "no filesystems.\n");
-    logJobMessage(872, "STA0647E");
+    logJobMessage(messages::NOTHING_TO_SCAN);
   }
 }
 

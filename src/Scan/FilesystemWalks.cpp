@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "Common/GenericPrint.h"
+#include "Common/JobMessages.h"
 #include "Common/LogManager.h"
 #include "Common/unix/psmsgutil.h"
 #include "Probe/Filesystem.h"
@@ -47,7 +48,7 @@ FilesystemWalks::FilesystemWalks(ScanPlan& plan, GenericPrint& print, FileAction
 void FilesystemWalks::run(StatisticList& statistics) {
   for (const auto& fsRef : plan_.fsRefs) {
     Filesystem& filesystem = *fsRef->filesystem;
-    logJobMessage(325, "STA0025I", {qualifiedFSName(filesystem)});
+    logJobMessage(messages::SCANNING_FILESYSTEM, {qualifiedFSName(filesystem)});
     const size_t metBefore = monDirs_.completed().size();
     const int result = walk(*fsRef);
     if (result != 0) plan_.givenUp = true;
@@ -127,7 +128,8 @@ void FilesystemWalks::addObserver() {
 void FilesystemWalks::reportFailedLookups() {
   const UnixUserTable::Failures failures = userTable_.takeFailures();
   if (failures.numbers == 0) return;
-  logJobMessage(2605, "GEN0105W", {std::to_string(failures.numbers), getSystemErrorMessage(failures.error)});
+  logJobMessage(messages::OWNERS_NOT_LOOKED_UP,
+                {std::to_string(failures.numbers), getSystemErrorMessage(failures.error)});
   plan_.givenUp = true;
 }
 

@@ -4,6 +4,7 @@
 #include <string>
 #include <utility>
 
+#include "Common/JobMessages.h"
 #include "Common/LogManager.h"
 #include "Common/VOXCommon/CommonAgentFactory.h"
 #include "Probe/Filesystem.h"
@@ -64,7 +65,7 @@ void attachStatistics(const StatisticList& statistics, Selection& selection, Sca
     }
     definition->setWhereClause("");
   }
-  if (!names.empty() && naLog != nullptr) naLog->logList(326, "STA0026I", names);
+  if (!names.empty() && naLog != nullptr) naLog->logList(messages::STATISTICS, names);
 }
 
 }  // namespace agent

@@ -64,14 +64,14 @@ TEST_F(LogManagerTest, InsertsAreNeverEmptyNeverEndlessAndNeverBreakTheLine) {
   LogManager log(path());
   const std::string start = "STA0531E The file system \"";
   const std::string end = "\" is being scanned by another job. This job ends without a result.\n";
-  log.logMessage(2236, "STA0531E", {"/home"});
-  log.logMessage(2236, "STA0531E", {""});
-  log.logMessage(2236, "STA0531E", {"/two\nlines"});
-  log.logMessage(2236, "STA0531E", {"/caf\xC3\xA9\\\xE9\xE2\x80\xAE"});
-  log.logMessage(2236, "STA0531E", {std::string(10'000, 'x')});
-  log.logMessage(2236, "STA0531E", {"x" + std::string(5'000, '\x01')});  // no escape is halved
-  log.logMessage(2236, "GEN9999E", {"/home"});  // the head is the identifier that the caller knows
-  log.logMessage(1, "STA0001Q", {"/home"});     // no such message: nothing is logged
+  log.logMessage({2236, "STA0531E"}, {"/home"});
+  log.logMessage({2236, "STA0531E"}, {""});
+  log.logMessage({2236, "STA0531E"}, {"/two\nlines"});
+  log.logMessage({2236, "STA0531E"}, {"/caf\xC3\xA9\\\xE9\xE2\x80\xAE"});
+  log.logMessage({2236, "STA0531E"}, {std::string(10'000, 'x')});
+  log.logMessage({2236, "STA0531E"}, {"x" + std::string(5'000, '\x01')});  // no escape is halved
+  log.logMessage({2236, "GEN9999E"}, {"/home"});  // the head is the identifier that the caller knows
+  log.logMessage({1, "STA0001Q"}, {"/home"});     // no such message: nothing is logged
   closeMessages();
   std::string escapes;
   while (escapes.size() + 5 <= 4604) escapes += "\\x01";

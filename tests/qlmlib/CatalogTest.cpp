@@ -79,15 +79,15 @@ TEST_F(CatalogTest, MessagesComeFromTheCatalogOfTheirFamily) {
   compile("en_US", "300 \"STA0300W job: %1$s\"\n301 \"STA0301T label\"\n302 \"no identifier\"\n");
   compile("en_US", "300 \"ZNS0300E library: %1$s\"\n", "zemclientV3.cat");
   ASSERT_EQ(open(), 0);
-  EXPECT_EQ(formatMessage(300, "STA0300W", {std::string("x")}), "STA0300W job: x");
-  EXPECT_EQ(formatMessage(300, "ZNS0300E", {std::string("x")}), "ZNS0300E library: x");
-  EXPECT_EQ(messageText(300, "STA0300W"), "STA0300W job: %1$s");
-  EXPECT_EQ(messageText(301, "STA0301T"), "label");
+  EXPECT_EQ(formatMessage({300, "STA0300W"}, {std::string("x")}), "STA0300W job: x");
+  EXPECT_EQ(formatMessage({300, "ZNS0300E"}, {std::string("x")}), "ZNS0300E library: x");
+  EXPECT_EQ(messageText({300, "STA0300W"}), "STA0300W job: %1$s");
+  EXPECT_EQ(messageText({301, "STA0301T"}), "label");
   for (const uint32_t absent : {0u, 302u, 303u, 65536u + 300u, 0xffffffffu}) {
-    EXPECT_EQ(formatMessage(absent, "STA0303W", {}), "") << absent;
+    EXPECT_EQ(formatMessage({absent, "STA0303W"}, {}), "") << absent;
   }
   closeMessages();
-  EXPECT_EQ(formatMessage(300, "STA0300W", {}), "");
+  EXPECT_EQ(formatMessage({300, "STA0300W"}, {}), "");
 }
 
 TEST_F(CatalogTest, ALanguageIsAskedFirstAndEnglishFillsItsGaps) {
@@ -95,9 +95,9 @@ TEST_F(CatalogTest, ALanguageIsAskedFirstAndEnglishFillsItsGaps) {
   compile("de_DE", "300 \"STA0300T deutsch\"\n");
   zemLocale = "de_AT.UTF-8";
   ASSERT_EQ(open(), 0);
-  EXPECT_EQ(messageText(300, "STA0300T"), "deutsch");
-  EXPECT_EQ(messageText(301, "STA0301T"), "only English");
-  EXPECT_EQ(messageText(300, "STA0300T"), "deutsch");  // the flag holds for one look-up
+  EXPECT_EQ(messageText({300, "STA0300T"}), "deutsch");
+  EXPECT_EQ(messageText({301, "STA0301T"}), "only English");
+  EXPECT_EQ(messageText({300, "STA0300T"}), "deutsch");  // the flag holds for one look-up
 }
 
 TEST_F(CatalogTest, LanguagesHaveDirectories) {
@@ -134,7 +134,7 @@ TEST_F(CatalogTest, AFullCacheGivesTheSameTexts) {
   ASSERT_EQ(open(), 0);
   for (int round = 0; round < 2; ++round) {
     for (uint32_t i = 300; i <= 301 + nlsObject_t::MAX_CACHED_MESSAGES; ++i) {
-      EXPECT_EQ(messageText(i, "STA"), "text " + std::to_string(i));
+      EXPECT_EQ(messageText({i, "STA"}), "text " + std::to_string(i));
     }
   }
 }
@@ -148,7 +148,7 @@ TEST_F(CatalogTest, ADamagedCatalogEndsInNoCrash) {
     ::testing::internal::CaptureStderr();
     open();
     for (const uint32_t number : {300u, 301u, 302u, 303u, 2232u}) {
-      formatMessage(number, "STA0300W", {std::string("x")});
+      formatMessage({number, "STA0300W"}, {std::string("x")});
     }
     closeMessages();
     ::testing::internal::GetCapturedStderr();
@@ -178,9 +178,9 @@ TEST_F(CatalogTest, IssuedMessagesFeedTheGlobalReturnCodeAndTextsDoNot) {
                         {303, "STA0303E", 0}, {267, "ZNS0267E", 12}, {201, "ZNS0201W", 4}};
   for (const Case& c : cases) {
     gRC->clearAllRC();
-    messageText(c.number, c.identifier);
+    messageText({c.number, c.identifier});
     EXPECT_EQ(gRC->get(), 0) << c.number;
-    formatMessage(c.number, c.identifier, {});
+    formatMessage({c.number, c.identifier}, {});
     EXPECT_EQ(gRC->get(), c.code) << c.number;
   }
   EXPECT_EQ(messageSeverity(303), 255);
@@ -222,9 +222,9 @@ TEST_F(CatalogTest, ShippedCatalogsHoldEveryMessageUnderItsIdentifier) {
       "9999 ZNS9999E");
   uint32_t number = 0;
   for (std::string identifier; kept >> number >> identifier;)
-    EXPECT_EQ(messageText(number, identifier).substr(0, 9), identifier + " ");
+    EXPECT_EQ(messageText({number, identifier}).substr(0, 9), identifier + " ");
   for (number = 201; number <= 267; ++number) EXPECT_NE(messageSeverity(number), 255) << number;
-  EXPECT_EQ(messageText(1111, "ZNS1111M"), "");
+  EXPECT_EQ(messageText({1111, "ZNS1111M"}), "");
 }
 
 }  // namespace

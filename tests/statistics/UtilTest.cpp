@@ -35,7 +35,7 @@ TEST(UtilTest, NamesOfTheServersStatisticsBecomeTextsOfTheCatalog) {
         "SQL_NAME_LARGESTORPHANS", "SQL_NAME_OBSOLETEFILES", "SQL_NAME_OLDESTORPHANS",
         "SQL_NAME_SUMMARY_FILEEXT", "SQL_NAME_SUMMARY_FILESYS", "SQL_NAME_SUMMARY_GROUP",
         "SQL_NAME_SUMMARY_OWNER", "SQL_NAME_TEMPFILES", "SQL_NAME_WASTED"}) {
-    const std::string text = messageText(number++, "STA");
+    const std::string text = messageText({number++, "STA"});
     ASSERT_NE(text, "") << name;
     for (const std::string prefix : {"", "NRVUser.", "NRVDiskUser.", "NRVFabricUser.", "NRVTapeUser."}) {
       EXPECT_EQ(Util::getTranslatedName(prefix + name), prefix + text);

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdint>
 
+#include "Common/JobMessages.h"
 #include "QLMlib/common/nls/Messages.h"
 
 namespace agent {
@@ -12,28 +12,27 @@ namespace {
 
 struct NamedMessage {
   std::string_view name;
-  uint32_t number;
-  std::string_view identifier;
+  Message message;
 };
 
 constexpr std::array<NamedMessage, 17> STATISTIC_NAMES = {{
-    {"SQL_NAME_ATRISK", 2380, "STA0540T"},
-    {"SQL_NAME_BYACCESS", 2381, "STA0541T"},
-    {"SQL_NAME_BYCREATION", 2382, "STA0542T"},
-    {"SQL_NAME_BYMODIFICATION", 2383, "STA0543T"},
-    {"SQL_NAME_BYMOD", 2384, "STA0544T"},
-    {"SQL_NAME_FILE_SIZE", 2385, "STA0545T"},
-    {"SQL_NAME_LARGESTDIR", 2386, "STA0546T"},
-    {"SQL_NAME_LARGESTFILES", 2387, "STA0547T"},
-    {"SQL_NAME_LARGESTORPHANS", 2388, "STA0548T"},
-    {"SQL_NAME_OBSOLETEFILES", 2389, "STA0549T"},
-    {"SQL_NAME_OLDESTORPHANS", 2390, "STA0550T"},
-    {"SQL_NAME_SUMMARY_FILEEXT", 2391, "STA0551T"},
-    {"SQL_NAME_SUMMARY_FILESYS", 2392, "STA0552T"},
-    {"SQL_NAME_SUMMARY_GROUP", 2393, "STA0553T"},
-    {"SQL_NAME_SUMMARY_OWNER", 2394, "STA0554T"},
-    {"SQL_NAME_TEMPFILES", 2395, "STA0555T"},
-    {"SQL_NAME_WASTED", 2396, "STA0556T"},
+    {"SQL_NAME_ATRISK", messages::NAME_AT_RISK},
+    {"SQL_NAME_BYACCESS", messages::NAME_BY_ACCESS},
+    {"SQL_NAME_BYCREATION", messages::NAME_BY_CREATION},
+    {"SQL_NAME_BYMODIFICATION", messages::NAME_BY_MODIFICATION},
+    {"SQL_NAME_BYMOD", messages::NAME_NOT_BACKED_UP},
+    {"SQL_NAME_FILE_SIZE", messages::NAME_BY_SIZE},
+    {"SQL_NAME_LARGESTDIR", messages::NAME_LARGEST_DIRECTORIES},
+    {"SQL_NAME_LARGESTFILES", messages::NAME_LARGEST_FILES},
+    {"SQL_NAME_LARGESTORPHANS", messages::NAME_LARGEST_ORPHANS},
+    {"SQL_NAME_OBSOLETEFILES", messages::NAME_OBSOLETE_FILES},
+    {"SQL_NAME_OLDESTORPHANS", messages::NAME_OLDEST_ORPHANS},
+    {"SQL_NAME_SUMMARY_FILEEXT", messages::NAME_BY_FILE_TYPE},
+    {"SQL_NAME_SUMMARY_FILESYS", messages::NAME_BY_FILESYSTEM},
+    {"SQL_NAME_SUMMARY_GROUP", messages::NAME_BY_GROUP},
+    {"SQL_NAME_SUMMARY_OWNER", messages::NAME_BY_OWNER},
+    {"SQL_NAME_TEMPFILES", messages::NAME_TEMPORARY_FILES},
+    {"SQL_NAME_WASTED", messages::NAME_WASTED_SPACE},
 }};
 
 std::string translate(std::string_view name) {
@@ -41,7 +40,7 @@ std::string translate(std::string_view name) {
       std::find_if(STATISTIC_NAMES.begin(), STATISTIC_NAMES.end(),
                    [name](const NamedMessage& candidate) { return candidate.name == name; });
   if (known == STATISTIC_NAMES.end()) return std::string(name);
-  std::string text = messageText(known->number, known->identifier);
+  std::string text = messageText(known->message);
   return text.empty() ? std::string(name) : text;
 }
 

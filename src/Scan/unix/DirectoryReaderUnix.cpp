@@ -7,6 +7,7 @@
 #include <string_view>
 #include <utility>
 
+#include "Common/JobMessages.h"
 #include "Common/LogManager.h"
 #include "Common/ScanAbortException.h"
 #include "Common/unix/psmsgutil.h"
@@ -75,7 +76,7 @@ int DirectoryReaderUnix::check(int descriptor) {
 void DirectoryReaderUnix::reportUnopened(const std::string& path, int error) {
   const std::string localName = scanner().localName(path);
   TRACE(TR_MIN, ">> opendir() failed on %s \n", localName.c_str());
-  logJobMessage(421, "STA0121E",
+  logJobMessage(messages::DIRECTORY_NOT_OPENED,
                 {localName, error == EXCHANGED ? std::string("another directory has taken its place")
                                                : getSystemErrorMessage(error)});
   // The directory could be read, but not by us: no tree looks like this to its owner.
@@ -109,7 +110,7 @@ void DirectoryReaderUnix::logBreakOff() const {
   const std::string reason = getSystemErrorMessage();
   const std::string localName = scanner().localName(scanner().path());
   TRACE(TR_MIN, ">> readdir() failed on %s \n", localName.c_str());
-  logJobMessage(2604, "GEN0104W", {localName, reason});
+  logJobMessage(messages::DIRECTORY_BROKE_OFF, {localName, reason});
   // What a file system lists first is no picture of it: its totals are known to be wrong.
   if (isRoot()) scanner().giveUp();
 }
@@ -152,7 +153,7 @@ int32_t DirectoryReaderUnix::stat(const std::string& path, FileAttributes& attri
 /// Anybody can hide files behind a long path, so the log tells; once, for whoever can make one can make many.
 void DirectoryReaderUnix::logLongPath(const std::string& path) {
   if (std::exchange(longPathLogged_, true)) return;
-  logJobMessage(440, "STA0139W", {scanner().localName(path).substr(0, Scanner::NAME_BUFFER)});
+  logJobMessage(messages::PATH_TOO_LONG, {scanner().localName(path).substr(0, Scanner::NAME_BUFFER)});
 }
 
 std::unique_ptr<DirectoryReader> DirectoryReaderFactoryUnix::newDirectoryReader(Scanner& scanner,

@@ -3,6 +3,7 @@
 #include <array>
 #include <cerrno>
 
+#include "Common/JobMessages.h"
 #include "Common/LogManager.h"
 #include "Common/unix/psmsgutil.h"
 
@@ -43,7 +44,8 @@ bool ScannerUnix::Stat(fileInfo& file, bool /*remote*/) {
   struct stat& status = file.stat;
   if (calls_.statEntry(directory.handle(), name, status) != 0) {
     const int error = errno;
-    logJobMessage(363, "STA0063E", {localName({file.path, file.pathLength}), getSystemErrorMessage(error)});
+    logJobMessage(messages::ENTRY_NOT_READ,
+                  {localName({file.path, file.pathLength}), getSystemErrorMessage(error)});
     if (isOutOfDescriptors(error)) giveUp();
     return false;
   }

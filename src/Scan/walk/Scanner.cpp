@@ -4,6 +4,7 @@
 #include <memory>
 #include <utility>
 
+#include "Common/JobMessages.h"
 #include "Common/LogManager.h"
 #include "Probe/Filesystem.h"
 #include "QLMlib/common/ut/Trace.h"
@@ -58,7 +59,7 @@ int Scanner::scan() {
     }
     leave();
   }
-  logJobMessage(1142, "AGT0144I", {std::to_string(total_)});
+  logJobMessage(messages::FILESYSTEM_WALKED, {std::to_string(total_)});
   return rc_;
 }
 
@@ -89,7 +90,7 @@ void Scanner::advance() {
   if (level_ >= MAX_COMPONENTS - 1) {
     TRACE(TR_MAX, "Scanner::advance() : level >= (MAX_COMPONENTS - 1): MAX_COMPONENTS = %d.\n",
           MAX_COMPONENTS);
-    logJobMessage(301, "STA0001E", {attributes_.faName});
+    logJobMessage(messages::TOO_DEEP, {attributes_.faName});
     for (FileAction* action : actions_) action->directoryPassedOver();
     return;
   }
@@ -133,7 +134,7 @@ bool Scanner::isSnapshotDirectory() const {
 void Scanner::reportProgress() {
   ++total_;
   if (++sinceReport_ <= ENTRIES_BETWEEN_REPORTS) return;
-  logJobMessage(1141, "AGT0143I", {std::to_string(total_)});
+  logJobMessage(messages::ENTRIES_SO_FAR, {std::to_string(total_)});
   sinceReport_ = 0;
 }
 
@@ -154,7 +155,7 @@ bool Scanner::ScannerInitOpen(std::string_view path) const {
   TRACE(TR_MIN,
         "Scanner::ScannerInitOpen() : ERROR: Logging problem with STA0139W ... Path %s is too long.\n",
         cut.c_str());
-  logJobMessage(440, "STA0139W", {cut});
+  logJobMessage(messages::PATH_TOO_LONG, {cut});
   return false;
 }
 

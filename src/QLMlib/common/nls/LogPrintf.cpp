@@ -46,7 +46,7 @@ int nlLogPrintf(const MessageDescriptor& message, std::span<char> buffer) {
   TRACE(TR_EVENT, "nlLogPrintf: msg number = %u\n", message.number);
   const bool hasInserts = (message.flags & LOG_PRINT_INSERTS) != 0;
   std::string text =
-      formatMessage(message.number, message.identifier, hasInserts ? message.inserts : MessageInserts{});
+      formatMessage({message.number, message.identifier}, hasInserts ? message.inserts : MessageInserts{});
   if (text.empty()) return 0;
   if ((message.flags & LOG_PRINT_LINE_FEED) != 0) text += '\n';
 

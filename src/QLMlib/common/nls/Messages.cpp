@@ -67,11 +67,11 @@ std::string environmentLanguage() {
   return language == nullptr ? "" : language;
 }
 
-std::string catalogText(uint32_t number, std::string_view identifier) {
+std::string catalogText(const Message& message) {
   const CatalogLock lock;
   if (!lock.held()) return "";
-  const NLSMsg* message = catalogsOf(isLibraryIdentifier(identifier)).GetMsgOrEnglish(number);
-  return message == nullptr ? "" : message->text;
+  const NLSMsg* entry = catalogsOf(isLibraryIdentifier(message.identifier)).GetMsgOrEnglish(message.number);
+  return entry == nullptr ? "" : entry->text;
 }
 
 bool openCatalogs(const std::string& catalogName, const std::string& directory) {
@@ -121,14 +121,14 @@ uint8_t messageSeverity(uint32_t number) {
   return message == nullptr ? SEVERITY_NOT_FOUND : message->severity;
 }
 
-std::string formatMessage(uint32_t number, std::string_view identifier, const MessageInserts& inserts) {
-  std::string text = insertItems(catalogText(number, identifier), inserts);
-  if (gRC != nullptr) gRC->set(number);
+std::string formatMessage(const Message& message, const MessageInserts& inserts) {
+  std::string text = insertItems(catalogText(message), inserts);
+  if (gRC != nullptr) gRC->set(message.number);
   return text;
 }
 
-std::string messageText(uint32_t number, std::string_view identifier) {
-  return catalogText(number, identifier);
+std::string messageText(const Message& message) {
+  return catalogText(message);
 }
 
 void issueInternalError(const char* file, unsigned line, const char* text) {

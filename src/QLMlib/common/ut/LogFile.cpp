@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "QLMlib/common/nls/LibraryMessages.h"
 #include "QLMlib/common/nls/Messages.h"
 #include "QLMlib/common/unx/DirectoryPath.h"
 #include "QLMlib/common/ut/LogPruner.h"
@@ -55,7 +56,8 @@ int LogFile::createDirectories() {
   if (slash == std::string::npos || slash == 0) return 0;
   const int reason = makeDirectoryPath(path.substr(0, slash));
   if (reason == 0) return 0;
-  const std::string text = formatMessage(264, "ZNS0264E", {path, std::string(std::strerror(reason))});
+  const std::string text =
+      formatMessage(messages::LOG_NOT_OPENED, {path, std::string(std::strerror(reason))});
   TRACE(TR_MIN, "%s\n", text.c_str());
   lastErrno_ = EACCES;
   return -1;

@@ -14,6 +14,7 @@
 #include <unistd.h>
 
 #include "QLMlib/common/nls/DateTimeFormat.h"
+#include "QLMlib/common/nls/LibraryMessages.h"
 #include "QLMlib/common/nls/Messages.h"
 #include "QLMlib/common/ut/Trace.h"
 
@@ -30,8 +31,8 @@ struct StreamCloser {
 };
 using Stream = std::unique_ptr<std::FILE, StreamCloser>;
 
-void issue(uint32_t number, std::string_view identifier, const std::string& subject, int reason) {
-  const std::string text = formatMessage(number, identifier, {subject, std::string(std::strerror(reason))});
+void issue(const Message& message, const std::string& subject, int reason) {
+  const std::string text = formatMessage(message, {subject, std::string(std::strerror(reason))});
   TRACE(TR_MIN, "%s\n", text.c_str());
 }
 
@@ -68,7 +69,7 @@ class Pruner {
       const int reason = errno;
       TRACE(TR_MIN, "Couldn't open <%s> for pruning. errno = %d, %s\n", settings_.path.c_str(), reason,
             std::strerror(reason));
-      issue(264, "ZNS0264E", settings_.path, reason);
+      issue(messages::LOG_NOT_OPENED, settings_.path, reason);
       return false;
     }
     return openTemporary() && openSaveFile();
@@ -85,7 +86,7 @@ class Pruner {
     const int reason = errno;
     TRACE(TR_MIN, "Couldn't open temp file <%s> for pruning.\nerrno = %d, %s\n", path.c_str(), reason,
           std::strerror(reason));
-    issue(265, "ZNS0265E", path, reason);
+    issue(messages::LOG_NOT_PRUNED, path, reason);
     return false;
   }
 
@@ -108,7 +109,7 @@ class Pruner {
     const int reason = errno;
     TRACE(TR_MIN, "Couldn't open save file <%s> to save pruned log entries.\nerrno = %d, %s\n", path.c_str(),
           reason, std::strerror(reason));
-    issue(265, "ZNS0265E", path, reason);
+    issue(messages::LOG_NOT_PRUNED, path, reason);
     removeTemporary();
     return false;
   }
@@ -136,7 +137,7 @@ class Pruner {
     }
     const int reason = errno;
     TRACE(TR_MIN, "error writing to temp pruning file.\nerrno = %d, %s\n", reason, std::strerror(reason));
-    issue(265, "ZNS0265E", directory_ + TEMPORARY_NAME, reason);
+    issue(messages::LOG_NOT_PRUNED, directory_ + TEMPORARY_NAME, reason);
     removeTemporary();
     return false;
   }
@@ -155,7 +156,7 @@ class Pruner {
     TRACE(TR_MIN,
           "Couldn't copy from temp file back to <%s> after pruning. errno = %d, %s\noriginal log not pruned.",
           settings_.path.c_str(), reason, std::strerror(reason));
-    issue(267, "ZNS0267E", settings_.path, reason);
+    issue(messages::LOG_NOT_RESTORED, settings_.path, reason);
     removeTemporary();
   }
 
@@ -163,7 +164,7 @@ class Pruner {
     const std::string path = directory_ + TEMPORARY_NAME;
     if (::unlink(path.c_str()) == 0) return;
     TRACE(TR_MIN, "Couldn't remove temporary pruning file %s. rc = %d\n", path.c_str(), errno);
-    issue(265, "ZNS0265E", path, errno);
+    issue(messages::LOG_NOT_PRUNED, path, errno);
   }
 
   void closeSaveFile() {

@@ -9,6 +9,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "QLMlib/common/nls/LibraryMessages.h"
 #include "QLMlib/common/nls/Messages.h"
 #include "QLMlib/common/ut/Product.h"
 #include "QLMlib/common/ut/Trace.h"
@@ -39,8 +40,8 @@ bool takeNumber(std::string_view& text, uint64_t& number) {
 }
 
 /// The text of a mark; the catalog may be missing while a log is not.
-std::string markText(uint32_t number, std::string_view identifier, std::string_view builtIn) {
-  std::string text = messageText(number, identifier);
+std::string markText(const Message& message, std::string_view builtIn) {
+  std::string text = messageText(message);
   return text.empty() ? std::string(builtIn) : text;
 }
 
@@ -94,8 +95,8 @@ bool LogRing::isOurs(const Header& header, uint64_t size) const {
 
 int LogRing::open(const std::string& path, uint32_t wrapSize) {
   wrapSize_ = wrapSize;
-  wrapMark_ = markText(216, "ZNS0216T", "--- Continued at the beginning of the file ---");
-  endMark_ = markText(217, "ZNS0217T", "--- End of data ---") + "\n";
+  wrapMark_ = markText(messages::LOG_CONTINUED, "--- Continued at the beginning of the file ---");
+  endMark_ = markText(messages::LOG_END, "--- End of data ---") + "\n";
   if (largestWrite() < SHORTEST_LINE) return EINVAL;
 
   descriptor_ = openFile(path.c_str(), O_RDWR | O_CREAT | O_NONBLOCK, 0666);
