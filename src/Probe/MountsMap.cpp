@@ -129,7 +129,7 @@ std::vector<std::string> candidateKeys(const Filesystem& filesystem) {
     std::string address = lowerCase(InetAddress::getHostAddress(given));
     const bool differs = address != given;
     // A text that has brackets already gets a second pair: servers have come to rely on it.
-    if (address.starts_with('[')) address = "[" + address + "]";
+    if (address.starts_with('[')) address.insert(0, "[").append("]");
     if (!address.empty() && differs) hosts.push_back(std::move(address));
   }
   for (const std::string& host : hosts) {

@@ -7,8 +7,8 @@
 
 #include "Common/EntityToObjectMapper.h"
 #include "Probe/Filesystem.h"
-#include "Scan/statistics/CuStatDef.h"
 #include "Scan/results/MonDirSpec.h"
+#include "Scan/statistics/CuStatDef.h"
 
 namespace agent {
 
