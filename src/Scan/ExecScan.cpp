@@ -2,8 +2,10 @@
 
 #include <unistd.h>
 
+#include <cerrno>
 #include <ctime>
 #include <exception>
+#include <new>
 #include <utility>
 
 #include "Common/AgentNotification.h"
@@ -17,6 +19,7 @@
 #include "Common/VOXParserException.h"
 #include "Common/VoxObjectCreationException.h"
 #include "Common/resource.h"
+#include "Common/unix/psmsgutil.h"
 #include "Common/unix/psnautil.h"
 #include "Common/unix/pssignal.h"
 #include "QLMlib/common/nls/MessageCatalogs.h"
@@ -78,6 +81,13 @@ std::string explain(const DefinitionPlace& place) {
          " cells was expected for the class \"" + place.className +
          "\", one for each column that the header block names, and " +
          (place.cells == 0 ? "none" : "one of " + std::to_string(place.cells)) + " was found";
+}
+
+/// What nobody foresaw, in the system's words where it has some: the library's name of a failure tells nobody
+/// anything.
+std::string explain(const std::exception& failure) {
+  if (dynamic_cast<const std::bad_alloc*>(&failure) != nullptr) return getSystemErrorMessage(ENOMEM);
+  return failure.what();
 }
 
 }  // namespace
@@ -184,7 +194,7 @@ bool ExecScan::readDefinition(const std::string& definitionFile) {
     return failed(exception.getCode(), explain(place), exception.getMessage(),
                   "object creation from definition-file");
   } catch (const std::exception& exception) {
-    return failed(OBJECT_CREATION_FAILED, std::string("its records can't be made: ") + exception.what(),
+    return failed(OBJECT_CREATION_FAILED, "its records can't be made: " + explain(exception),
                   exception.what(), "object creation from definition-file");
   }
 }
@@ -220,7 +230,7 @@ void ExecScan::scan() {
     TRACE(TR_MIN, "%s: %s\n", exception.getMessage().c_str(), exception.getCause().c_str());
     returnCode_ = WRITE_FAILED;
   } catch (const std::exception& exception) {
-    logEnd(messages::SCAN_FAILED, {std::string(exception.what())});
+    logEnd(messages::SCAN_FAILED, {explain(exception)});
     TRACE(TR_MIN, "ERROR: %s, the scan ends.\n", exception.what());
     unlock();
     returnCode_ = ABORTED;
