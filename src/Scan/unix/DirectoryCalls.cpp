@@ -1,14 +1,13 @@
 #include "Scan/unix/DirectoryCalls.h"
 
-#include <dirent.h>
-#include <unistd.h>
+#include "QLMlib/common/unx/SystemCalls.h"
 
 namespace agent {
 
 int DirectoryCalls::openDirectory(int parent, const char* name) {
   int descriptor = -1;
   const int error = openKeepingAccessTime([&](int flags) {
-    descriptor = openat(parent, name, flags);
+    descriptor = sys::openat(parent, name, flags);
     return descriptor >= 0 ? 0 : errno;
   });
   errno = error;
@@ -16,18 +15,15 @@ int DirectoryCalls::openDirectory(int parent, const char* name) {
 }
 
 ssize_t DirectoryCalls::readEntries(int directory, void* buffer, size_t size) {
-  while (true) {
-    const ssize_t count = getdents64(directory, buffer, size);
-    if (count >= 0 || errno != EINTR) return count;
-  }
+  return sys::getdents64(directory, buffer, size);
 }
 
 int DirectoryCalls::statEntry(int directory, const char* name, struct stat& status) {
-  return fstatat(directory, name, &status, statFlags(name));
+  return sys::fstatat(directory, name, &status, statFlags(name));
 }
 
 void DirectoryCalls::closeDirectory(int directory) {
-  ::close(directory);  // not repeated after EINTR: the descriptor is gone (close(2))
+  sys::close(directory);
 }
 
 }  // namespace agent

@@ -15,8 +15,8 @@ inline bool isOutOfDescriptors(int error) {
   return error == EMFILE || error == ENFILE;
 }
 
-/// The system calls of a walk, each behind a name of its own so that a test can refuse or delay it. All keep
-/// the manners of the calls: -1 and errno on failure, EINTR retried where the call may be repeated.
+/// The system calls of a walk, by name: serial ones here, with a time limit in LimitedDirectoryCalls. All
+/// keep the manners of QLMlib/common/unx/SystemCalls.h, on which they stand: -1 and errno on failure.
 class DirectoryCalls {
  public:
   virtual ~DirectoryCalls() = default;
@@ -48,11 +48,8 @@ class DirectoryCalls {
   int openKeepingAccessTime(Open open) {
     while (true) {
       const int error = open(keepAccessTimes_ ? OPEN_FLAGS | O_NOATIME : OPEN_FLAGS);
-      if (error == EPERM && keepAccessTimes_) {
-        keepAccessTimes_ = false;
-      } else if (error != EINTR) {
-        return error;
-      }
+      if (error != EPERM || !keepAccessTimes_) return error;
+      keepAccessTimes_ = false;
     }
   }
 

@@ -8,12 +8,11 @@
 
 #include <fcntl.h>
 #include <pthread.h>
-#include <unistd.h>
 
 #include "QLMlib/common/thrd/Mutex.h"
 #include "QLMlib/common/thrd/Thread.h"
-#include "QLMlib/common/unx/FileSystemCalls.h"
 #include "QLMlib/common/unx/StatRequest.h"
+#include "QLMlib/common/unx/SystemCalls.h"
 #include "QLMlib/common/unx/Tap.h"
 #include "QLMlib/common/ut/Trace.h"
 
@@ -82,15 +81,15 @@ void StatFsThread(void* argument) {
   }
 }
 
-bool openPipe(OwnedDescriptor& readEnd, OwnedDescriptor& writeEnd) {
-  int ends[2];
-  if (::pipe2(ends, O_CLOEXEC | O_NONBLOCK) == -1) {
-    TRACE(TR_MIN, "CreateStatFsThread: unable to open communication, errno(%d)\n", errno);
+bool openTapPipe(OwnedDescriptor& readEnd, OwnedDescriptor& writeEnd) {
+  if (const int failure = openPipe(readEnd, writeEnd, O_NONBLOCK); failure != 0) {
+    TRACE(TR_MIN, "CreateStatFsThread: unable to open communication, errno(%d)\n", failure);
+    errno = failure;
     return false;
   }
-  readEnd = OwnedDescriptor(ends[0]);
-  writeEnd = OwnedDescriptor(ends[1]);
-  for (const int end : ends) TRACE(TR_MAX, "CreateStatFsThread: opened fd = %d\n", end);
+  for (const int end : {readEnd.get(), writeEnd.get()}) {
+    TRACE(TR_MAX, "CreateStatFsThread: opened fd = %d\n", end);
+  }
   return true;
 }
 
@@ -112,8 +111,8 @@ int startThread(std::shared_ptr<StatExchange>* argument) {
 /// @return 0, or a failure with the reason in errno
 int CreateStatFsThread() {
   auto exchange = std::make_shared<StatExchange>();
-  if (!openPipe(exchange->requestRead, exchange->requestWrite) ||
-      !openPipe(exchange->answerRead, exchange->answerWrite)) {
+  if (!openTapPipe(exchange->requestRead, exchange->requestWrite) ||
+      !openTapPipe(exchange->answerRead, exchange->answerWrite)) {
     return -1;
   }
   auto argument = std::make_unique<std::shared_ptr<StatExchange>>(exchange);
@@ -334,7 +333,7 @@ int limitedOpenDirectory(const SharedDirectory& parent, const char* name, int fl
   // O_NONBLOCK: an entry that became a pipe meanwhile is refused by O_DIRECTORY before anything waits for it.
   const int allFlags = flags | O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK;
   if (seconds <= 0) {
-    OwnedDescriptor descriptor(fileSystemCalls().openat(parent ? parent->get() : AT_FDCWD, name, allFlags));
+    OwnedDescriptor descriptor(sys::openat(parent ? parent->get() : AT_FDCWD, name, allFlags));
     if (!descriptor) return errno;
     opened = std::make_shared<const OwnedDescriptor>(std::move(descriptor));
     return 0;
@@ -356,7 +355,7 @@ int limitedReadDirectory(const SharedDirectory& directory, char* buffer, size_t 
   bytes = 0;
   if (!directory) return EBADF;
   if (seconds <= 0) {
-    const ssize_t rc = fileSystemCalls().getdents64(directory->get(), buffer, size);
+    const ssize_t rc = sys::getdents64(directory->get(), buffer, size);
     if (rc < 0) return errno;
     bytes = static_cast<size_t>(rc);
     return 0;
@@ -380,7 +379,7 @@ int limitedStatAt(const SharedDirectory& directory, const char* name, int flags,
                   struct stat& result) {
   if (seconds <= 0) {
     const int descriptor = directory ? directory->get() : AT_FDCWD;
-    return fileSystemCalls().fstatat(descriptor, name, &result, flags) == 0 ? 0 : errno;
+    return sys::fstatat(descriptor, name, &result, flags) == 0 ? 0 : errno;
   }
   return callWithLimit(
              seconds,

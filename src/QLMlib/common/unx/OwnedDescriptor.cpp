@@ -3,7 +3,8 @@
 #include <cerrno>
 
 #include <fcntl.h>
-#include <unistd.h>
+
+#include "QLMlib/common/unx/SystemCalls.h"
 
 namespace agent {
 
@@ -17,25 +18,26 @@ OwnedDescriptor& OwnedDescriptor::operator=(OwnedDescriptor&& other) noexcept {
 
 int OwnedDescriptor::close() {
   if (descriptor_ == -1) return 0;
-  return ::close(std::exchange(descriptor_, -1)) == 0 ? 0 : errno;
+  return sys::close(std::exchange(descriptor_, -1)) == 0 ? 0 : errno;
 }
 
 OwnedDescriptor openFile(const char* path, int flags, mode_t mode) {
-  int descriptor;
-  do {
-    descriptor = ::open(path, flags | O_CLOEXEC, mode);
-  } while (descriptor == -1 && errno == EINTR);
-  return OwnedDescriptor(descriptor);
+  return OwnedDescriptor(sys::open(path, flags | O_CLOEXEC, mode));
+}
+
+int openPipe(OwnedDescriptor& readEnd, OwnedDescriptor& writeEnd, int flags) {
+  int ends[2];
+  if (sys::pipe2(ends, O_CLOEXEC | flags) == -1) return errno;
+  readEnd = OwnedDescriptor(ends[0]);
+  writeEnd = OwnedDescriptor(ends[1]);
+  return 0;
 }
 
 int writeAll(int descriptor, std::string_view bytes, off_t position) {
   while (!bytes.empty()) {
-    const ssize_t written = position == -1 ? ::write(descriptor, bytes.data(), bytes.size())
-                                           : ::pwrite(descriptor, bytes.data(), bytes.size(), position);
-    if (written == -1) {
-      if (errno == EINTR) continue;
-      return errno;
-    }
+    const ssize_t written = position == -1 ? sys::write(descriptor, bytes.data(), bytes.size())
+                                           : sys::pwrite(descriptor, bytes.data(), bytes.size(), position);
+    if (written == -1) return errno;
     if (written == 0) return ENOSPC;  // no progress and no reason: end it rather than spin
     bytes.remove_prefix(static_cast<size_t>(written));
     if (position != -1) position += written;
@@ -46,11 +48,9 @@ int writeAll(int descriptor, std::string_view bytes, off_t position) {
 ssize_t readAt(int descriptor, char* buffer, size_t size, off_t position) {
   size_t done = 0;
   while (done < size) {
-    const ssize_t got = ::pread(descriptor, buffer + done, size - done, position + static_cast<off_t>(done));
-    if (got == -1) {
-      if (errno == EINTR) continue;
-      return -1;
-    }
+    const ssize_t got =
+        sys::pread(descriptor, buffer + done, size - done, position + static_cast<off_t>(done));
+    if (got == -1) return -1;
     if (got == 0) break;
     done += static_cast<size_t>(got);
   }

@@ -33,8 +33,14 @@ class OwnedDescriptor {
   int descriptor_ = -1;
 };
 
-/// open(2) with O_CLOEXEC, retried on EINTR. An empty handle and errno on failure.
+// On the calls of SystemCalls.h, with their manners about EINTR.
+
+/// open(2) with O_CLOEXEC. An empty handle and errno on failure.
 OwnedDescriptor openFile(const char* path, int flags, mode_t mode = 0);
+
+/// pipe2(2) with O_CLOEXEC and `flags`.
+/// @return 0 or errno
+int openPipe(OwnedDescriptor& readEnd, OwnedDescriptor& writeEnd, int flags = 0);
 
 /// Writes all of `bytes`, in one write(2) where the system lets it.
 /// @param position offset in the file, or -1 to write where the descriptor stands

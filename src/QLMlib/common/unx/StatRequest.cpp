@@ -4,14 +4,13 @@
 
 #include <pthread.h>
 
-#include "QLMlib/common/unx/FileSystemCalls.h"
+#include "QLMlib/common/unx/SystemCalls.h"
 
 namespace agent {
 namespace {
 
 /// The bare arguments of one call, taken out of the request before it may be cancelled.
 struct CallArguments {
-  const FileSystemCalls* calls;
   int descriptor;
   const char* path;
   void* result;
@@ -34,24 +33,24 @@ using Call = ssize_t (*)(const CallArguments&);
 }
 
 ssize_t callStatfs(const CallArguments& a) {
-  return a.calls->statfs(a.path, static_cast<struct statfs*>(a.result));
+  return sys::statfs(a.path, static_cast<struct statfs*>(a.result));
 }
 ssize_t callStat(const CallArguments& a) {
-  return a.calls->stat(a.path, static_cast<struct stat*>(a.result));
+  return sys::stat(a.path, static_cast<struct stat*>(a.result));
 }
 ssize_t callLstat(const CallArguments& a) {
-  return a.calls->lstat(a.path, static_cast<struct stat*>(a.result));
+  return sys::lstat(a.path, static_cast<struct stat*>(a.result));
 }
 ssize_t callReadDirectory(const CallArguments& a) {
-  return a.calls->getdents64(a.descriptor, a.result, a.size);
+  return sys::getdents64(a.descriptor, a.result, a.size);
 }
 ssize_t callStatAt(const CallArguments& a) {
-  return a.calls->fstatat(a.descriptor, a.path, static_cast<struct stat*>(a.result), a.arg);
+  return sys::fstatat(a.descriptor, a.path, static_cast<struct stat*>(a.result), a.arg);
 }
 
 ssize_t openDirectory(StatRequest& request) {
-  request.opened = OwnedDescriptor(
-      fileSystemCalls().openat(request.directoryDescriptor(), request.path.c_str(), request.arg));
+  request.opened =
+      OwnedDescriptor(sys::openat(request.directoryDescriptor(), request.path.c_str(), request.arg));
   return request.opened ? 0 : -1;
 }
 
@@ -79,8 +78,7 @@ const char* operationName(int flag) {
 }
 
 void performRequest(StatRequest& request, Cancellation cancellation) {
-  CallArguments arguments{.calls = &fileSystemCalls(),
-                          .descriptor = request.directoryDescriptor(),
+  CallArguments arguments{.descriptor = request.directoryDescriptor(),
                           .path = request.path.c_str(),
                           .result = &request.status,
                           .size = 0,

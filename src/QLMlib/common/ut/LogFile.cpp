@@ -10,6 +10,7 @@
 #include "QLMlib/common/nls/LibraryMessages.h"
 #include "QLMlib/common/nls/Messages.h"
 #include "QLMlib/common/unx/DirectoryPath.h"
+#include "QLMlib/common/unx/SystemCalls.h"
 #include "QLMlib/common/ut/LogPruner.h"
 #include "QLMlib/common/ut/Trace.h"
 
@@ -35,7 +36,7 @@ int LogFile::open() {
     return -1;
   }
   close();
-  const bool exists = ::access(path.c_str(), F_OK) == 0;
+  const bool exists = sys::access(path.c_str(), F_OK) == 0;
   if (!exists && createDirectories() != 0) return -1;
 
   if (settings_.wrapSize != 0) {
