@@ -11,6 +11,7 @@
 #include "Common/ParserAPI.h"
 #include "Common/ScanVOXTags.h"
 #include "Common/unix/LineReader.h"
+#include "QLMlib/common/unx/SystemCalls.h"
 #include "Scan/statistics/CuStatDef.h"
 
 namespace agent::tools {
@@ -26,7 +27,7 @@ LineReader opened(const std::string& fileName) {
   // Without O_NONBLOCK a pipe in the file's place would keep us waiting.
   FileDescriptor file = openFile(fileName.c_str(), O_RDONLY | O_NONBLOCK);
   struct stat status = {};
-  if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
+  if (!file || sys::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
     throw ResultFileError("it can't be opened, or is no file");
   }
   return LineReader(std::move(file));

@@ -1,16 +1,16 @@
 #include "Common/LogUtil.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 
 #include <cstdio>
 #include <limits>
-#include <memory>
 #include <optional>
 
 #include "Common/EntityToObjectMapper.h"
 #include "Common/unix/psnautil.h"
+#include "QLMlib/common/unx/DirectoryStream.h"
+#include "QLMlib/common/unx/SystemCalls.h"
 #include "QLMlib/common/ut/Trace.h"
 #include "QLMlib/common/ut/TraceOutput.h"
 
@@ -60,11 +60,11 @@ std::optional<LogUtil::FileNumber> runOf(std::string_view name, const std::strin
 template <typename NumberOf>
 LogUtil::FileMap matchingFiles(const std::string& directory, NumberOf numberOf) {
   LogUtil::FileMap files;
-  const std::unique_ptr<DIR, int (*)(DIR*)> stream(::opendir(directory.c_str()), ::closedir);
-  while (const dirent* entry = stream ? ::readdir(stream.get()) : nullptr) {
+  DirectoryStream stream(directory);
+  while (const dirent* entry = stream.next()) {
     const std::optional<LogUtil::FileNumber> number = numberOf(std::string_view(entry->d_name));
     struct stat status;
-    if (!number || ::fstatat(::dirfd(stream.get()), entry->d_name, &status, AT_SYMLINK_NOFOLLOW) != 0 ||
+    if (!number || sys::fstatat(stream.descriptor(), entry->d_name, &status, AT_SYMLINK_NOFOLLOW) != 0 ||
         S_ISDIR(status.st_mode)) {
       continue;
     }
@@ -124,7 +124,7 @@ std::string LogUtil::getNextLogName(const std::string& directory, const std::str
     const auto& [lastNumber, lastFile] = *files.rbegin();
     instance = lastNumber.first;
     struct stat status;
-    if (::stat(lastFile.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) {
+    if (sys::stat(lastFile.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) {
       TRACE(TR_MIN, "psFileSize failed on  = %s\n", lastFile.c_str());
       ++instance;
     } else if (maxLogSize * BYTES_PER_KILOBYTE - status.st_size < LEAST_ROOM) {
@@ -153,7 +153,7 @@ void LogUtil::purgeLogFiles(FileMap files, bool byInstance) const {
     const int64_t oldest = ::time(nullptr) - maxNumDays * SECONDS_PER_DAY;
     for (auto file = files.begin(); file != files.end();) {
       struct stat status;
-      if (::lstat(file->second.c_str(), &status) != 0 || status.st_mtime >= oldest) {
+      if (sys::lstat(file->second.c_str(), &status) != 0 || status.st_mtime >= oldest) {
         ++file;
         continue;
       }

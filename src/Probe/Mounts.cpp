@@ -1,16 +1,13 @@
 #include "Probe/Mounts.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <mntent.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <memory>
 #include <string_view>
 #include <utility>
 
@@ -19,7 +16,9 @@
 #include "Common/unix/FileDescriptor.h"
 #include "Common/unix/psmsgutil.h"
 #include "Probe/Filesystem.h"
+#include "QLMlib/common/unx/DirectoryStream.h"
 #include "QLMlib/common/unx/LimitedCalls.h"
+#include "QLMlib/common/unx/SystemCalls.h"
 #include "QLMlib/common/ut/Trace.h"
 
 namespace agent {
@@ -53,7 +52,7 @@ FileDescriptor openTable(const std::string& path, std::string& reason) {
   // O_NONBLOCK: whatever it is, opening it must not wait.
   FileDescriptor table = openFile(path.c_str(), O_RDONLY | O_NONBLOCK);
   struct stat status = {};
-  if (!table || fstat(table.get(), &status) != 0) {
+  if (!table || sys::fstat(table.get(), &status) != 0) {
     const int error = errno;
     reason = getSystemErrorMessage(error);
     errno = error;
@@ -69,7 +68,7 @@ int lockTable(FILE* table, short lockType) {
   struct flock lock = {};
   lock.l_type = lockType;
   lock.l_whence = SEEK_SET;
-  return fcntl(fileno(table), F_SETLKW, &lock);
+  return sys::fcntl(fileno(table), F_SETLKW, lock);
 }
 
 /// "<subject> - <the system's words for error>", as the messages about mounts show a failure.
@@ -106,15 +105,14 @@ using DeviceBytes = std::array<unsigned char, DEVICE_BYTES>;
 /// Reads the first bytes of a layout's header. Logs what fails.
 /// @return 0, or the failure
 int readDevice(int descriptor, off_t position, const std::string& device, DeviceBytes& bytes) {
-  if (position != 0 && lseek(descriptor, position, SEEK_SET) < 0) {
+  if (position != 0 && sys::lseek(descriptor, position, SEEK_SET) < 0) {
     const int error = errno;
     logJobMessage(messages::SUPERBLOCK_NOT_FOUND, {withErrorText(device, error)});
     return error;
   }
   size_t filled = 0;
   while (filled < bytes.size()) {
-    const ssize_t count = read(descriptor, bytes.data() + filled, bytes.size() - filled);
-    if (count < 0 && errno == EINTR) continue;
+    const ssize_t count = sys::read(descriptor, bytes.data() + filled, bytes.size() - filled);
     if (count <= 0) {
       const int error = count < 0 ? errno : ENODATA;  // a short device has no error of its own
       logJobMessage(messages::SUPERBLOCK_NOT_READ, {withErrorText(device, error)});
@@ -185,7 +183,7 @@ bool Mounts::openMnttab() {
     table = openTable(kernelTable_, kernelReason);
     reason += "; and \"" + kernelTable_ + "\": " + kernelReason;
   }
-  mountFile_ = table ? fdopen(table.get(), "r") : nullptr;
+  mountFile_ = table ? sys::fdopen(table.get(), "r") : nullptr;
   if (mountFile_ == nullptr) {
     logJobMessage(messages::MOUNT_TABLE_NOT_READ, {table ? getSystemErrorMessage() : reason});
     return false;
@@ -203,7 +201,7 @@ bool Mounts::openMnttab() {
 void Mounts::closeTable() {
   if (mountFile_ == nullptr) return;
   lockTable(mountFile_, F_UNLCK);
-  fclose(mountFile_);
+  sys::fclose(mountFile_);
   mountFile_ = nullptr;
 }
 
@@ -254,16 +252,15 @@ int getClfsClusterName(const std::string& mountDir, std::string& name) {
     logJobMessage(messages::CLUSTER_NOT_READ, {path, getSystemErrorMessage()});
     return -1;
   };
-  const std::unique_ptr<DIR, int (*)(DIR*)> directory(opendir(mountDir.c_str()), closedir);
+  DirectoryStream directory(mountDir);
   if (!directory) return failed(mountDir);
   while (true) {
-    errno = 0;
-    const dirent* entry = readdir(directory.get());
+    const dirent* entry = directory.next();
     if (entry == nullptr) return errno != 0 ? failed(mountDir) : -1;
     if (entry->d_name[0] == '.') continue;
     const std::string path = mountDir + "/" + entry->d_name;
     struct stat status = {};
-    if (lstat(path.c_str(), &status) != 0) return failed(path);
+    if (sys::lstat(path.c_str(), &status) != 0) return failed(path);
     if (S_ISDIR(status.st_mode)) {
       name = entry->d_name;
       return 0;
@@ -304,7 +301,7 @@ int GetPhysicalSize(Filesystem& fs, const Mounts& mount) {
   if (!ext && !dos) return 0;
 
   // O_NONBLOCK: whatever stands under the name of the device, opening it must not wait.
-  const FileDescriptor device(open(mount.filesystem.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+  const FileDescriptor device = openFile(mount.filesystem.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY);
   if (!device) {
     logJobMessage(messages::DEVICE_NOT_OPENED, {withErrorText(mount.filesystem, errno)});
     return 4;

@@ -24,6 +24,7 @@
 #include "Common/unix/pssignal.h"
 #include "QLMlib/common/nls/MessageCatalogs.h"
 #include "QLMlib/common/unx/StarterOutput.h"
+#include "QLMlib/common/unx/SystemCalls.h"
 #include "QLMlib/common/ut/Trace.h"
 #include "QLMlib/common/ut/TraceFile.h"
 #include "Scan/ScanDefinition.h"
@@ -326,7 +327,7 @@ int ExecScan::notifyAgent() {
 
 /// True when a person has started the job by hand, on a terminal.
 bool ExecScan::hasSpectator() const {
-  return cmdArgs_->agentCom == -1 && isatty(STDERR_FILENO) == 1;
+  return cmdArgs_->agentCom == -1 && sys::isatty(STDERR_FILENO);
 }
 
 /// Where the result and the log lie, for whoever started the job by hand.

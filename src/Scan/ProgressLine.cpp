@@ -5,6 +5,7 @@
 
 #include "Common/SafeText.h"
 #include "QLMlib/common/unx/StarterOutput.h"
+#include "QLMlib/common/unx/SystemCalls.h"
 #include "Scan/walk/FileAttributes.h"
 
 namespace agent {
@@ -47,7 +48,7 @@ void ProgressLine::clear() {
 
 size_t ProgressLine::columns() const {
   winsize size = {};
-  return ioctl(terminal_, TIOCGWINSZ, &size) == 0 && size.ws_col > 1 ? size.ws_col : DEFAULT_COLUMNS;
+  return sys::ioctl(terminal_, TIOCGWINSZ, &size) == 0 && size.ws_col > 1 ? size.ws_col : DEFAULT_COLUMNS;
 }
 
 void ProgressLine::write(const std::string& text) const {

@@ -3,6 +3,7 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include "QLMlib/common/unx/SystemCalls.h"
 #include "QLMlib/common/ut/Trace.h"
 
 namespace agent {
@@ -71,7 +72,7 @@ void installSignalHandling() {
   sigemptyset(&stopSignal);
   sigaddset(&stopSignal, SIGTERM);
   ::pthread_sigmask(SIG_UNBLOCK, &stopSignal, nullptr);
-  ::setpgid(0, 0);
+  sys::setpgid(0, 0);
 }
 
 void restoreFoundSignals(const sigset_t& mask) {
