@@ -7,28 +7,21 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-extern "C" {
-#include <sys/pidfd.h>  // glibc 2.36 declares it for C alone
-}
-
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
 #include <string_view>
 
+#include "Common/unix/ChildSide.h"
 #include "Common/unix/FileDescriptor.h"
-#include "Common/unix/pssignal.h"
 #include "QLMlib/common/unx/DirectoryPath.h"
+#include "QLMlib/common/unx/SystemCalls.h"
 #include "QLMlib/common/ut/Trace.h"
 
 namespace agent {
 
 namespace {
-
-// The shell's own codes for a program that could not be started, and for one that may not be.
-constexpr int NOT_STARTED = 127;
-constexpr int NOT_EXECUTABLE = 126;
 
 std::string withoutQuotes(const std::string& path) {
   const bool quoted = path.size() > 2 && path.front() == '"' && path.back() == '"';
@@ -73,16 +66,6 @@ std::vector<char*> pointersTo(std::vector<std::string>& texts) {
   return pointers;
 }
 
-/// In the child: leads standard output or error into a file. Only async-signal-safe calls.
-bool redirectTo(const char* file, int standardDescriptor) {
-  const int descriptor = ::open(file, O_WRONLY | O_CREAT | O_TRUNC, 0666);
-  if (descriptor < 0) return false;
-  if (descriptor == standardDescriptor) return true;
-  const bool led = ::dup2(descriptor, standardDescriptor) >= 0;
-  ::close(descriptor);
-  return led;
-}
-
 void traceFailedStart(const char* file, int error) {
   if (error == ENOENT) {
     TRACE(TR_MIN, "File '%s' not found by execv().\n", file);
@@ -107,37 +90,28 @@ int startShell(const std::string& text, ChildRecord& child, bool redirect,
   if (redirect && child.stdoutFile.empty()) child.stdoutFile = psGetTempFileName();
   if (redirect && child.stderrFile.empty()) child.stderrFile = psGetTempFileName();
 
-  // All that the child needs is made here: behind the fork it may only make system calls, for another thread
-  // may have held any lock at that moment. What went wrong there it tells through a pipe that exec closes.
+  // All that the child needs is made here, before the fork. What went wrong there it tells through a pipe
+  // that exec closes.
   const std::vector<char*> arguments = pointersTo(localArgv);
   std::vector<std::string> environmentTexts = env == nullptr ? std::vector<std::string>{} : *env;
   const std::vector<char*> environment = pointersTo(environmentTexts);
-  int ends[2];
-  if (::pipe2(ends, O_CLOEXEC) != 0) return errno;
-  FileDescriptor readEnd(ends[0]);
-  FileDescriptor writeEnd(ends[1]);
+  FileDescriptor readEnd;
+  FileDescriptor writeEnd;
+  if (const int failure = openPipe(readEnd, writeEnd); failure != 0) return failure;
   sigset_t all;
   sigset_t oldMask;
   sigfillset(&all);
   ::pthread_sigmask(SIG_SETMASK, &all, &oldMask);
 
-  const pid_t pid = ::fork();
+  const pid_t pid = sys::fork();
   if (pid == 0) {
-    if (redirect && !(redirectTo(child.stdoutFile.c_str(), STDOUT_FILENO) &&
-                      redirectTo(child.stderrFile.c_str(), STDERR_FILENO))) {
-      ::_exit(NOT_STARTED);
-    }
-    restoreFoundSignals(oldMask);
-    if (program != nullptr && ::access(program, X_OK) != 0) {
-      // Neither started nor complained about.
-    } else if (env == nullptr) {
-      ::execv(arguments[0], arguments.data());
-    } else {
-      ::execve(arguments[0], arguments.data(), environment.data());
-    }
-    const int error = errno;
-    [[maybe_unused]] const ssize_t told = ::write(writeEnd.get(), &error, sizeof error);
-    ::_exit(program != nullptr && error == EACCES ? NOT_EXECUTABLE : NOT_STARTED);
+    becomeChild({.arguments = arguments.data(),
+                 .environment = env == nullptr ? nullptr : environment.data(),
+                 .program = program,
+                 .stdoutFile = redirect ? child.stdoutFile.c_str() : nullptr,
+                 .stderrFile = redirect ? child.stderrFile.c_str() : nullptr,
+                 .signalMask = oldMask,
+                 .failurePipe = writeEnd.get()});
   }
   const int forkError = errno;
   ::pthread_sigmask(SIG_SETMASK, &oldMask, nullptr);
@@ -149,10 +123,7 @@ int startShell(const std::string& text, ChildRecord& child, bool redirect,
   child.pid = pid;
   writeEnd.close();
   int startError = 0;
-  ssize_t count;
-  do {
-    count = ::read(readEnd.get(), &startError, sizeof startError);
-  } while (count < 0 && errno == EINTR);
+  const ssize_t count = sys::read(readEnd.get(), &startError, sizeof startError);
   if (count == sizeof startError) traceFailedStart(program != nullptr ? program : arguments[0], startError);
   return 0;
 }
@@ -171,7 +142,7 @@ enum class Wait { ENDED, TIME_UP, FAILED };
 /// that didn't block it could take it away; ours all do.
 class ChildEnd {
  public:
-  explicit ChildEnd(pid_t pid) : process_(::pidfd_open(pid, 0)) {
+  explicit ChildEnd(pid_t pid) : process_(sys::pidfd_open(pid, 0)) {
     sigemptyset(&signal_);
     if (!process_) sigaddset(&signal_, SIGCHLD);
     ::pthread_sigmask(SIG_BLOCK, &signal_, &maskBefore_);
@@ -186,9 +157,9 @@ class ChildEnd {
     const timespec time{static_cast<time_t>(seconds.count()), static_cast<long>((limit - seconds).count())};
     pollfd end{process_.get(), POLLIN, 0};
     if (process_) {
-      ::ppoll(&end, 1, &time, nullptr);
+      sys::ppoll(&end, 1, &time, nullptr);
     } else {
-      ::sigtimedwait(&signal_, nullptr, &time);
+      sys::sigtimedwait(&signal_, nullptr, &time);
     }
   }
 
@@ -201,9 +172,9 @@ class ChildEnd {
 Wait waitUntil(pid_t pid, int& status, Clock::time_point deadline) {
   const ChildEnd end(pid);
   for (;;) {
-    const pid_t result = ::waitpid(pid, &status, WNOHANG);
+    const pid_t result = sys::waitpid(pid, &status, WNOHANG);
     if (result == pid) return Wait::ENDED;
-    if (result < 0 && errno != EINTR) return Wait::FAILED;
+    if (result < 0) return Wait::FAILED;
     const auto left = deadline - Clock::now();
     if (left <= Clock::duration::zero()) return Wait::TIME_UP;
     end.await(left);
@@ -211,14 +182,11 @@ Wait waitUntil(pid_t pid, int& status, Clock::time_point deadline) {
 }
 
 Wait waitWithoutLimit(pid_t pid, int& status) {
-  while (::waitpid(pid, &status, 0) < 0) {
-    if (errno != EINTR) return Wait::FAILED;
-  }
-  return Wait::ENDED;
+  return sys::waitpid(pid, &status, 0) < 0 ? Wait::FAILED : Wait::ENDED;
 }
 
 int killChild(pid_t pid) {
-  if (::kill(pid, SIGKILL) != 0) {
+  if (sys::kill(pid, SIGKILL) != 0) {
     TRACE(TR_MIN, "Failed to send SIGKILL.\n");
     return -1;
   }
@@ -233,7 +201,7 @@ int killChild(pid_t pid) {
 char processState(pid_t pid) {
   const FileDescriptor file = openFile(("/proc/" + std::to_string(pid) + "/stat").c_str(), O_RDONLY);
   char text[512];
-  const ssize_t length = file ? ::read(file.get(), text, sizeof text) : -1;
+  const ssize_t length = file ? sys::read(file.get(), text, sizeof text) : -1;
   if (length <= 0) return 0;
   // "17 (name) S ...": the name may hold anything, so the last parenthesis counts.
   const std::string_view line(text, static_cast<size_t>(length));
@@ -246,14 +214,14 @@ char processState(pid_t pid) {
 
 int psRemoveFile(const std::string& path) {
   TRACE_SCOPE("psRemoveFile()");
-  return ::unlink(withoutQuotes(path).c_str());
+  return sys::unlink(withoutQuotes(path).c_str());
 }
 
 bool psFileExist(const std::string& path) {
   TRACE_SCOPE("psFileExist()");
   const std::string cleanPath = withoutQuotes(path);
   struct stat status;
-  const bool exists = ::stat(cleanPath.c_str(), &status) == 0;
+  const bool exists = sys::stat(cleanPath.c_str(), &status) == 0;
   if (exists) {
     TRACE(TR_MAX, "File %s exists\n", cleanPath.c_str());
   } else {
@@ -274,7 +242,7 @@ std::string psGetTempFileName() {
   const char* directory = std::getenv("TMPDIR");
   std::string name = directory == nullptr || *directory == '\0' ? "/tmp" : directory;
   name += "/scanXXXXXX";
-  const FileDescriptor file(::mkostemp(name.data(), O_CLOEXEC));
+  const FileDescriptor file(sys::mkostemp(name.data(), O_CLOEXEC));
   return file ? name : std::string();
 }
 
@@ -326,7 +294,7 @@ int WaitForExternalProgram(const ChildRecord& child, int& exitCode, int seconds)
 
 bool psIsProcessRunning(pid_t pid) {
   if (pid <= 0) return false;  // kill(2) would ask for a whole group
-  if (::kill(pid, 0) != 0 && errno != EPERM) return false;
+  if (sys::kill(pid, 0) != 0 && errno != EPERM) return false;
   const char state = processState(pid);
   return state != 'Z' && state != 'X';
 }
