@@ -8,8 +8,8 @@
 #include <string>
 
 #include "Common/VOXIOException.h"
-#include "common/RefusedCalls.h"
 #include "common/TemporaryDirectory.h"
+#include "support/RefusedCalls.h"
 
 namespace agent::test {
 namespace {
@@ -74,17 +74,18 @@ TEST_F(GenericPrintTest, ARowOfMegabytesOfQuotesTakesTimeInProportionToItsSize) 
 
 TEST_F(GenericPrintTest, OneLineIsOneWrite) {
   GenericPrint gp(GenericPrint::VOX_FORMAT, path());
-  const RefusedCalls calls;
+  RefusedCalls calls;
+  calls.watch<&Calls::write>();
   gp.printData({"a", std::string(100'000, 'b'), "c"});
   gp.endNode("AgentScan");
-  EXPECT_EQ(calls.writes, 2);
+  EXPECT_EQ(calls.made<&Calls::write>(), 2);
 }
 
 TEST_F(GenericPrintTest, InterruptedAndShortWritesLoseNothing) {
   GenericPrint gp(GenericPrint::VOX_FORMAT, path());
   RefusedCalls calls;
-  calls.interruptions = 2;
-  calls.longestWrite = 3;
+  calls.refuse<&Calls::write>(EINTR, 1, 2);
+  calls.shorten<&Calls::write>(3);
   gp.printData({"abcdef", "gh"});
   gp.closeFile();
   EXPECT_EQ(result(), "\"abcdef\",\"gh\"\n");
@@ -93,8 +94,7 @@ TEST_F(GenericPrintTest, InterruptedAndShortWritesLoseNothing) {
 TEST_F(GenericPrintTest, AFullDiskIsToldAtItsLine) {
   GenericPrint gp(GenericPrint::VOX_FORMAT, path());
   RefusedCalls calls;
-  calls.writeErrorAfter = 1;
-  calls.writeError = ENOSPC;
+  calls.refuse<&Calls::write>(ENOSPC, 2);
   gp.beginNode("AgentScan");
   EXPECT_EQ(failureOf([&] { gp.endNode("AgentScan"); }),
             "ERROR: writing data to file failed|write '" + path() + "'|No space left on device");
@@ -103,7 +103,7 @@ TEST_F(GenericPrintTest, AFullDiskIsToldAtItsLine) {
 TEST_F(GenericPrintTest, AFailedCloseCountsAsAFailedWrite) {
   GenericPrint gp(GenericPrint::VOX_FORMAT, path());
   RefusedCalls calls;
-  calls.closeError = EIO;
+  calls.refuse<&Calls::close>(EIO);
   EXPECT_EQ(failureOf([&] { gp.closeFile(); }),
             "ERROR: writing data to file failed|close '" + path() + "'|Input/output error");
 }

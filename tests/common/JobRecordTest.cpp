@@ -8,8 +8,8 @@
 #include <string>
 
 #include "Common/AgentNotification.h"
-#include "common/RefusedCalls.h"
 #include "common/TemporaryDirectory.h"
+#include "support/RefusedCalls.h"
 
 namespace agent::test {
 namespace {
@@ -53,8 +53,7 @@ TEST_F(JobRecordTest, ARecordThatExistsIsKept) {
 TEST_F(JobRecordTest, WhatCantBeWrittenLeavesNothingBehind) {
   {
     RefusedCalls calls;
-    calls.writeErrorAfter = 0;
-    calls.writeError = ENOSPC;
+    calls.refuse<&Calls::write>(ENOSPC);
     EXPECT_EQ(createJobFile(SCAN_JOB, args_, true), "");
   }
   EXPECT_TRUE(directory_.names("output").empty());

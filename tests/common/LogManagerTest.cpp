@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "QLMlib/common/nls/MessageCatalogs.h"
-#include "common/RefusedCalls.h"
 #include "common/TemporaryDirectory.h"
+#include "support/RefusedCalls.h"
 
 namespace agent::test {
 namespace {
@@ -40,9 +40,10 @@ TEST_F(LogManagerTest, ALineIsDateTimeAndText) {
 
 TEST_F(LogManagerTest, ALineGoesOutInOneWriteHoweverLongItIs) {
   LogManager log(path());
-  const RefusedCalls calls;
+  RefusedCalls calls;
+  calls.watch<&Calls::write>();
   EXPECT_EQ(log.LogActivityLog(std::string(1'000'000, 'x')), 0);
-  EXPECT_EQ(calls.writes, 1);
+  EXPECT_EQ(calls.made<&Calls::write>(), 1);
   EXPECT_GT(content(path()).size(), 1'000'000u);
 }
 
@@ -54,8 +55,7 @@ TEST_F(LogManagerTest, WhatCantBeLoggedIsToldByItsCode) {
   LogManager unopened(directory_.file("file") + "/scan.log");
   EXPECT_EQ(unopened.LogActivityLog("text"), 9);
   RefusedCalls calls;
-  calls.writeErrorAfter = 0;
-  calls.writeError = ENOSPC;
+  calls.refuse<&Calls::write>(ENOSPC);
   EXPECT_EQ(log.LogActivityLog("text"), 621);
 }
 

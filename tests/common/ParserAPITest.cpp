@@ -3,7 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <random>
 #include <string>
 #include <thread>
@@ -11,8 +13,8 @@
 #include "Common/GenericPrint.h"
 #include "Common/TagPattern.h"
 #include "Common/VOXParserException.h"
-#include "common/RefusedCalls.h"
 #include "common/TemporaryDirectory.h"
+#include "support/RefusedCalls.h"
 
 namespace agent::test {
 namespace {
@@ -194,8 +196,11 @@ TEST_F(ParserAPITest, WhatCantBeReadIsTold) {
   ParserAPI pa = parser(text);
   auto scan = pa.findNextEntity({});
   RefusedCalls calls;
-  calls.unreadableFrom =
-      131'072;  // whole buffers of the reader; three lines of 31 bytes stand in front of the rows
+  // Two whole buffers of the reader can be read; three lines of 31 bytes stand in front of the rows.
+  calls.replace<&Calls::pread>([](int descriptor, void* buffer, size_t size, off_t position) {
+    errno = EIO;
+    return position < 131'072 ? ::pread(descriptor, buffer, size, position) : ssize_t{-1};
+  });
   EXPECT_EQ(
       failureOf([&] { pa.getEntityData(*scan); }),
       broken("getLine()", "line " + std::to_string(3 + (131'072 - 31) / 4 + 1) + ": Input/output error"));

@@ -17,8 +17,8 @@
 #include <vector>
 
 #include "common/ChildProcess.h"
-#include "common/RefusedCalls.h"
 #include "common/TemporaryDirectory.h"
+#include "support/RefusedCalls.h"
 
 namespace agent::test {
 namespace {
@@ -68,9 +68,10 @@ TEST_F(ResourceTest, AnEntryIsAddedWithOneWriteSoThatAKillLeavesItWholeOrAbsent)
   const pid_t self = ::getpid();
   EXPECT_EQ(lock("scan_srv1"), 0);
   {
-    const RefusedCalls calls;
+    RefusedCalls calls;
+    calls.watch<&Calls::write>();
     EXPECT_EQ(lockAll({"scan_srv3", "scan_srv2"}).taken, 2u);
-    EXPECT_EQ(calls.writes, 1);
+    EXPECT_EQ(calls.made<&Calls::write>(), 1);
   }
   EXPECT_EQ(content(file()),
             FIRST_LINE + entry("scan_srv1", self) + entry("scan_srv3", self) + entry("scan_srv2", self));
@@ -210,9 +211,8 @@ TEST_F(ResourceTest, AFullDiskLeavesTheOldFile) {
     setFile(before);
     {
       RefusedCalls calls;
-      calls.longestWrite = 4;
-      calls.writeErrorAfter = 3;
-      calls.writeError = ENOSPC;
+      calls.shorten<&Calls::write>(4);
+      calls.refuse<&Calls::write>(ENOSPC, 4);
       EXPECT_EQ(failure(), name + std::string(": No space left on device"));
     }
     EXPECT_EQ(content(file()), before);
@@ -232,10 +232,10 @@ TEST_F(ResourceTest, WhatStandsInTheWayIsAFailure) {
 
   {
     RefusedCalls calls;
-    calls.renameError = EROFS;
+    calls.refuse<&Calls::rename>(EROFS);
     setFile(FIRST_LINE + entry("more", 0));
     EXPECT_EQ(failure(), "log/vox_scan_res: Read-only file system");
-    calls.unreadableFrom = 0;
+    calls.refuse<&Calls::pread>(EIO);
     EXPECT_EQ(failure(), "log/vox_scan_res: Input/output error");
   }
   std::filesystem::remove(file());
@@ -275,10 +275,13 @@ TEST_F(ResourceTest, ACompanionHeldTooLongEndsTheWait) {
 TEST_F(ResourceTest, AFileRemovedBeforeItIsLockedIsOpenedAgain) {
   const std::string path = directory_ / "file.lck";
   RefusedCalls calls;
-  calls.beforeLock = [&] { std::filesystem::remove(path); };
+  calls.replace<&Calls::lockf>([&](int descriptor, int command, off_t length) {
+    if (calls.made<&Calls::lockf>() == 1) std::filesystem::remove(path);
+    return ::lockf(descriptor, command, length);
+  });
   Filelock lock(path);
   EXPECT_EQ(lock.lockFile(), 0);
-  EXPECT_FALSE(calls.beforeLock);
+  EXPECT_EQ(calls.made<&Calls::lockf>(), 2);
   EXPECT_TRUE(lock.isLocked());
 }
 
