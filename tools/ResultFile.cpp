@@ -10,7 +10,8 @@
 
 #include "Common/ParserAPI.h"
 #include "Common/ScanVOXTags.h"
-#include "Common/unix/LineReader.h"
+#include "Common/unix/FileDescriptor.h"
+#include "QLMlib/common/unx/LineReader.h"
 #include "QLMlib/common/unx/SystemCalls.h"
 #include "Scan/statistics/CuStatDef.h"
 

@@ -7,6 +7,7 @@
 
 #include "Common/TagPattern.h"
 #include "Common/VOXParserException.h"
+#include "Common/unix/FileDescriptor.h"
 #include "Common/unix/psmsgutil.h"
 #include "QLMlib/common/unx/SystemCalls.h"
 #include "QLMlib/common/ut/Trace.h"

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "Common/EntityToObjectMapper.h"
-#include "Common/unix/LineReader.h"
+#include "QLMlib/common/unx/LineReader.h"
 
 namespace agent {
 

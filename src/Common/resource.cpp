@@ -16,9 +16,10 @@
 #include <vector>
 
 #include "Common/EntityToObjectMapper.h"
-#include "Common/unix/LineReader.h"
+#include "Common/unix/FileDescriptor.h"
 #include "Common/unix/psmsgutil.h"
 #include "Common/unix/psnautil.h"
+#include "QLMlib/common/unx/LineReader.h"
 #include "QLMlib/common/unx/SystemCalls.h"
 #include "QLMlib/common/ut/Trace.h"
 

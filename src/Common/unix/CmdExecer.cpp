@@ -5,9 +5,9 @@
 #include <cerrno>
 #include <utility>
 
-#include "Common/unix/LineReader.h"
 #include "Common/unix/psmsgutil.h"
 #include "Common/unix/psnautil.h"
+#include "QLMlib/common/unx/LineReader.h"
 #include "QLMlib/common/ut/Trace.h"
 
 namespace agent {

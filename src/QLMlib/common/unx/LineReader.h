@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "Common/unix/FileDescriptor.h"
+#include "QLMlib/common/unx/OwnedDescriptor.h"
 
 namespace agent {
 
@@ -14,7 +14,7 @@ namespace agent {
 /// may be of any length and hold any byte but the newline.
 class LineReader {
  public:
-  explicit LineReader(FileDescriptor file) : file_(std::move(file)) {}
+  explicit LineReader(OwnedDescriptor file) : file_(std::move(file)) {}
 
   /// The line at the current position without its newline; a last line without one counts. Nothing at the end
   /// of the file or after a failure. The view holds until the next call of any operation.
@@ -38,7 +38,7 @@ class LineReader {
  private:
   bool refill();
 
-  FileDescriptor file_;
+  OwnedDescriptor file_;
   std::vector<char> buffer_;
   size_t filled_ = 0;        // bytes of the buffer that hold file content
   size_t cursor_ = 0;        // where the next line begins in the buffer

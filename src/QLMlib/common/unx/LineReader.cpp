@@ -1,4 +1,4 @@
-#include "Common/unix/LineReader.h"
+#include "QLMlib/common/unx/LineReader.h"
 
 #include <cerrno>
 #include <cstring>
