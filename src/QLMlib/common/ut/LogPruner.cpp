@@ -1,21 +1,22 @@
 #include "QLMlib/common/ut/LogPruner.h"
 
 #include <cerrno>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <ctime>
-#include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
+#include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include "QLMlib/common/nls/DateTimeFormat.h"
 #include "QLMlib/common/nls/LibraryMessages.h"
 #include "QLMlib/common/nls/Messages.h"
+#include "QLMlib/common/unx/LineReader.h"
+#include "QLMlib/common/unx/SystemCalls.h"
 #include "QLMlib/common/ut/Trace.h"
 
 namespace agent {
@@ -26,10 +27,34 @@ constexpr size_t DATE_COLUMNS = 10;
 constexpr long SHORTEST_SAVE_FILE = 8;
 constexpr double SECONDS_PER_DAY = 86400;
 
-struct StreamCloser {
-  void operator()(std::FILE* stream) const { std::fclose(stream); }
+constexpr size_t PIECE_BYTES = 65536;
+
+/// A file that lines are added to, in pieces.
+class LineAppender {
+ public:
+  int open(const std::string& path) {
+    file_ = openFile(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_NONBLOCK, 0666);
+    return file_ ? 0 : errno;
+  }
+  void close() { file_.close(); }
+  int descriptor() const { return file_.get(); }
+  explicit operator bool() const { return static_cast<bool>(file_); }
+
+  /// @return 0 or errno
+  int add(std::string_view text) {
+    pending_ += text;
+    return pending_.size() < PIECE_BYTES ? 0 : flush();
+  }
+  int flush() {
+    const int failure = writeAll(file_.get(), pending_);
+    pending_.clear();
+    return failure;
+  }
+
+ private:
+  OwnedDescriptor file_;
+  std::string pending_;
 };
-using Stream = std::unique_ptr<std::FILE, StreamCloser>;
 
 void issue(const Message& message, const std::string& subject, int reason) {
   const std::string text = formatMessage(message, {subject, std::string(std::strerror(reason))});
@@ -64,26 +89,29 @@ class Pruner {
 
  private:
   bool openFiles() {
-    log_.reset(std::fopen(settings_.path.c_str(), "re"));
-    if (!log_) {
+    OwnedDescriptor log = openFile(settings_.path.c_str(), O_RDONLY | O_NONBLOCK);
+    if (!log || sys::fstat(log.get(), &logStatus_) == -1) {
       const int reason = errno;
       TRACE(TR_MIN, "Couldn't open <%s> for pruning. errno = %d, %s\n", settings_.path.c_str(), reason,
             std::strerror(reason));
       issue(messages::LOG_NOT_OPENED, settings_.path, reason);
       return false;
     }
+    log_.emplace(std::move(log));
     return openTemporary() && openSaveFile();
   }
 
   bool openTemporary() {
     // Two programs that prune logs of one directory must not share the file: the second leaves its log alone.
     const std::string path = directory_ + TEMPORARY_NAME;
-    temporary_.reset(std::fopen(path.c_str(), "ae"));
-    if (temporary_ && ::flock(::fileno(temporary_.get()), LOCK_EX | LOCK_NB) == 0 && stillBears(path) &&
-        ::ftruncate(::fileno(temporary_.get()), 0) == 0) {
-      return true;
+    int reason = temporary_.open(path);
+    if (reason == 0) {
+      if (sys::flock(temporary_.descriptor(), LOCK_EX | LOCK_NB) == 0 && stillBears(path) &&
+          sys::ftruncate(temporary_.descriptor(), 0) == 0) {
+        return true;
+      }
+      reason = errno;
     }
-    const int reason = errno;
     TRACE(TR_MIN, "Couldn't open temp file <%s> for pruning.\nerrno = %d, %s\n", path.c_str(), reason,
           std::strerror(reason));
     issue(messages::LOG_NOT_PRUNED, path, reason);
@@ -95,8 +123,9 @@ class Pruner {
   bool stillBears(const std::string& path) const {
     struct stat locked;
     struct stat named;
-    if (::fstat(::fileno(temporary_.get()), &locked) == -1 || ::stat(path.c_str(), &named) == -1)
+    if (sys::fstat(temporary_.descriptor(), &locked) == -1 || sys::stat(path.c_str(), &named) == -1) {
       return false;
+    }
     errno = EWOULDBLOCK;
     return locked.st_dev == named.st_dev && locked.st_ino == named.st_ino;
   }
@@ -104,9 +133,8 @@ class Pruner {
   bool openSaveFile() {
     if (settings_.pruneMode != 'S' || settings_.saveFile.empty()) return true;
     const std::string path = directory_ + settings_.saveFile;
-    save_.reset(std::fopen(path.c_str(), "ae"));
-    if (save_) return true;
-    const int reason = errno;
+    const int reason = save_.open(path);
+    if (reason == 0) return true;
     TRACE(TR_MIN, "Couldn't open save file <%s> to save pruned log entries.\nerrno = %d, %s\n", path.c_str(),
           reason, std::strerror(reason));
     issue(messages::LOG_NOT_PRUNED, path, reason);
@@ -116,40 +144,43 @@ class Pruner {
 
   /// Copies what stays to the temporary file and what goes to the save file.
   bool copyLines() {
-    const std::time_t now = std::time(nullptr);
-    char* buffer = nullptr;
-    size_t capacity = 0;
-    bool keeping = false;
-    bool written = true;
-    for (ssize_t length; written && (length = ::getline(&buffer, &capacity, log_.get())) != -1;) {
-      ++processed_;
-      const std::string_view line(buffer, static_cast<size_t>(length));
-      double days = 0;
-      keeping = keeping || (lineAge(line, now, days) && days < settings_.retentionDays);
-      if (!keeping) ++pruned_;
-      std::FILE* target = keeping ? temporary_.get() : save_.get();
-      written = target == nullptr || std::fwrite(line.data(), 1, line.size(), target) == line.size();
-    }
-    std::free(buffer);
-    if (written && std::ferror(log_.get()) == 0 && std::fflush(temporary_.get()) == 0 &&
-        (!save_ || std::fflush(save_.get()) == 0)) {
-      return true;
-    }
-    const int reason = errno;
+    int reason = sortLines();
+    if (reason == 0) reason = temporary_.flush();
+    if (reason == 0 && save_) reason = save_.flush();
+    if (reason == 0) return true;
     TRACE(TR_MIN, "error writing to temp pruning file.\nerrno = %d, %s\n", reason, std::strerror(reason));
     issue(messages::LOG_NOT_PRUNED, directory_ + TEMPORARY_NAME, reason);
     removeTemporary();
     return false;
   }
 
+  /// @return 0 or errno
+  int sortLines() {
+    const std::time_t now = std::time(nullptr);
+    bool keeping = false;
+    int64_t end = 0;
+    while (const auto line = log_->next()) {
+      ++processed_;
+      double days = 0;
+      keeping = keeping || (lineAge(*line, now, days) && days < settings_.retentionDays);
+      if (!keeping) ++pruned_;
+      const int64_t start = std::exchange(end, log_->position());
+      const bool endsInLineFeed = end - start > static_cast<int64_t>(line->size());
+      if (!keeping && !save_) continue;
+      LineAppender& target = keeping ? temporary_ : save_;
+      int failure = target.add(*line);
+      if (failure == 0 && endsInLineFeed) failure = target.add("\n");
+      if (failure != 0) return failure;
+    }
+    return log_->failed() ? log_->error() : 0;
+  }
+
   /// Renaming replaces the log at one stroke: a full disk or a kill can't leave half of it.
   void putBack() {
     if (pruned_ == 0) return removeTemporary();
-    struct stat status;
     const std::string path = directory_ + TEMPORARY_NAME;
-    if (::fstat(::fileno(log_.get()), &status) == 0 &&
-        ::fchmod(::fileno(temporary_.get()), status.st_mode & 07777) == 0 &&
-        std::rename(path.c_str(), settings_.path.c_str()) == 0) {
+    if (sys::fchmod(temporary_.descriptor(), logStatus_.st_mode & 07777) == 0 &&
+        sys::rename(path.c_str(), settings_.path.c_str()) == 0) {
       return;
     }
     const int reason = errno;
@@ -162,27 +193,28 @@ class Pruner {
 
   void removeTemporary() {
     const std::string path = directory_ + TEMPORARY_NAME;
-    if (::unlink(path.c_str()) == 0) return;
+    if (sys::unlink(path.c_str()) == 0) return;
     TRACE(TR_MIN, "Couldn't remove temporary pruning file %s. rc = %d\n", path.c_str(), errno);
     issue(messages::LOG_NOT_PRUNED, path, errno);
   }
 
   void closeSaveFile() {
     if (!save_) return;
-    save_.reset();
+    save_.close();
     const std::string path = directory_ + settings_.saveFile;
     struct stat status;
-    if (::stat(path.c_str(), &status) == 0 && status.st_size < SHORTEST_SAVE_FILE &&
-        ::unlink(path.c_str()) == 0) {
+    if (sys::stat(path.c_str(), &status) == 0 && status.st_size < SHORTEST_SAVE_FILE &&
+        sys::unlink(path.c_str()) == 0) {
       TRACE(TR_GENERAL, "Empty prune log deleted from directory\n");
     }
   }
 
   const LogFileSettings& settings_;
   const std::string directory_;  // with its slash, or empty
-  Stream log_;
-  Stream temporary_;
-  Stream save_;
+  std::optional<LineReader> log_;
+  struct stat logStatus_ {};
+  LineAppender temporary_;
+  LineAppender save_;
   unsigned long processed_ = 0;
   unsigned long pruned_ = 0;
 };
