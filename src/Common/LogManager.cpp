@@ -85,7 +85,7 @@ LogManager::LogManager(std::string logName) : m_LogName(std::move(logName)), spa
 int LogManager::LogActivityLog(std::string_view msgBuf, bool keepLineFeeds) {
   TRACE(TR_ENTER, "Enter %s, msgBuf : %.*s\n", "LogActivityLog", static_cast<int>(msgBuf.size()),
         msgBuf.data());
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   if (m_LogName.empty() || msgBuf.empty()) {
     TRACE(TR_EXIT, "Exit %s, m_LogName not defined.\n", "LogActivityLog");
     return NOTHING_TO_LOG;
@@ -118,7 +118,7 @@ int LogManager::LogActivityLog(std::string_view msgBuf, bool keepLineFeeds) {
 }
 
 void LogManager::setLogName(std::string logName) {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const MutexLock lock(mutex_);
   TRACE(TR_MAX, "Changing log from %s to %s\n", m_LogName.c_str(), logName.c_str());
   m_LogName = std::move(logName);
 }

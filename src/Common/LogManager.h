@@ -1,10 +1,10 @@
 #pragma once
 
-#include <mutex>
 #include <string>
 #include <string_view>
 
 #include "QLMlib/common/nls/Messages.h"
+#include "QLMlib/common/thrd/Mutex.h"
 #include "QLMlib/common/unx/OwnedDescriptor.h"
 
 namespace agent {
@@ -46,7 +46,7 @@ class LogManager {
 
  private:
   std::string m_LogName;
-  std::mutex mutex_;
+  MutexHandle mutex_ = pkCreateMutex();
   OwnedDescriptor spare_;  // for the line that finds no other; guarded by mutex_
 };
 

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "QLMlib/common/nls/MessageCatalogs.h"
+#include "QLMlib/common/thrd/Thread.h"
 #include "common/TemporaryDirectory.h"
 #include "support/RefusedCalls.h"
 
@@ -83,6 +84,7 @@ TEST_F(LogManagerTest, InsertsAreNeverEmptyNeverEndlessAndNeverBreakTheLine) {
 
 TEST_F(LogManagerTest, LinesOfThreadsStayWholeAndInOrderOfTime) {
   LogManager log(path());
+  setThreadMode(true);
   std::vector<std::thread> threads;
   for (char mark : {'a', 'b', 'c', 'd'}) {
     threads.emplace_back([&log, mark] {
@@ -90,6 +92,7 @@ TEST_F(LogManagerTest, LinesOfThreadsStayWholeAndInOrderOfTime) {
     });
   }
   for (std::thread& thread : threads) thread.join();
+  setThreadMode(false);
 
   std::istringstream lines(content(path()));
   std::vector<std::string> times;

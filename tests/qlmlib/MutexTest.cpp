@@ -6,101 +6,80 @@
 #include <gtest/gtest.h>
 
 #include "QLMlib/common/thrd/Thread.h"
+#include "support/RefusedCalls.h"
 
 namespace agent::test {
 namespace {
 
 using namespace std::chrono_literals;
 
+/// Does `work` on another thread and gives its result.
+template <typename Work>
+int elsewhere(Work work) {
+  int result = 0;
+  std::thread([&] { result = work(); }).join();
+  return result;
+}
+
 class MutexTest : public ::testing::Test {
  protected:
   MutexTest() { setThreadMode(true); }
-  ~MutexTest() override {
-    setMutexPlatform(nullptr);
-    bInSignalExit = false;
-    setThreadMode(false);
-  }
+  ~MutexTest() override { setThreadMode(false); }
 
-  /// Does `work` on another thread and gives its result.
-  template <typename Work>
-  static int elsewhere(Work work) {
-    int result = 0;
-    std::thread([&] { result = work(); }).join();
-    return result;
-  }
+  const MutexHandle mutex_ = pkCreateMutex();
+  MutexDesc* const desc_ = mutex_.get();
 };
 
-TEST_F(MutexTest, OnlyTheOwnerReleases) {
-  const MutexHandle mutex = pkCreateMutex();
-  EXPECT_FALSE(pkIsMutexOwner(mutex.get()));
-  EXPECT_EQ(pkAcquireMutex(mutex.get()), 0);
-  EXPECT_TRUE(pkIsMutexOwner(mutex.get()));
-  EXPECT_EQ(elsewhere([&] { return pkReleaseMutex(mutex.get()); }), 0);  // ignored
-  EXPECT_EQ(elsewhere([&] { return pkTryMutex(mutex.get()); }), MUTEX_BUSY);
-  EXPECT_EQ(pkReleaseMutex(mutex.get()), 0);
-  EXPECT_EQ(elsewhere([&] { return pkTryMutex(mutex.get()) + pkReleaseMutex(mutex.get()); }), 0);
-}
-
-TEST_F(MutexTest, TheRecursiveFormCountsForTryAndForTheOwner) {
-  const MutexHandle mutex = pkCreateMutex();
-  EXPECT_EQ(pkAcquireMutexNested(mutex.get()), 0);
-  EXPECT_EQ(pkTryMutexNested(mutex.get()), 0);
-  EXPECT_EQ(pkAcquireMutexNested(mutex.get()), 0);
-  EXPECT_EQ(elsewhere([&] { return pkTryMutexNested(mutex.get()); }), MUTEX_BUSY);
-  EXPECT_EQ(pkReleaseMutexNested(mutex.get()), 0);
-  EXPECT_EQ(pkReleaseMutexNested(mutex.get()), 0);
-  EXPECT_TRUE(pkIsMutexOwner(mutex.get()));
-  EXPECT_EQ(pkReleaseMutexNested(mutex.get()), 0);
-  EXPECT_FALSE(pkIsMutexOwner(mutex.get()));
-  EXPECT_EQ(pkReleaseMutexNested(mutex.get()), 0);  // one too many does nothing
-  EXPECT_EQ(elsewhere([&] { return pkTryMutexNested(mutex.get()) + pkReleaseMutexNested(mutex.get()); }), 0);
-}
-
-int platformResult = 0;
-int answer(pthread_mutex_t*) {
-  return platformResult;
+TEST_F(MutexTest, OnlyTheOwnerReleasesAndTheNestedFormCounts) {
+  EXPECT_EQ(pkAcquireMutex(desc_), 0);
+  EXPECT_TRUE(pkIsMutexOwner(desc_));
+  EXPECT_EQ(elsewhere([&] { return pkReleaseMutex(desc_); }), 0);  // ignored
+  EXPECT_EQ(elsewhere([&] { return pkTryMutex(desc_); }), MUTEX_BUSY);
+  EXPECT_EQ(pkReleaseMutex(desc_), 0);
+  EXPECT_FALSE(pkIsMutexOwner(desc_));
+  {
+    MutexLock outer(mutex_, MutexForm::NESTED);
+    const MutexLock inner(mutex_, MutexForm::NESTED);
+    EXPECT_EQ(pkTryMutexNested(desc_), 0);
+    EXPECT_EQ(pkReleaseMutexNested(desc_), 0);
+    EXPECT_EQ(outer.release(), 0);  // inner holds it still, and at its end outer has nothing to release
+    EXPECT_EQ(elsewhere([&] { return pkTryMutexNested(desc_); }), MUTEX_BUSY);
+  }
+  EXPECT_EQ(pkReleaseMutexNested(desc_), 0);  // one too many does nothing
+  EXPECT_EQ(elsewhere([&] { return pkTryMutexNested(desc_) + pkReleaseMutexNested(desc_); }), 0);
+  EXPECT_EQ(elsewhere([&] { return pkTryMutex(desc_) + pkReleaseMutex(desc_); }), 0);
 }
 
 TEST_F(MutexTest, FailuresOfThePlatformHaveTheirCodes) {
-  MutexHandle mutex = pkCreateMutex();
-  const MutexPlatform answering{answer, answer, answer, answer, answer};
-  setMutexPlatform(&answering);
   struct Case {
     int platform, lock, tried;
   };
   for (const Case& c : {Case{EDEADLK, MUTEX_DEADLOCK, -1}, Case{EINVAL, MUTEX_FAILED, -1},
                         Case{EBUSY, MUTEX_FAILED, MUTEX_BUSY}}) {
-    platformResult = c.platform;
-    EXPECT_EQ(pkAcquireMutex(mutex.get()), c.lock);
-    EXPECT_EQ(pkAcquireMutexNested(mutex.get()), c.lock);
-    EXPECT_EQ(pkTryMutex(mutex.get()), c.tried);
-    EXPECT_EQ(pkTryMutexNested(mutex.get()), c.tried);
-    EXPECT_FALSE(pkIsMutexOwner(mutex.get()));
+    RefusedCalls calls;
+    calls.refuse<&Calls::pthread_mutex_init>(c.platform);
+    calls.refuse<&Calls::pthread_mutex_lock>(c.platform);
+    calls.refuse<&Calls::pthread_mutex_trylock>(c.platform);
+    calls.refuse<&Calls::pthread_mutex_destroy>(c.platform);
+    for (const MutexForm form : {MutexForm::PLAIN, MutexForm::NESTED}) {
+      EXPECT_FALSE(MutexLock(mutex_, form).held());
+    }
+    EXPECT_EQ(pkAcquireMutex(desc_), c.lock);
+    EXPECT_EQ(pkAcquireMutexNested(desc_), c.lock);
+    EXPECT_EQ(pkTryMutex(desc_), c.tried);
+    EXPECT_EQ(pkTryMutexNested(desc_), c.tried);
+    EXPECT_FALSE(pkIsMutexOwner(desc_));
     EXPECT_EQ(pkCreateMutex(), nullptr);
     EXPECT_EQ(pkCreateCondition(), nullptr);
+    EXPECT_EQ(pkDestroyMutex(new MutexDesc), c.platform);  // and frees it, as LeakSanitizer would tell
+
+    // A process of one thread, and one that ends from a signal, don't ask the platform.
+    for (std::atomic<bool>* mode : {&bIsSingleThread, &bInSignalExit}) {
+      *mode = true;
+      EXPECT_TRUE(MutexLock(mutex_).held());
+      *mode = false;
+    }
   }
-  EXPECT_EQ(pkDestroyMutex(mutex.release()), EBUSY);  // and frees it, as LeakSanitizer would tell
-}
-
-TEST_F(MutexTest, InSingleThreadModeOwnershipWorksWithoutThePlatform) {
-  const MutexPlatform answering{answer, answer, answer, answer, answer};
-  setThreadMode(false);
-  setMutexPlatform(&answering);
-  platformResult = EINVAL;
-  const MutexHandle mutex = pkCreateMutex();
-  EXPECT_EQ(pkAcquireMutex(mutex.get()), 0);
-  EXPECT_TRUE(pkIsMutexOwner(mutex.get()));
-  EXPECT_EQ(pkReleaseMutex(mutex.get()), 0);
-  EXPECT_FALSE(pkIsMutexOwner(mutex.get()));
-}
-
-TEST_F(MutexTest, AProcessThatEndsFromASignalWaitsForNothing) {
-  const MutexHandle mutex = pkCreateMutex();
-  ASSERT_EQ(pkAcquireMutex(mutex.get()), 0);
-  bInSignalExit = true;
-  EXPECT_EQ(elsewhere([&] { return pkAcquireMutex(mutex.get()); }), 0);
-  bInSignalExit = false;
-  pthread_mutex_unlock(&mutex->platform);
 }
 
 TEST_F(MutexTest, AWaitEndsWithTheSignalAndLaterOnesDoNotWait) {
@@ -108,13 +87,12 @@ TEST_F(MutexTest, AWaitEndsWithTheSignalAndLaterOnesDoNotWait) {
   EXPECT_EQ(pkWaitCondition(*condition), -1);  // the mutex isn't held
   EXPECT_EQ(pkTimedWaitCondition(*condition, 10ms), -1);
 
-  ASSERT_EQ(pkAcquireMutex(condition->mutex.get()), 0);
+  const MutexLock lock(condition->mutex);
   EXPECT_EQ(pkTimedWaitCondition(*condition, 10ms), ETIMEDOUT);
   std::thread other([&] { pkSignalCondition(*condition); });
   EXPECT_EQ(pkWaitCondition(*condition), 0);
   EXPECT_TRUE(pkIsMutexOwner(condition->mutex.get()));
   EXPECT_EQ(pkWaitCondition(*condition), 0);
-  EXPECT_EQ(pkReleaseMutex(condition->mutex.get()), 0);
   other.join();
 }
 

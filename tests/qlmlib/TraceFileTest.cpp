@@ -6,6 +6,7 @@
 
 #include <unistd.h>
 
+#include "QLMlib/common/thrd/Thread.h"
 #include "QLMlib/common/ut/Product.h"
 #include "QLMlib/common/ut/Trace.h"
 #include "QLMlib/common/ut/TraceClasses.h"
@@ -137,12 +138,14 @@ TEST_F(TraceFileTest, AFullDiskTurnsTracingOffAndTheJobGoesOn) {
 
 TEST_F(TraceFileTest, ThreadsWriteWholeLinesAndAChangeOfThreadIsMarked) {
   ASSERT_EQ(initializeTrace(file(), "MIN", 1024), 0);
+  setThreadMode(true);
   const auto write = [] {
     for (int i = 0; i < 200; ++i) TRACE(TR_MIN, "%s\n", std::string(80, 'x').c_str());
   };
   std::thread other(write);
   write();
   other.join();
+  setThreadMode(false);
   TRACE(TR_MIN, "back\n");
   closeTrace();
 

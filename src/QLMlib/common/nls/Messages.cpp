@@ -31,21 +31,21 @@ nlsObject_t libraryCatalogs;
 /// Holds nls_mutex.
 class CatalogLock {
  public:
-  CatalogLock() : held_(pkAcquireMutex(nls_mutex.get()) == 0) {
-    if (!held_) TRACE(TR_MIN, "Unable to acquire NLS mutex\n");
+  CatalogLock() : lock_(nls_mutex) {
+    if (!held()) TRACE(TR_MIN, "Unable to acquire NLS mutex\n");
   }
   ~CatalogLock() {
-    if (!held_ || pkReleaseMutex(nls_mutex.get()) == 0) return;
+    if (lock_.release() == 0) return;
     TRACE(TR_MIN, "Unable to release NLS mutex\n");
     issueInternalError(__FILE__, __LINE__, "Unable to release NLS mutex\n");
   }
   CatalogLock(const CatalogLock&) = delete;
   CatalogLock& operator=(const CatalogLock&) = delete;
 
-  bool held() const { return held_; }
+  bool held() const { return lock_.held(); }
 
  private:
-  bool held_;
+  MutexLock lock_;
 };
 
 /// The library's numbers and the job's have no number in common.

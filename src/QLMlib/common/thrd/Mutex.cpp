@@ -7,49 +7,40 @@
 #include <time.h>
 
 #include "QLMlib/common/thrd/Thread.h"
+#include "QLMlib/common/unx/SystemCallTable.h"
 #include "QLMlib/common/ut/Trace.h"
 
 namespace agent {
 namespace {
-
-constexpr MutexPlatform SYSTEM_PLATFORM{
-    .init = [](pthread_mutex_t* mutex) { return pthread_mutex_init(mutex, nullptr); },
-    .lock = pthread_mutex_lock,
-    .tryLock = pthread_mutex_trylock,
-    .unlock = pthread_mutex_unlock,
-    .destroy = pthread_mutex_destroy,
-};
-
-std::atomic<const MutexPlatform*> platform{&SYSTEM_PLATFORM};
 
 bool skipsPlatform() {
   return bIsSingleThread || bInSignalExit;
 }
 
 int platformInit(MutexDesc* mutex) {
-  return bIsSingleThread ? 0 : platform.load()->init(&mutex->platform);
+  return bIsSingleThread ? 0 : systemCalls.pthread_mutex_init(&mutex->platform, nullptr);
 }
 
 int platformLock(MutexDesc* mutex) {
   if (skipsPlatform()) return 0;
-  const int rc = platform.load()->lock(&mutex->platform);
+  const int rc = systemCalls.pthread_mutex_lock(&mutex->platform);
   if (rc == EDEADLK) return MUTEX_DEADLOCK;
   return rc == 0 ? 0 : MUTEX_FAILED;
 }
 
 int platformTry(MutexDesc* mutex) {
   if (skipsPlatform()) return 0;
-  const int rc = platform.load()->tryLock(&mutex->platform);
+  const int rc = systemCalls.pthread_mutex_trylock(&mutex->platform);
   if (rc == EBUSY) return MUTEX_BUSY;
   return rc == 0 ? 0 : -1;
 }
 
 int platformUnlock(MutexDesc* mutex) {
-  return skipsPlatform() ? 0 : platform.load()->unlock(&mutex->platform);
+  return skipsPlatform() ? 0 : systemCalls.pthread_mutex_unlock(&mutex->platform);
 }
 
 int platformDestroy(MutexDesc* mutex) {
-  return skipsPlatform() ? 0 : platform.load()->destroy(&mutex->platform);
+  return skipsPlatform() ? 0 : systemCalls.pthread_mutex_destroy(&mutex->platform);
 }
 
 bool callerOwns(const MutexDesc* mutex) {
@@ -76,10 +67,6 @@ timespec monotonicDeadline(std::chrono::milliseconds limit) {
 }
 
 }  // namespace
-
-void setMutexPlatform(const MutexPlatform* replacement) {
-  platform = replacement == nullptr ? &SYSTEM_PLATFORM : replacement;
-}
 
 void MutexDestroyer::operator()(MutexDesc* mutex) const {
   pkDestroyMutex(mutex);
@@ -176,6 +163,12 @@ int pkDestroyMutex(MutexDesc* mutex) {
   if (rc != 0) TRACE(TR_MIN, "Destroy Mutex failed: %d.\n", rc);
   delete mutex;
   return rc;
+}
+
+int MutexLock::release() {
+  if (!held()) return 0;
+  failure_ = MUTEX_FAILED;  // no longer held
+  return form_ == MutexForm::PLAIN ? pkReleaseMutex(mutex_) : pkReleaseMutexNested(mutex_);
 }
 
 ConditionHandle pkCreateCondition() {

@@ -9,7 +9,9 @@
 
 namespace agent {
 
-/// A mutex that knows its owner. Created by pkCreateMutex, used through the functions below only.
+/// A mutex that knows its owner. Created by pkCreateMutex, used through MutexLock and the functions below
+/// only: all locking inside the process goes this way, and costs a test while the process has one thread
+/// (Thread.h).
 struct MutexDesc {
   pthread_mutex_t platform =
       PTHREAD_MUTEX_INITIALIZER;  // usable also where single-thread mode skipped its init
@@ -50,7 +52,36 @@ bool pkIsMutexOwner(const MutexDesc* mutex);
 /// Frees the record, whatever the platform says. A null record gives 0.
 int pkDestroyMutex(MutexDesc* mutex);
 
-/// A flag that threads wait for. A wait never clears it: once signalled, later waits return at once.
+/// The form of acquire and release that a mutex is used with.
+enum class MutexForm { PLAIN, NESTED };
+
+/// Holds a mutex from here to the end of its scope.
+class MutexLock {
+ public:
+  explicit MutexLock(const MutexHandle& mutex, MutexForm form = MutexForm::PLAIN)
+      : mutex_(mutex.get()),
+        form_(form),
+        failure_(form == MutexForm::PLAIN ? pkAcquireMutex(mutex_) : pkAcquireMutexNested(mutex_)) {}
+  ~MutexLock() { release(); }
+  MutexLock(const MutexLock&) = delete;
+  MutexLock& operator=(const MutexLock&) = delete;
+
+  /// False where the mutex could not be had; nothing is released then.
+  bool held() const { return failure_ == 0; }
+
+  /// Releases before the end of the scope, for whoever wants to know.
+  /// @return 0, also where it is not held, or the failure
+  int release();
+
+ private:
+  MutexDesc* mutex_;
+  MutexForm form_;
+  int failure_;
+};
+
+/// A flag that threads wait for; for threads that hand work to one another, of which the job has none today:
+/// its two threads talk through pipes, whose ends a thread that hangs may keep. A wait never clears it: once
+/// signalled, later waits return at once.
 struct ConditionDesc {
   std::atomic<int32_t> signalled{0};
   MutexHandle mutex;  // the waiting thread must own it, by pkAcquireMutex
@@ -74,17 +105,5 @@ int pkWaitCondition(ConditionDesc& condition);
 /// Waits once, for a wake-up or the limit on the monotonic clock, and doesn't look at the flag.
 /// @return 0, ETIMEDOUT, or as pkWaitCondition
 int pkTimedWaitCondition(ConditionDesc& condition, std::chrono::milliseconds limit);
-
-/// The platform's mutex calls, each returning 0 or an error number. Tests replace them to refuse one.
-struct MutexPlatform {
-  int (*init)(pthread_mutex_t*);
-  int (*lock)(pthread_mutex_t*);
-  int (*tryLock)(pthread_mutex_t*);
-  int (*unlock)(pthread_mutex_t*);
-  int (*destroy)(pthread_mutex_t*);
-};
-
-/// Replaces the calls for the whole process; null brings the system's own back.
-void setMutexPlatform(const MutexPlatform* platform);
 
 }  // namespace agent

@@ -258,10 +258,11 @@ LimitedResult exchangeRequest(unsigned seconds, Fill fill, Take take) {
 template <typename Fill, typename Take>
 LimitedResult callWithLimit(int seconds, Fill fill, Take take) {
   if (!initialized()) return {-1, EINVAL};
-  if (const int rc = pkAcquireMutex(facility.mutex.get()); rc != 0) return {-1, EINVAL};
+  MutexLock lock(facility.mutex);
+  if (!lock.held()) return {-1, EINVAL};
   LimitedResult result = exchangeRequest(static_cast<unsigned>(seconds), fill, take);
   errno = 0;
-  if (const int rc = pkReleaseMutex(facility.mutex.get()); rc != 0) {
+  if (const int rc = lock.release(); rc != 0) {
     TRACE(TR_MIN, "zemNFSsyscalls: pkReleaseMutex() failed! rc(%d), errno(%d)\n", rc, errno);
     result = {-1, orInvalid(result.errCode)};
   }

@@ -16,9 +16,6 @@ constexpr int32_t ERROR = 12;
 constexpr uint32_t AUDIT_LOG_MESSAGE = 250;
 constexpr uint32_t INTERNAL_ERROR_MESSAGE = 263;
 
-constexpr char ACQUIRE_FAILURE[] = "Unable to acquire global rc mutex\n";
-constexpr char RELEASE_FAILURE[] = "Unable to release global rc mutex\n";
-
 /// Messages that count 4 whatever severity the catalog gives them.
 bool isFixedWarning(uint32_t msgNum) {
   static constexpr std::array<uint32_t, 34> NUMBERS{
@@ -50,14 +47,15 @@ GlobalRC::~GlobalRC() {
 }
 
 bool GlobalRC::set(uint32_t msgNum) {
-  if (!acquire()) return false;
+  MutexLock lock(mutex_);
+  if (!acquired(lock)) return false;
   TRACE(TR_EXTRC_DETAIL, "msgNum = %u.\n", msgNum);
   traceFields("Before");
   const int32_t msgRC = returnCodeOf(msgNum);
   TRACE(TR_EXTRC_DETAIL, "msgRC = %d.\n", msgRC);
   const bool raised = raise(msgNum, msgRC);
   traceFields("After");
-  return release() && raised;
+  return released(lock) && raised;
 }
 
 int32_t GlobalRC::returnCodeOf(uint32_t msgNum) const {
@@ -86,18 +84,20 @@ void GlobalRC::traceFields(const char* when) const {
         rcMax);
 }
 
-bool GlobalRC::acquire() {
-  if (pkAcquireMutex(mutex_.get()) == 0) return true;
-  TRACE(TR_EXTRC, ACQUIRE_FAILURE);
-  if (services_.internalError != nullptr) services_.internalError(__FILE__, __LINE__, ACQUIRE_FAILURE);
-  return false;
+bool GlobalRC::acquired(const MutexLock& lock) const {
+  if (!lock.held()) reportFailure("Unable to acquire global rc mutex\n");
+  return lock.held();
 }
 
-bool GlobalRC::release() {
-  if (pkReleaseMutex(mutex_.get()) == 0) return true;
-  TRACE(TR_EXTRC, RELEASE_FAILURE);
-  if (services_.internalError != nullptr) services_.internalError(__FILE__, __LINE__, RELEASE_FAILURE);
-  return false;
+bool GlobalRC::released(MutexLock& lock) const {
+  const bool done = lock.release() == 0;
+  if (!done) reportFailure("Unable to release global rc mutex\n");
+  return done;
+}
+
+void GlobalRC::reportFailure(const char* text) const {
+  TRACE(TR_EXTRC, "%s", text);
+  if (services_.internalError != nullptr) services_.internalError(__FILE__, __LINE__, text);
 }
 
 /// Does `work` under the mutex; where that can't be had the failure is reported and the work done all the
@@ -105,9 +105,10 @@ bool GlobalRC::release() {
 template <typename Work>
 auto GlobalRC::underMutex(const char* operation, Work work) {
   TRACE(TR_EXTRC_DETAIL, "GlobalrC::%s() entry.\n", operation);
-  const bool held = acquire();
+  MutexLock lock(mutex_);
+  acquired(lock);
   const auto result = work();
-  if (held) release();
+  released(lock);
   TRACE(TR_EXTRC_DETAIL, "GlobalrC::%s() exit.\n", operation);
   return result;
 }

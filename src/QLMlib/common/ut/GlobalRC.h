@@ -47,8 +47,9 @@ class GlobalRC {
  private:
   GlobalRC();
 
-  bool acquire();
-  bool release();
+  bool acquired(const MutexLock& lock) const;
+  bool released(MutexLock& lock) const;
+  void reportFailure(const char* text) const;
   int32_t returnCodeOf(uint32_t msgNum) const;
   bool raise(uint32_t msgNum, int32_t msgRC);
   void traceFields(const char* when) const;

@@ -7,12 +7,12 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
-#include <mutex>
 #include <new>
 
 #include <unistd.h>
 
 #include "QLMlib/common/nls/DateTimeFormat.h"
+#include "QLMlib/common/thrd/Mutex.h"
 #include "QLMlib/common/unx/DirectoryPath.h"
 #include "QLMlib/common/unx/StarterOutput.h"
 #include "QLMlib/common/ut/TraceClasses.h"
@@ -35,7 +35,8 @@ std::string threadIdMark(pid_t thread) {
 /// The one record of the facility.
 struct TraceObject {
   TraceOutput output;
-  std::recursive_mutex mutex;  // held over the room check, the write and the header update
+  // Held over the room check, the write and the header update. Nested: what goes wrong there may be traced.
+  MutexHandle mutex = pkCreateMutex();
   std::atomic<pid_t> lastThread{0};
   int32_t clientType = 0;
   bool forceTimestampAndPrefix = false;
@@ -112,7 +113,7 @@ void writeRecord(TraceObject& trace, std::string text) {
   if (text.empty() || text.back() != '\n') text += '\n';
   const std::string record = linePrefix(trace) + text;
 
-  const std::lock_guard lock(trace.mutex);
+  const MutexLock lock(trace.mutex, MutexForm::NESTED);
   if (!trace.output.write(record)) disableTracing(trace);
 }
 
@@ -209,7 +210,7 @@ int initializeTrace(const std::string& fileName, const std::string& debugWord, i
 void closeTrace() {
   TraceObject* trace = traceObj;
   if (trace == nullptr) return;
-  const std::lock_guard lock(trace->mutex);
+  const MutexLock lock(trace->mutex, MutexForm::NESTED);
   if (const int failure = trace->output.close(); failure != 0) {
     tellStarter(STDOUT_FILENO, "Unable to close trace output file " + trace->output.name() + ": " +
                                    std::strerror(failure) + " \n");
