@@ -29,7 +29,8 @@ std::string timeText(const std::tm& time);
 /// Date, time and milliseconds of `now` in local time: "03/25/2014 10:15:02.123".
 std::string timeStampText(const std::timespec& now);
 
-/// `number` with the thousands separator of number_fmt: "1,234,567".
+/// `number` with the thousands separator of number_fmt: "1,234,567". For programs that show figures to people
+/// in their language; the job writes figures for its server.
 std::string numberText(int64_t number);
 
 /// The decimal mark of number_fmt.

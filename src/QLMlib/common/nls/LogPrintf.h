@@ -22,6 +22,8 @@ struct MessageDescriptor {
   MessageInserts inserts;
 };
 
+/// For the runtime's own programs, which have an error log; the job's messages go through LogManager.
+///
 /// Formats a message into the caller's buffer, feeds it to the global return code and does what its flags
 /// ask.
 /// @return length of the text without its NUL; 0 where there is no text; -1 where it doesn't fit, and then

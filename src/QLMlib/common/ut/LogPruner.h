@@ -4,7 +4,8 @@
 
 namespace agent {
 
-/// Takes the lines that are older than the settings' retention off the beginning of a log.
+/// Takes the lines that are older than the settings' retention off the beginning of a log; for programs that
+/// keep one log for years, such as the agent. The job's own logs are kept whole and purged by file.
 ///
 /// A line's date is read from its first ten characters by the current date format. From the first line on
 /// that is young enough everything stays, undated lines included; what stands before it is deleted or, with

@@ -8,7 +8,8 @@
 
 namespace agent {
 
-/// A log file of fixed size that wraps over itself. The owner serialises the calls.
+/// A log file of fixed size that wraps over itself; for a program that runs for years, such as the agent. The
+/// job's own logs don't wrap. The owner serialises the calls.
 ///
 ///     LOGHEADERREC <next write><wrap size> <product> <build date>     one line, numbers in 12 and 10 columns
 ///     (a blank line)

@@ -33,7 +33,8 @@ struct TraceLimit {
 /// last is as long as the rest of the limit. They are filled in turn, each made anew when its turn comes,
 /// and after the last comes the first. What an earlier run left in them is removed at open.
 ///
-/// STDOUT, STDERR and CONSOLE (standard output) are streams without any of this.
+/// STDOUT, STDERR and CONSOLE (standard output) are streams without any of this, and a file without a limit
+/// only grows: for a person who looks at a program at a terminal. The job's trace always is a ring.
 class TraceOutput {
  public:
   /// Opens, keeping the ring of an earlier run where it is sound and within the limit.
