@@ -75,40 +75,64 @@ TEST_F(CatalogTest, TheIdentifierDecidesWhatAnEntryIs) {
   EXPECT_STREQ(parseCatalogEntry(1, "STA0139W text\022abcdef", corrupt)->formatInfo.data(), "abcdef");
 }
 
-TEST_F(CatalogTest, MessagesComeFromTheCatalogOfTheirFamily) {
+TEST_F(CatalogTest, MessagesComeFromTheCatalogOfTheirFamilyAndFeedTheGlobalReturnCode) {
   compile("en_US", "300 \"STA0300W job: %1$s\"\n301 \"STA0301T label\"\n302 \"no identifier\"\n");
-  compile("en_US", "300 \"ZNS0300E library: %1$s\"\n", "zemclientV3.cat");
+  compile("en_US", "201 \"ZNS0201E\"\n267 \"ZNS0267E\"\n300 \"ZNS0300E library: %1$s\"\n", "zemclientV3.cat");
   ASSERT_EQ(open(), 0);
-  EXPECT_EQ(formatMessage({300, "STA0300W"}, {std::string("x")}), "STA0300W job: x");
-  EXPECT_EQ(formatMessage({300, "ZNS0300E"}, {std::string("x")}), "ZNS0300E library: x");
-  EXPECT_EQ(messageText({300, "STA0300W"}), "STA0300W job: %1$s");
-  EXPECT_EQ(messageText({301, "STA0301T"}), "label");
-  for (const uint32_t absent : {0u, 302u, 303u, 65536u + 300u, 0xffffffffu}) {
-    EXPECT_EQ(formatMessage({absent, "STA0303W"}, {}), "") << absent;
+  struct Case {
+    Message message;
+    const char* text;
+    int32_t code;
+  };
+  const Case cases[] = {
+      {{300, "STA0300W"}, "STA0300W job: x", 8},
+      {{300, "ZNS0300E"}, "ZNS0300E library: x", 8},  // the number's own family decides about the code
+      {{301, "STA0301T"}, "label", 0},
+      {{201, "ZNS0201E"}, "ZNS0201E", 4},
+      {{267, "ZNS0267E"}, "ZNS0267E", 12},
+      {{0, "STA0000E"}, "", 0},
+      {{302, "STA0302E"}, "", 0},
+      {{303, "STA0303E"}, "", 0},
+      {{65536 + 300, "STA0300W"}, "", 0},
+      {{0xffffffff, "STA0303E"}, "", 0},
+  };
+  for (const Case& c : cases) {
+    gRC->clearAllRC();
+    messageText(c.message);
+    EXPECT_EQ(gRC->get(), 0) << c.message.number;  // a text alone feeds nothing
+    EXPECT_EQ(formatMessage(c.message, {std::string("x")}), c.text) << c.message.number;
+    EXPECT_EQ(gRC->get(), c.code) << c.message.number;
   }
+  EXPECT_EQ(messageText({300, "STA0300W"}), "STA0300W job: %1$s");
+  EXPECT_EQ(messageSeverity(303), 255);
   closeMessages();
   EXPECT_EQ(formatMessage({300, "STA0300W"}, {}), "");
 }
 
 TEST_F(CatalogTest, ALanguageIsAskedFirstAndEnglishFillsItsGaps) {
-  compile("en_US", "300 \"STA0300T English\"\n301 \"STA0301T only English\"\n");
+  const std::pair<const char*, const char*> directories[] = {
+      {"zh_TW.BIG5", "Zh_TW"}, {"zh_TW", "zh_CN"},   {"Zh", "Zh_CN"},      {"ja_JP.UTF-8", "ja_JP"},
+      {"Ja_JP", "Ja_JP"},      {"pt", "pt_BR"},      {"C", "en_US"},       {"", "en_US"},
+      {"nl_NL", "en_US"},      {"deutsch", "en_US"}, {"de.UTF-8", "de_DE"}};
+  for (const auto& [language, directory] : directories) EXPECT_EQ(languageDirectory(language), directory);
+
+  // More than the cache holds, so that texts come from it and from the file.
+  constexpr uint32_t LAST = 301 + nlsObject_t::MAX_CACHED_MESSAGES;
+  std::string entries;
+  for (uint32_t i = 300; i <= LAST; ++i) {
+    const std::string number = std::to_string(i);
+    entries += number + " \"STA0" + number + "T English " + number + "\"\n";
+  }
+  compile("en_US", entries);
   compile("de_DE", "300 \"STA0300T deutsch\"\n");
   zemLocale = "de_AT.UTF-8";
   ASSERT_EQ(open(), 0);
-  EXPECT_EQ(messageText({300, "STA0300T"}), "deutsch");
-  EXPECT_EQ(messageText({301, "STA0301T"}), "only English");
-  EXPECT_EQ(messageText({300, "STA0300T"}), "deutsch");  // the flag holds for one look-up
-}
-
-TEST_F(CatalogTest, LanguagesHaveDirectories) {
-  struct Case {
-    const char *language, *directory;
-  };
-  const Case cases[] = {{"zh_TW.BIG5", "Zh_TW"},  {"zh_TW", "zh_CN"},   {"Zh", "Zh_CN"},
-                        {"ja_JP.UTF-8", "ja_JP"}, {"Ja_JP", "Ja_JP"},   {"pt", "pt_BR"},
-                        {"C", "en_US"},           {"", "en_US"},        {"nl_NL", "en_US"},
-                        {"deutsch", "en_US"},     {"de.UTF-8", "de_DE"}};
-  for (const Case& c : cases) EXPECT_EQ(languageDirectory(c.language), c.directory) << c.language;
+  for (int round = 0; round < 2; ++round) {
+    EXPECT_EQ(messageText({300, "STA0300T"}), "deutsch");
+    for (uint32_t i = 301; i <= LAST; ++i) {
+      EXPECT_EQ(messageText({i, "STA"}), "English " + std::to_string(i));
+    }
+  }
 }
 
 TEST_F(CatalogTest, CatalogsThatCannotBeOpenedAreToldOnStandardError) {
@@ -123,20 +147,6 @@ TEST_F(CatalogTest, CatalogsThatCannotBeOpenedAreToldOnStandardError) {
   ASSERT_EQ(::mkfifo(catalogPath("en_US").c_str(), 0600), 0);
   EXPECT_NE(open(), 0);  // a pipe hangs nobody
   ::testing::internal::GetCapturedStderr();
-}
-
-TEST_F(CatalogTest, AFullCacheGivesTheSameTexts) {
-  std::string entries;
-  for (size_t i = 300; i <= 301 + nlsObject_t::MAX_CACHED_MESSAGES; ++i) {
-    entries += std::to_string(i) + " \"STA0" + std::to_string(i) + "T text " + std::to_string(i) + "\"\n";
-  }
-  compile("en_US", entries);
-  ASSERT_EQ(open(), 0);
-  for (int round = 0; round < 2; ++round) {
-    for (uint32_t i = 300; i <= 301 + nlsObject_t::MAX_CACHED_MESSAGES; ++i) {
-      EXPECT_EQ(messageText({i, "STA"}), "text " + std::to_string(i));
-    }
-  }
 }
 
 TEST_F(CatalogTest, ADamagedCatalogEndsInNoCrash) {
@@ -163,27 +173,6 @@ TEST_F(CatalogTest, ADamagedCatalogEndsInNoCrash) {
   }
   use(std::string(4096, '\0'));
   use(std::string(4096, '\xff'));
-}
-
-TEST_F(CatalogTest, IssuedMessagesFeedTheGlobalReturnCodeAndTextsDoNot) {
-  compile("en_US", "300 \"STA0300I text\"\n301 \"STA0301W text\"\n302 \"STA0302E text\"\n");
-  compile("en_US", "267 \"ZNS0267E text\"\n", "zemclientV3.cat");
-  ASSERT_EQ(open(), 0);
-  struct Case {
-    uint32_t number;
-    const char* identifier;
-    int32_t code;
-  };
-  const Case cases[] = {{300, "STA0300I", 0}, {301, "STA0301W", 8},  {302, "STA0302E", 12},
-                        {303, "STA0303E", 0}, {267, "ZNS0267E", 12}, {201, "ZNS0201W", 4}};
-  for (const Case& c : cases) {
-    gRC->clearAllRC();
-    messageText({c.number, c.identifier});
-    EXPECT_EQ(gRC->get(), 0) << c.number;
-    formatMessage({c.number, c.identifier}, {});
-    EXPECT_EQ(gRC->get(), c.code) << c.number;
-  }
-  EXPECT_EQ(messageSeverity(303), 255);
 }
 
 TEST_F(CatalogTest, AMessageIsPrintedAndLoggedAsItsFlagsSay) {
