@@ -1,11 +1,8 @@
 #pragma once
 
-#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <string>
-
-#include <sys/resource.h>
 
 #include <gtest/gtest.h>
 
@@ -36,27 +33,5 @@ inline std::string padded(uint64_t number, size_t width) {
   std::string text = std::to_string(number);
   return text + std::string(width - text.size(), ' ');
 }
-
-/// A full disk: while it lives, the system refuses writes beyond `bytes` of any file.
-class FileSizeLimit {
- public:
-  explicit FileSizeLimit(rlim_t bytes) {
-    previousHandler_ = std::signal(SIGXFSZ, SIG_IGN);
-    ::getrlimit(RLIMIT_FSIZE, &previous_);
-    rlimit limit = previous_;
-    limit.rlim_cur = bytes;
-    ::setrlimit(RLIMIT_FSIZE, &limit);
-  }
-  ~FileSizeLimit() {
-    ::setrlimit(RLIMIT_FSIZE, &previous_);
-    std::signal(SIGXFSZ, previousHandler_);
-  }
-  FileSizeLimit(const FileSizeLimit&) = delete;
-  FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-
- private:
-  rlimit previous_{};
-  void (*previousHandler_)(int);
-};
 
 }  // namespace agent::test

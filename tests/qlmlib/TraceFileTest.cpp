@@ -11,6 +11,7 @@
 #include "QLMlib/common/ut/Trace.h"
 #include "QLMlib/common/ut/TraceClasses.h"
 #include "qlmlib/TestFiles.h"
+#include "support/RefusedCalls.h"
 
 namespace agent::test {
 namespace {
@@ -123,7 +124,8 @@ TEST_F(TraceFileTest, WhatCannotBeSetUpHasItsCode) {
 
 TEST_F(TraceFileTest, AFullDiskTurnsTracingOffAndTheJobGoesOn) {
   ASSERT_EQ(initializeTrace(file(), "MIN", 1024), 0);
-  const FileSizeLimit full(4096);
+  RefusedCalls calls;
+  calls.refuse<&Calls::pwrite>(ENOSPC, 20);
   ::testing::internal::CaptureStdout();
   for (int i = 0; i < 100; ++i) {
     errno = ENOTTY;

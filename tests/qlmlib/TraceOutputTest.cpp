@@ -2,6 +2,7 @@
 
 #include "QLMlib/common/ut/Product.h"
 #include "qlmlib/TestFiles.h"
+#include "support/RefusedCalls.h"
 
 namespace agent::test {
 namespace {
@@ -158,7 +159,9 @@ TEST_F(TraceOutputTest, ARefusedWriteEndsTheOutputAndLeavesAWholeRing) {
   ASSERT_EQ(output.open(file(), small()), 0);
   ASSERT_TRUE(output.write("one\n"));
   {
-    const FileSizeLimit full(FIRST_RECORD + 20);
+    RefusedCalls calls;
+    calls.shorten<&Calls::pwrite>(10);
+    calls.refuse<&Calls::pwrite>(ENOSPC, 2);
     EXPECT_FALSE(output.write("this does not fit\n"));
     EXPECT_FALSE(output.isOpen());
     EXPECT_TRUE(output.write("nobody writes this\n"));
