@@ -28,7 +28,7 @@ LineReader opened(const std::string& fileName) {
   // Without O_NONBLOCK a pipe in the file's place would keep us waiting.
   FileDescriptor file = openFile(fileName.c_str(), O_RDONLY | O_NONBLOCK);
   struct stat status = {};
-  if (!file || sys::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
+  if (!file || sys.fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
     throw ResultFileError("it can't be opened, or is no file");
   }
   return LineReader(std::move(file));

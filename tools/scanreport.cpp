@@ -10,6 +10,6 @@
 
 int main(int argc, char** argv) {
   // Colours are for a terminal whose user hasn't said otherwise (no-color.org).
-  const bool color = agent::sys::isatty(STDOUT_FILENO) && std::getenv("NO_COLOR") == nullptr;
+  const bool color = agent::sys.isatty(STDOUT_FILENO) == 1 && std::getenv("NO_COLOR") == nullptr;
   return agent::tools::scanreport({argv + 1, argv + argc}, std::cout, std::cerr, color);
 }

@@ -78,10 +78,10 @@ void fillDescriptor(int number, int flags) {
   FileDescriptor null = openFile("/dev/null", flags);
   if (null.get() == number) {
     null.release();
-  } else if (!null || sys::dup2(null.get(), number) == -1) {
+  } else if (!null || sys.dup2(null.get(), number) == -1) {
     return;  // above the limit: no file will ever have it
   }
-  sys::fcntl(number, F_SETFD, number > STDERR_FILENO ? FD_CLOEXEC : 0);
+  sys.fcntl(number, F_SETFD, number > STDERR_FILENO ? FD_CLOEXEC : 0);
 }
 
 /// "7,9": the agent's end of the pipe, to be closed here, and ours.
@@ -90,16 +90,16 @@ int agentComOption(const char* value, CmdArgs& args) {
   const char* comma = value == nullptr ? nullptr : std::strchr(value, ',');
   if (comma == nullptr) return missing(args, MISSING_TEXT);
   const int32_t agentEnd = toInt32(value);
-  if (agentEnd != 0) sys::close(agentEnd);
+  if (agentEnd != 0) sys.close(agentEnd);
   if (agentEnd > 0 && agentEnd <= STDERR_FILENO) fillDescriptor(agentEnd, O_RDWR);
   if (comma[1] == '\0') return missing(args, MISSING_TEXT);
   const int32_t ourEnd = toInt32(comma + 1);
   if (ourEnd == 0) return 0;
   args.agentCom = ourEnd;
-  if (sys::fcntl(ourEnd, F_GETFD) == -1) {
+  if (sys.fcntl(ourEnd, F_GETFD, 0) == -1) {
     fillDescriptor(ourEnd, O_RDONLY);  // sending the status fails, and is traced
   } else if (ourEnd > STDERR_FILENO) {
-    sys::fcntl(ourEnd, F_SETFD, FD_CLOEXEC);  // our children must not keep the agent's pipe open
+    sys.fcntl(ourEnd, F_SETFD, FD_CLOEXEC);  // our children must not keep the agent's pipe open
   }
   return 0;
 }
@@ -194,7 +194,7 @@ const ArgumentRow* findRow(const ArgumentRow* table, const std::string& argument
 // --- where the program is installed -----------------------------------------------------------------------
 
 std::string currentDirectory() {
-  char* directory = sys::getcwd(nullptr, 0);  // a buffer of the size it needs, ours to free
+  char* directory = sys.getcwd(nullptr, 0);  // a buffer of the size it needs, ours to free
   std::string text = directory == nullptr ? "" : directory;
   std::free(directory);
   return text;
@@ -230,8 +230,8 @@ std::string findOnPath(const std::string& name) {
     if (candidate.empty()) candidate = ".";  // an empty entry is the current directory
     candidate += "/" + name;
     struct stat status;
-    if (sys::stat(candidate.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
-        sys::access(candidate.c_str(), X_OK) == 0) {
+    if (sys.stat(candidate.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
+        sys.access(candidate.c_str(), X_OK) == 0) {
       return candidate;
     }
   }

@@ -64,7 +64,7 @@ LogUtil::FileMap matchingFiles(const std::string& directory, NumberOf numberOf) 
   while (const dirent* entry = stream.next()) {
     const std::optional<LogUtil::FileNumber> number = numberOf(std::string_view(entry->d_name));
     struct stat status;
-    if (!number || sys::fstatat(stream.descriptor(), entry->d_name, &status, AT_SYMLINK_NOFOLLOW) != 0 ||
+    if (!number || sys.fstatat(stream.descriptor(), entry->d_name, &status, AT_SYMLINK_NOFOLLOW) != 0 ||
         S_ISDIR(status.st_mode)) {
       continue;
     }
@@ -124,7 +124,7 @@ std::string LogUtil::getNextLogName(const std::string& directory, const std::str
     const auto& [lastNumber, lastFile] = *files.rbegin();
     instance = lastNumber.first;
     struct stat status;
-    if (sys::stat(lastFile.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) {
+    if (sys.stat(lastFile.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) {
       TRACE(TR_MIN, "psFileSize failed on  = %s\n", lastFile.c_str());
       ++instance;
     } else if (maxLogSize * BYTES_PER_KILOBYTE - status.st_size < LEAST_ROOM) {
@@ -153,7 +153,7 @@ void LogUtil::purgeLogFiles(FileMap files, bool byInstance) const {
     const int64_t oldest = ::time(nullptr) - maxNumDays * SECONDS_PER_DAY;
     for (auto file = files.begin(); file != files.end();) {
       struct stat status;
-      if (sys::lstat(file->second.c_str(), &status) != 0 || status.st_mtime >= oldest) {
+      if (sys.lstat(file->second.c_str(), &status) != 0 || status.st_mtime >= oldest) {
         ++file;
         continue;
       }

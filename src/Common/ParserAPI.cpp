@@ -149,7 +149,7 @@ void ParserAPI::initialize(bool needNumEntities) {
   // Only a plain file is a definition; without O_NONBLOCK a pipe in its place would keep the job waiting.
   FileDescriptor file = openFile(fileName_.c_str(), O_RDONLY | O_NONBLOCK);
   struct stat status;
-  const bool opened = file && sys::fstat(file.get(), &status) == 0;
+  const bool opened = file && sys.fstat(file.get(), &status) == 0;
   if (!opened || !S_ISREG(status.st_mode)) {
     const std::string reason = opened ? "it is no regular file" : getSystemErrorMessage();
     TRACE(TR_MIN, "ERROR opening the file '%s'.", fileName_.c_str());

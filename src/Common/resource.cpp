@@ -107,7 +107,7 @@ Content readContent(const std::string& path) {
     return content;
   }
   struct stat status;
-  if (!file || sys::fstat(file.get(), &status) != 0) failToOpen(path, getSystemErrorMessage());
+  if (!file || sys.fstat(file.get(), &status) != 0) failToOpen(path, getSystemErrorMessage());
   if (!S_ISREG(status.st_mode)) failToOpen(path, "it is no regular file");
   content.size = status.st_size;
   LineReader reader(std::move(file));
@@ -148,7 +148,7 @@ void appendEntries(const std::string& path, off_t size, const std::string& text)
   FileDescriptor file = openFile(path.c_str(), O_WRONLY | O_APPEND);
   if (!file) failToOpen(path, getSystemErrorMessage());
   int error = writeAll(file.get(), text);
-  if (error != 0 && sys::ftruncate(file.get(), size) != 0) TRACE(TR_MIN, "Unable to cut %s\n", path.c_str());
+  if (error != 0 && sys.ftruncate(file.get(), size) != 0) TRACE(TR_MIN, "Unable to cut %s\n", path.c_str());
   const int closeError = file.close();
   if (error == 0) error = closeError;
   if (error != 0) failToOpen(path, getSystemErrorMessage(error));
@@ -171,7 +171,7 @@ void replaceFile(const std::string& path, const Content& content, const std::str
     psRemoveFile(workingCopy);
     throw FileFailure{workingCopy, getSystemErrorMessage(error)};
   }
-  if (sys::rename(workingCopy.c_str(), path.c_str()) != 0) {
+  if (sys.rename(workingCopy.c_str(), path.c_str()) != 0) {
     const std::string reason = getSystemErrorMessage();
     TRACE(TR_MIN, "Unable to rename %s to %s\n", workingCopy.c_str(), path.c_str());
     psRemoveFile(workingCopy);

@@ -52,7 +52,7 @@ FileDescriptor openTable(const std::string& path, std::string& reason) {
   // O_NONBLOCK: whatever it is, opening it must not wait.
   FileDescriptor table = openFile(path.c_str(), O_RDONLY | O_NONBLOCK);
   struct stat status = {};
-  if (!table || sys::fstat(table.get(), &status) != 0) {
+  if (!table || sys.fstat(table.get(), &status) != 0) {
     const int error = errno;
     reason = getSystemErrorMessage(error);
     errno = error;
@@ -68,7 +68,7 @@ int lockTable(FILE* table, short lockType) {
   struct flock lock = {};
   lock.l_type = lockType;
   lock.l_whence = SEEK_SET;
-  return sys::fcntl(fileno(table), F_SETLKW, lock);
+  return sys.fcntl(fileno(table), F_SETLKW, reinterpret_cast<intptr_t>(&lock));
 }
 
 /// "<subject> - <the system's words for error>", as the messages about mounts show a failure.
@@ -105,14 +105,14 @@ using DeviceBytes = std::array<unsigned char, DEVICE_BYTES>;
 /// Reads the first bytes of a layout's header. Logs what fails.
 /// @return 0, or the failure
 int readDevice(int descriptor, off_t position, const std::string& device, DeviceBytes& bytes) {
-  if (position != 0 && sys::lseek(descriptor, position, SEEK_SET) < 0) {
+  if (position != 0 && sys.lseek(descriptor, position, SEEK_SET) < 0) {
     const int error = errno;
     logJobMessage(messages::SUPERBLOCK_NOT_FOUND, {withErrorText(device, error)});
     return error;
   }
   size_t filled = 0;
   while (filled < bytes.size()) {
-    const ssize_t count = sys::read(descriptor, bytes.data() + filled, bytes.size() - filled);
+    const ssize_t count = sys.read(descriptor, bytes.data() + filled, bytes.size() - filled);
     if (count <= 0) {
       const int error = count < 0 ? errno : ENODATA;  // a short device has no error of its own
       logJobMessage(messages::SUPERBLOCK_NOT_READ, {withErrorText(device, error)});
@@ -183,7 +183,7 @@ bool Mounts::openMnttab() {
     table = openTable(kernelTable_, kernelReason);
     reason += "; and \"" + kernelTable_ + "\": " + kernelReason;
   }
-  mountFile_ = table ? sys::fdopen(table.get(), "r") : nullptr;
+  mountFile_ = table ? sys.fdopen(table.get(), "r") : nullptr;
   if (mountFile_ == nullptr) {
     logJobMessage(messages::MOUNT_TABLE_NOT_READ, {table ? getSystemErrorMessage() : reason});
     return false;
@@ -201,7 +201,7 @@ bool Mounts::openMnttab() {
 void Mounts::closeTable() {
   if (mountFile_ == nullptr) return;
   lockTable(mountFile_, F_UNLCK);
-  sys::fclose(mountFile_);
+  sys.fclose(mountFile_);
   mountFile_ = nullptr;
 }
 
@@ -260,7 +260,7 @@ int getClfsClusterName(const std::string& mountDir, std::string& name) {
     if (entry->d_name[0] == '.') continue;
     const std::string path = mountDir + "/" + entry->d_name;
     struct stat status = {};
-    if (sys::lstat(path.c_str(), &status) != 0) return failed(path);
+    if (sys.lstat(path.c_str(), &status) != 0) return failed(path);
     if (S_ISDIR(status.st_mode)) {
       name = entry->d_name;
       return 0;

@@ -327,7 +327,7 @@ int ExecScan::notifyAgent() {
 
 /// True when a person has started the job by hand, on a terminal.
 bool ExecScan::hasSpectator() const {
-  return cmdArgs_->agentCom == -1 && sys::isatty(STDERR_FILENO);
+  return cmdArgs_->agentCom == -1 && sys.isatty(STDERR_FILENO) == 1;
 }
 
 /// Where the result and the log lie, for whoever started the job by hand.

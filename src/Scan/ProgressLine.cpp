@@ -48,7 +48,7 @@ void ProgressLine::clear() {
 
 size_t ProgressLine::columns() const {
   winsize size = {};
-  return sys::ioctl(terminal_, TIOCGWINSZ, &size) == 0 && size.ws_col > 1 ? size.ws_col : DEFAULT_COLUMNS;
+  return sys.ioctl(terminal_, TIOCGWINSZ, &size) == 0 && size.ws_col > 1 ? size.ws_col : DEFAULT_COLUMNS;
 }
 
 void ProgressLine::write(const std::string& text) const {

@@ -32,17 +32,17 @@ namespace {
 /// numbers, and a message for the terminal would end up in a result.
 void fillStandardDescriptors() {
   int descriptor = 0;
-  while (descriptor >= 0 && descriptor <= STDERR_FILENO) descriptor = sys::open("/dev/null", O_RDWR);
-  if (descriptor > STDERR_FILENO) sys::close(descriptor);
+  while (descriptor >= 0 && descriptor <= STDERR_FILENO) descriptor = sys.open("/dev/null", O_RDWR, 0);
+  if (descriptor > STDERR_FILENO) sys.close(descriptor);
 }
 
 /// A walk holds a descriptor for each level, two hundred at most, and the log needs one at any time.
 void raiseDescriptorLimit() {
   constexpr rlim_t WANTED = 1024;
   rlimit limit = {};
-  if (sys::getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur >= WANTED) return;
+  if (sys.getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur >= WANTED) return;
   limit.rlim_cur = limit.rlim_max < WANTED ? limit.rlim_max : WANTED;
-  sys::setrlimit(RLIMIT_NOFILE, &limit);
+  sys.setrlimit(RLIMIT_NOFILE, &limit);
 }
 
 }  // namespace

@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "QLMlib/common/unx/SystemCallTable.h"
+#include "QLMlib/common/unx/SystemCalls.h"
 
 namespace agent::test {
 
@@ -20,7 +20,8 @@ using Calls = SystemCallTable;
 template <auto CALL>
 struct CallInPlace;
 
-template <typename Result, typename... Arguments, SystemCall<Result(Arguments...)> Calls::*CALL>
+template <typename Result, typename... Arguments, Interrupted INTERRUPTED,
+          SystemCall<Result(Arguments...), INTERRUPTED> Calls::*CALL>
 struct CallInPlace<CALL> {
   inline static std::atomic<int> made{0};
   inline static std::atomic<int> firstRefused{0};
@@ -31,15 +32,13 @@ struct CallInPlace<CALL> {
   static Result call(Arguments... arguments) {
     const int number = ++made - firstRefused;
     if (number >= 0 && number < refusals) return fail(arguments...);
-    return instead ? instead(arguments...) : (systemCalls.*CALL).system()(arguments...);
+    return instead ? instead(arguments...) : (sys.*CALL).system()(arguments...);
   }
 
   static Result fail(Arguments... arguments) {
     using First = std::tuple_element_t<0, std::tuple<Arguments..., void>>;
     // A close that fails has closed all the same.
-    if constexpr (std::is_same_v<decltype(&Calls::close), decltype(CALL)>) {
-      if (CALL == &Calls::close) (systemCalls.*CALL).system()(arguments...);
-    }
+    if constexpr (INTERRUPTED == Interrupted::NEVER) (sys.*CALL).system()(arguments...);
     if constexpr (std::is_same_v<First, pthread_mutex_t*>) return error;
     errno = error;
     if constexpr (std::is_pointer_v<Result>) return nullptr;
@@ -83,7 +82,7 @@ class RefusedCalls {
   template <auto CALL>
   void shorten(size_t longest) {
     replace<CALL>([longest](int descriptor, auto* bytes, size_t size, auto... rest) {
-      return (systemCalls.*CALL).system()(descriptor, bytes, std::min(size, longest), rest...);
+      return (sys.*CALL).system()(descriptor, bytes, std::min(size, longest), rest...);
     });
   }
 
@@ -97,11 +96,11 @@ class RefusedCalls {
   template <auto CALL>
   void watch() {
     using Place = CallInPlace<CALL>;
-    if ((systemCalls.*CALL).inUse() == Place::call) return;
+    if ((sys.*CALL).inUse() == Place::call) return;
     Place::made = Place::refusals = 0;
-    (systemCalls.*CALL).replace(Place::call);
+    (sys.*CALL).replace(Place::call);
     putBack_.push_back([] {
-      (systemCalls.*CALL).replace(nullptr);
+      (sys.*CALL).replace(nullptr);
       Place::instead = nullptr;
     });
   }

@@ -39,7 +39,7 @@ int Filelock::lockFile() {
       TRACE(TR_MIN, "Unable to lock: %s, %s\n", path_.c_str(), getSystemErrorMessage(error).c_str());
       return failure(error);
     }
-    if (sys::lockf(descriptor_.get(), F_TLOCK, 0) != 0) {
+    if (sys.lockf(descriptor_.get(), F_TLOCK, 0) != 0) {
       const int error = errno;
       const bool lockedByOther = error == EAGAIN || error == EACCES;
       descriptor_.close();
@@ -60,7 +60,7 @@ int Filelock::lockFile() {
 void Filelock::unlockFile() {
   if (!locked_) return;
   TRACE_SCOPE("Filelock::unlockFile()");
-  if (pathNamesLockedFile() && sys::unlink(path_.c_str()) != 0) {
+  if (pathNamesLockedFile() && sys.unlink(path_.c_str()) != 0) {
     TRACE(TR_MIN, "Unable to remove file: %d - %s\n", errno, path_.c_str());
   }
   locked_ = false;
@@ -76,14 +76,14 @@ bool Filelock::isLocked() const {
 bool Filelock::pathNamesLockedFile() const {
   struct stat named;
   struct stat locked;
-  return sys::stat(path_.c_str(), &named) == 0 && sys::fstat(descriptor_.get(), &locked) == 0 &&
+  return sys.stat(path_.c_str(), &named) == 0 && sys.fstat(descriptor_.get(), &locked) == 0 &&
          named.st_dev == locked.st_dev && named.st_ino == locked.st_ino;
 }
 
 int Filelock::writeProcessId() {
   if (!locked_) return EBADF;
   const std::string text = std::to_string(::getpid()) + "\n";
-  if (sys::ftruncate(descriptor_.get(), 0) != 0) return errno;
+  if (sys.ftruncate(descriptor_.get(), 0) != 0) return errno;
   return writeAll(descriptor_.get(), text, 0);
 }
 

@@ -103,7 +103,7 @@ int startShell(const std::string& text, ChildRecord& child, bool redirect,
   sigfillset(&all);
   ::pthread_sigmask(SIG_SETMASK, &all, &oldMask);
 
-  const pid_t pid = sys::fork();
+  const pid_t pid = sys.fork();
   if (pid == 0) {
     becomeChild({.arguments = arguments.data(),
                  .environment = env == nullptr ? nullptr : environment.data(),
@@ -123,7 +123,7 @@ int startShell(const std::string& text, ChildRecord& child, bool redirect,
   child.pid = pid;
   writeEnd.close();
   int startError = 0;
-  const ssize_t count = sys::read(readEnd.get(), &startError, sizeof startError);
+  const ssize_t count = sys.read(readEnd.get(), &startError, sizeof startError);
   if (count == sizeof startError) traceFailedStart(program != nullptr ? program : arguments[0], startError);
   return 0;
 }
@@ -142,7 +142,7 @@ enum class Wait { ENDED, TIME_UP, FAILED };
 /// that didn't block it could take it away; ours all do.
 class ChildEnd {
  public:
-  explicit ChildEnd(pid_t pid) : process_(sys::pidfd_open(pid, 0)) {
+  explicit ChildEnd(pid_t pid) : process_(sys.pidfd_open(pid, 0)) {
     sigemptyset(&signal_);
     if (!process_) sigaddset(&signal_, SIGCHLD);
     ::pthread_sigmask(SIG_BLOCK, &signal_, &maskBefore_);
@@ -157,9 +157,9 @@ class ChildEnd {
     const timespec time{static_cast<time_t>(seconds.count()), static_cast<long>((limit - seconds).count())};
     pollfd end{process_.get(), POLLIN, 0};
     if (process_) {
-      sys::ppoll(&end, 1, &time, nullptr);
+      sys.ppoll(&end, 1, &time, nullptr);
     } else {
-      sys::sigtimedwait(&signal_, nullptr, &time);
+      sys.sigtimedwait(&signal_, nullptr, &time);
     }
   }
 
@@ -172,7 +172,7 @@ class ChildEnd {
 Wait waitUntil(pid_t pid, int& status, Clock::time_point deadline) {
   const ChildEnd end(pid);
   for (;;) {
-    const pid_t result = sys::waitpid(pid, &status, WNOHANG);
+    const pid_t result = sys.waitpid(pid, &status, WNOHANG);
     if (result == pid) return Wait::ENDED;
     if (result < 0) return Wait::FAILED;
     const auto left = deadline - Clock::now();
@@ -182,11 +182,11 @@ Wait waitUntil(pid_t pid, int& status, Clock::time_point deadline) {
 }
 
 Wait waitWithoutLimit(pid_t pid, int& status) {
-  return sys::waitpid(pid, &status, 0) < 0 ? Wait::FAILED : Wait::ENDED;
+  return sys.waitpid(pid, &status, 0) < 0 ? Wait::FAILED : Wait::ENDED;
 }
 
 int killChild(pid_t pid) {
-  if (sys::kill(pid, SIGKILL) != 0) {
+  if (sys.kill(pid, SIGKILL) != 0) {
     TRACE(TR_MIN, "Failed to send SIGKILL.\n");
     return -1;
   }
@@ -201,7 +201,7 @@ int killChild(pid_t pid) {
 char processState(pid_t pid) {
   const FileDescriptor file = openFile(("/proc/" + std::to_string(pid) + "/stat").c_str(), O_RDONLY);
   char text[512];
-  const ssize_t length = file ? sys::read(file.get(), text, sizeof text) : -1;
+  const ssize_t length = file ? sys.read(file.get(), text, sizeof text) : -1;
   if (length <= 0) return 0;
   // "17 (name) S ...": the name may hold anything, so the last parenthesis counts.
   const std::string_view line(text, static_cast<size_t>(length));
@@ -214,14 +214,14 @@ char processState(pid_t pid) {
 
 int psRemoveFile(const std::string& path) {
   TRACE_SCOPE("psRemoveFile()");
-  return sys::unlink(withoutQuotes(path).c_str());
+  return sys.unlink(withoutQuotes(path).c_str());
 }
 
 bool psFileExist(const std::string& path) {
   TRACE_SCOPE("psFileExist()");
   const std::string cleanPath = withoutQuotes(path);
   struct stat status;
-  const bool exists = sys::stat(cleanPath.c_str(), &status) == 0;
+  const bool exists = sys.stat(cleanPath.c_str(), &status) == 0;
   if (exists) {
     TRACE(TR_MAX, "File %s exists\n", cleanPath.c_str());
   } else {
@@ -242,7 +242,7 @@ std::string psGetTempFileName() {
   const char* directory = std::getenv("TMPDIR");
   std::string name = directory == nullptr || *directory == '\0' ? "/tmp" : directory;
   name += "/scanXXXXXX";
-  const FileDescriptor file(sys::mkostemp(name.data(), O_CLOEXEC));
+  const FileDescriptor file(sys.mkostemp(name.data(), O_CLOEXEC));
   return file ? name : std::string();
 }
 
@@ -294,7 +294,7 @@ int WaitForExternalProgram(const ChildRecord& child, int& exitCode, int seconds)
 
 bool psIsProcessRunning(pid_t pid) {
   if (pid <= 0) return false;  // kill(2) would ask for a whole group
-  if (sys::kill(pid, 0) != 0 && errno != EPERM) return false;
+  if (sys.kill(pid, 0) != 0 && errno != EPERM) return false;
   const char state = processState(pid);
   return state != 'Z' && state != 'X';
 }

@@ -72,7 +72,7 @@ void installSignalHandling() {
   sigemptyset(&stopSignal);
   sigaddset(&stopSignal, SIGTERM);
   ::pthread_sigmask(SIG_UNBLOCK, &stopSignal, nullptr);
-  sys::setpgid(0, 0);
+  sys.setpgid(0, 0);
 }
 
 void restoreFoundSignals(const sigset_t& mask) {

@@ -100,7 +100,7 @@ bool tablesAreSound(const std::string& bytes) {
 bool isSoundCatalog(const std::string& path) {
   const OwnedDescriptor descriptor = openFile(path.c_str(), O_RDONLY | O_NONBLOCK);
   struct stat status;
-  if (!descriptor || sys::fstat(descriptor.get(), &status) == -1 || !S_ISREG(status.st_mode)) return false;
+  if (!descriptor || sys.fstat(descriptor.get(), &status) == -1 || !S_ISREG(status.st_mode)) return false;
   const auto size = static_cast<uint64_t>(status.st_size);
   if (size > CATALOG_SIZE_LIMIT) return false;
 

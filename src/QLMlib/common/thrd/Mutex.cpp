@@ -7,7 +7,7 @@
 #include <time.h>
 
 #include "QLMlib/common/thrd/Thread.h"
-#include "QLMlib/common/unx/SystemCallTable.h"
+#include "QLMlib/common/unx/SystemCalls.h"
 #include "QLMlib/common/ut/Trace.h"
 
 namespace agent {
@@ -18,29 +18,29 @@ bool skipsPlatform() {
 }
 
 int platformInit(MutexDesc* mutex) {
-  return bIsSingleThread ? 0 : systemCalls.pthread_mutex_init(&mutex->platform, nullptr);
+  return bIsSingleThread ? 0 : sys.pthread_mutex_init(&mutex->platform, nullptr);
 }
 
 int platformLock(MutexDesc* mutex) {
   if (skipsPlatform()) return 0;
-  const int rc = systemCalls.pthread_mutex_lock(&mutex->platform);
+  const int rc = sys.pthread_mutex_lock(&mutex->platform);
   if (rc == EDEADLK) return MUTEX_DEADLOCK;
   return rc == 0 ? 0 : MUTEX_FAILED;
 }
 
 int platformTry(MutexDesc* mutex) {
   if (skipsPlatform()) return 0;
-  const int rc = systemCalls.pthread_mutex_trylock(&mutex->platform);
+  const int rc = sys.pthread_mutex_trylock(&mutex->platform);
   if (rc == EBUSY) return MUTEX_BUSY;
   return rc == 0 ? 0 : -1;
 }
 
 int platformUnlock(MutexDesc* mutex) {
-  return skipsPlatform() ? 0 : systemCalls.pthread_mutex_unlock(&mutex->platform);
+  return skipsPlatform() ? 0 : sys.pthread_mutex_unlock(&mutex->platform);
 }
 
 int platformDestroy(MutexDesc* mutex) {
-  return skipsPlatform() ? 0 : systemCalls.pthread_mutex_destroy(&mutex->platform);
+  return skipsPlatform() ? 0 : sys.pthread_mutex_destroy(&mutex->platform);
 }
 
 bool callerOwns(const MutexDesc* mutex) {

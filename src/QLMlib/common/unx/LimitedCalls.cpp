@@ -334,7 +334,7 @@ int limitedOpenDirectory(const SharedDirectory& parent, const char* name, int fl
   // O_NONBLOCK: an entry that became a pipe meanwhile is refused by O_DIRECTORY before anything waits for it.
   const int allFlags = flags | O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK;
   if (seconds <= 0) {
-    OwnedDescriptor descriptor(sys::openat(parent ? parent->get() : AT_FDCWD, name, allFlags));
+    OwnedDescriptor descriptor(sys.openat(parent ? parent->get() : AT_FDCWD, name, allFlags));
     if (!descriptor) return errno;
     opened = std::make_shared<const OwnedDescriptor>(std::move(descriptor));
     return 0;
@@ -356,7 +356,7 @@ int limitedReadDirectory(const SharedDirectory& directory, char* buffer, size_t 
   bytes = 0;
   if (!directory) return EBADF;
   if (seconds <= 0) {
-    const ssize_t rc = sys::getdents64(directory->get(), buffer, size);
+    const ssize_t rc = sys.getdents64(directory->get(), buffer, size);
     if (rc < 0) return errno;
     bytes = static_cast<size_t>(rc);
     return 0;
@@ -380,7 +380,7 @@ int limitedStatAt(const SharedDirectory& directory, const char* name, int flags,
                   struct stat& result) {
   if (seconds <= 0) {
     const int descriptor = directory ? directory->get() : AT_FDCWD;
-    return sys::fstatat(descriptor, name, &result, flags) == 0 ? 0 : errno;
+    return sys.fstatat(descriptor, name, &result, flags) == 0 ? 0 : errno;
   }
   return callWithLimit(
              seconds,

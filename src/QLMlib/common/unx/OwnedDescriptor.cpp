@@ -18,16 +18,16 @@ OwnedDescriptor& OwnedDescriptor::operator=(OwnedDescriptor&& other) noexcept {
 
 int OwnedDescriptor::close() {
   if (descriptor_ == -1) return 0;
-  return sys::close(std::exchange(descriptor_, -1)) == 0 ? 0 : errno;
+  return sys.close(std::exchange(descriptor_, -1)) == 0 ? 0 : errno;
 }
 
 OwnedDescriptor openFile(const char* path, int flags, mode_t mode) {
-  return OwnedDescriptor(sys::open(path, flags | O_CLOEXEC, mode));
+  return OwnedDescriptor(sys.open(path, flags | O_CLOEXEC, mode));
 }
 
 int openPipe(OwnedDescriptor& readEnd, OwnedDescriptor& writeEnd, int flags) {
   int ends[2];
-  if (sys::pipe2(ends, O_CLOEXEC | flags) == -1) return errno;
+  if (sys.pipe2(ends, O_CLOEXEC | flags) == -1) return errno;
   readEnd = OwnedDescriptor(ends[0]);
   writeEnd = OwnedDescriptor(ends[1]);
   return 0;
@@ -35,8 +35,8 @@ int openPipe(OwnedDescriptor& readEnd, OwnedDescriptor& writeEnd, int flags) {
 
 int writeAll(int descriptor, std::string_view bytes, off_t position) {
   while (!bytes.empty()) {
-    const ssize_t written = position == -1 ? sys::write(descriptor, bytes.data(), bytes.size())
-                                           : sys::pwrite(descriptor, bytes.data(), bytes.size(), position);
+    const ssize_t written = position == -1 ? sys.write(descriptor, bytes.data(), bytes.size())
+                                           : sys.pwrite(descriptor, bytes.data(), bytes.size(), position);
     if (written == -1) return errno;
     if (written == 0) return ENOSPC;  // no progress and no reason: end it rather than spin
     bytes.remove_prefix(static_cast<size_t>(written));
@@ -49,7 +49,7 @@ ssize_t readAt(int descriptor, char* buffer, size_t size, off_t position) {
   size_t done = 0;
   while (done < size) {
     const ssize_t got =
-        sys::pread(descriptor, buffer + done, size - done, position + static_cast<off_t>(done));
+        sys.pread(descriptor, buffer + done, size - done, position + static_cast<off_t>(done));
     if (got == -1) return -1;
     if (got == 0) break;
     done += static_cast<size_t>(got);

@@ -24,10 +24,10 @@ enum class Kind { FILE, PIPE, SOCKET, TERMINAL };
 
 Kind kindOf(int descriptor) {
   struct stat status;
-  if (sys::fstat(descriptor, &status) != 0) return Kind::FILE;  // the write will tell
+  if (sys.fstat(descriptor, &status) != 0) return Kind::FILE;  // the write will tell
   if (S_ISFIFO(status.st_mode)) return Kind::PIPE;
   if (S_ISSOCK(status.st_mode)) return Kind::SOCKET;
-  return sys::isatty(descriptor) ? Kind::TERMINAL : Kind::FILE;
+  return sys.isatty(descriptor) == 1 ? Kind::TERMINAL : Kind::FILE;
 }
 
 /// A descriptor of the starter's, written to without waiting and without a change to it.
@@ -49,22 +49,22 @@ class ReaderEnd {
   /// @return bytes written, or -1 and errno; EAGAIN where there is no room now
   ssize_t writeSome(std::string_view text) const {
     if (kind_ == Kind::SOCKET) {
-      return sys::send(descriptor_, text.data(), text.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
+      return sys.send(descriptor_, text.data(), text.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
     }
-    if (own_) return sys::write(own_.get(), text.data(), text.size());
-    if (kind_ == Kind::FILE) return sys::write(descriptor_, text.data(), text.size());
+    if (own_) return sys.write(own_.get(), text.data(), text.size());
+    if (kind_ == Kind::FILE) return sys.write(descriptor_, text.data(), text.size());
     if (!waitForRoom(std::chrono::milliseconds::zero())) {
       errno = EAGAIN;
       return -1;
     }
     const size_t promised = kind_ == Kind::PIPE ? PIPE_BUF : 1;
-    return sys::write(descriptor_, text.data(), std::min(text.size(), promised));
+    return sys.write(descriptor_, text.data(), std::min(text.size(), promised));
   }
 
   /// @return false where there is none yet, also after an interruption
   bool waitForRoom(std::chrono::milliseconds limit) const {
     pollfd room{descriptor_, POLLOUT, 0};
-    return sys::poll(&room, 1, static_cast<int>(limit.count())) > 0;
+    return sys.poll(&room, 1, static_cast<int>(limit.count())) > 0;
   }
 
  private:

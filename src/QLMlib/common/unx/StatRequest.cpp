@@ -33,24 +33,24 @@ using Call = ssize_t (*)(const CallArguments&);
 }
 
 ssize_t callStatfs(const CallArguments& a) {
-  return sys::statfs(a.path, static_cast<struct statfs*>(a.result));
+  return sys.statfs(a.path, static_cast<struct statfs*>(a.result));
 }
 ssize_t callStat(const CallArguments& a) {
-  return sys::stat(a.path, static_cast<struct stat*>(a.result));
+  return sys.stat(a.path, static_cast<struct stat*>(a.result));
 }
 ssize_t callLstat(const CallArguments& a) {
-  return sys::lstat(a.path, static_cast<struct stat*>(a.result));
+  return sys.lstat(a.path, static_cast<struct stat*>(a.result));
 }
 ssize_t callReadDirectory(const CallArguments& a) {
-  return sys::getdents64(a.descriptor, a.result, a.size);
+  return sys.getdents64(a.descriptor, a.result, a.size);
 }
 ssize_t callStatAt(const CallArguments& a) {
-  return sys::fstatat(a.descriptor, a.path, static_cast<struct stat*>(a.result), a.arg);
+  return sys.fstatat(a.descriptor, a.path, static_cast<struct stat*>(a.result), a.arg);
 }
 
 ssize_t openDirectory(StatRequest& request) {
   request.opened =
-      OwnedDescriptor(sys::openat(request.directoryDescriptor(), request.path.c_str(), request.arg));
+      OwnedDescriptor(sys.openat(request.directoryDescriptor(), request.path.c_str(), request.arg));
   return request.opened ? 0 : -1;
 }
 

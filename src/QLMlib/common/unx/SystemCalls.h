@@ -1,17 +1,75 @@
 #pragma once
 
+#include <atomic>
+#include <cerrno>
 #include <csignal>
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <ctime>
+#include <type_traits>
 
 #include <dirent.h>
 #include <fcntl.h>
 #include <poll.h>
+#include <pthread.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/statfs.h>
 #include <sys/types.h>
+
+namespace agent {
+
+/// What becomes of a call that a signal breaks off (EINTR).
+///
+///   AGAIN   it is made again: it has done nothing yet
+///   TOLD    it fails like for any other reason: a server may have done it all the same, and a second attempt
+///           would fail over the first one's success; or its limit has run on meanwhile
+///   NEVER   it is not made again: Linux has freed the descriptor even so, and another thread may have its
+///           number by now (close(2))
+enum class Interrupted { AGAIN, TOLD, NEVER };
+
+/// One call of the system, used like the function whose name it bears. A test may put another function in its
+/// place. An entry lives as long as the process, so that a thread that hangs in a call never comes back to
+/// one that is gone.
+template <typename Signature, Interrupted INTERRUPTED>
+class SystemCall;
+
+template <typename Result, typename... Arguments, Interrupted INTERRUPTED>
+class SystemCall<Result(Arguments...), INTERRUPTED> {
+ public:
+  using Function = Result (*)(Arguments...);
+
+  constexpr SystemCall(Function call) : system_(call), inUse_(call) {}  // implicit: a row is a function
+
+  Result operator()(Arguments... arguments) const {
+    Result result = inUse()(arguments...);
+    while (INTERRUPTED == Interrupted::AGAIN && isFailure(result) && errno == EINTR) {
+      result = inUse()(arguments...);
+    }
+    return result;
+  }
+
+  Function inUse() const { return inUse_.load(std::memory_order_relaxed); }
+
+  /// The system's own, whatever is in use.
+  Function system() const { return system_; }
+
+  /// @param replacement null brings the system's own back
+  void replace(Function replacement) { inUse_ = replacement == nullptr ? system_ : replacement; }
+
+ private:
+  static bool isFailure(Result result) {
+    if constexpr (std::is_pointer_v<Result>) {
+      return result == nullptr;
+    } else {
+      return result == -1;
+    }
+  }
+
+  const Function system_;
+  std::atomic<Function> inUse_;
+};
 
 /// The seam to the system. No other file of src/ calls the system directly, so that a test can refuse any
 /// call (tests/support/RefusedCalls.h) and EINTR is dealt with in one place; scripts/lint-system-calls holds
@@ -20,80 +78,83 @@
 ///   - calls that cannot fail with the arguments that they get: getpid, clock_gettime, sigaction,
 ///     pthread_sigmask and their like;
 ///   - what a child does between fork and exec, where only the system's bare, async-signal-safe calls may
-///     stand (Common/unix/ChildSide.cpp), and threads, which Thread.h and Mutex.h start and lock;
+///     stand (Common/unix/ChildSide.cpp), and threads, which Thread.h starts and Mutex.h locks;
 ///   - the C library where it is no thin cover of a call: look-ups of users (behind UserDatabase), hosts and
 ///     message catalogs, getmntent_r on a stream that was opened here, stdio into buffers.
 ///
-/// Each function behaves as its manual page says: -1 or null, and errno. About EINTR there are three kinds:
-///
-///   again   made again by itself: what was interrupted has done nothing yet
-///   told    failing with EINTR like with any other reason: it may have been done all the same, by a server,
-///           and a second attempt would fail over the first one's success
-///   never   close and its kin: Linux has freed the number even where it reports EINTR, and another thread
-///           may have it by now (close(2))
-///
-/// What opens something gives its owner: openFile, openPipe (OwnedDescriptor.h), DirectoryStream.
-namespace agent::sys {
+/// Each call behaves as its manual page says: -1 or null, and errno; those of pthread give the error. What
+/// opens something has an owner that closes it: openFile and openPipe (OwnedDescriptor.h), DirectoryStream.
+struct SystemCallTable {
+  template <typename Signature>
+  using Again = SystemCall<Signature, Interrupted::AGAIN>;
+  template <typename Signature>
+  using Told = SystemCall<Signature, Interrupted::TOLD>;
+  template <typename Signature>
+  using Never = SystemCall<Signature, Interrupted::NEVER>;
 
-// ---- Files by name ----
+  // Files by name.
+  Again<int(const char* path, int mode)> access;
+  Told<int(const char* path, mode_t mode)> mkdir;
+  Again<int(char* pattern, int flags)> mkostemp;
+  Again<int(const char* path, int flags, mode_t mode)> open;
+  Told<int(const char* from, const char* to)> rename;
+  Again<int(const char* path, struct stat* result)> stat;
+  Again<int(const char* path, struct stat* result)> lstat;
+  Again<int(const char* path, struct statfs* result)> statfs;
+  Told<int(const char* path)> unlink;
+  Again<char*(char* buffer, size_t size)> getcwd;
 
-int access(const char* path, int mode);               // again
-int mkdir(const char* path, mode_t mode);             // told
-int mkostemp(char* pattern, int flags);               // again; the caller owns the descriptor
-int rename(const char* from, const char* to);         // told
-int stat(const char* path, struct stat* result);      // again
-int lstat(const char* path, struct stat* result);     // again
-int statfs(const char* path, struct statfs* result);  // again
-int unlink(const char* path);                         // told
-char* getcwd(char* buffer, size_t size);              // again; a null buffer: the caller frees the result
+  // Directories.
+  Again<int(int directory, const char* name, int flags)> openat;
+  Again<ssize_t(int directory, void* buffer, size_t size)> getdents64;
+  Again<int(int directory, const char* name, struct stat* result, int flags)> fstatat;
+  Again<DIR*(const char* path)> opendir;
+  Again<dirent*(DIR* directory)> readdir;
+  Never<int(DIR* directory)> closedir;
 
-/// again. For descriptors that go to others: standard input, output and error. The job's own files are opened
-/// by openFile.
-int open(const char* path, int flags, mode_t mode = 0);
+  // Open files.
+  Never<int(int descriptor)> close;
+  Again<int(int descriptor, int target)> dup2;
+  Again<int(int descriptor, mode_t mode)> fchmod;
+  Again<int(int descriptor, int command, intptr_t argument)> fcntl;
+  Again<std::FILE*(int descriptor, const char* mode)> fdopen;
+  Never<int(std::FILE* stream)> fclose;
+  Again<int(int descriptor, int operation)> flock;
+  Again<int(int descriptor, struct stat* result)> fstat;
+  Again<int(int descriptor, off_t length)> ftruncate;
+  Again<int(int descriptor, unsigned long request, void* argument)> ioctl;
+  Again<int(int descriptor)> isatty;
+  Again<int(int descriptor, int command, off_t length)> lockf;
+  Again<off_t(int descriptor, off_t offset, int whence)> lseek;
+  Again<int(int* ends, int flags)> pipe2;
+  Again<ssize_t(int descriptor, void* buffer, size_t size)> read;
+  Again<ssize_t(int descriptor, void* buffer, size_t size, off_t position)> pread;
+  Again<ssize_t(int descriptor, const void* bytes, size_t size)> write;
+  Again<ssize_t(int descriptor, const void* bytes, size_t size, off_t position)> pwrite;
+  Again<ssize_t(int socket, const void* bytes, size_t size, int flags)> send;
 
-// ---- Directories ----
+  // Waiting.
+  Told<int(pollfd* descriptors, nfds_t count, int milliseconds)> poll;
+  Told<int(pollfd* descriptors, nfds_t count, const timespec* limit, const sigset_t* mask)> ppoll;
+  Told<int(const sigset_t* signals, siginfo_t* information, const timespec* limit)> sigtimedwait;
 
-int openat(int directory, const char* name, int flags);                        // again
-ssize_t getdents64(int directory, void* buffer, size_t size);                  // again
-int fstatat(int directory, const char* name, struct stat* result, int flags);  // again
+  // Processes.
+  Again<pid_t()> fork;  // in the child only what ChildSide.cpp does
+  Again<int(pid_t process, int signalNumber)> kill;
+  Again<int(pid_t process, unsigned flags)> pidfd_open;
+  Again<int(pid_t process, pid_t group)> setpgid;
+  Again<pid_t(pid_t process, int* status, int options)> waitpid;
+  Again<int(int resource, rlimit* limit)> getrlimit;
+  Again<int(int resource, const rlimit* limit)> setrlimit;
 
-// ---- Open files ----
+  // Threads; for Mutex.h.
+  Told<int(pthread_mutex_t* mutex, const pthread_mutexattr_t* attributes)> pthread_mutex_init;
+  Told<int(pthread_mutex_t* mutex)> pthread_mutex_lock;
+  Told<int(pthread_mutex_t* mutex)> pthread_mutex_trylock;
+  Told<int(pthread_mutex_t* mutex)> pthread_mutex_unlock;
+  Told<int(pthread_mutex_t* mutex)> pthread_mutex_destroy;
+};
 
-int close(int descriptor);                                                       // never
-int dup2(int descriptor, int target);                                            // again
-int fchmod(int descriptor, mode_t mode);                                         // again
-int fcntl(int descriptor, int command, int argument = 0);                        // again
-int fcntl(int descriptor, int command, struct ::flock& lock);                    // again, F_SETLKW too
-std::FILE* fdopen(int descriptor, const char* mode);                             // again
-int fclose(std::FILE* stream);                                                   // never
-int flock(int descriptor, int operation);                                        // again
-int fstat(int descriptor, struct stat* result);                                  // again
-int ftruncate(int descriptor, off_t length);                                     // again
-int ioctl(int descriptor, unsigned long request, void* argument);                // again
-bool isatty(int descriptor);                                                     // again
-int lockf(int descriptor, int command, off_t length);                            // again
-off_t lseek(int descriptor, off_t offset, int whence);                           // again
-int pipe2(int* ends, int flags);                                                 // again
-ssize_t read(int descriptor, void* buffer, size_t size);                         // again
-ssize_t pread(int descriptor, void* buffer, size_t size, off_t position);        // again
-ssize_t write(int descriptor, const void* bytes, size_t size);                   // again
-ssize_t pwrite(int descriptor, const void* bytes, size_t size, off_t position);  // again
-ssize_t send(int socket, const void* bytes, size_t size, int flags);             // again
+extern SystemCallTable sys;
 
-// ---- Waiting: told, for the limit has run on meanwhile and is the caller's to work out anew ----
-
-int poll(pollfd* descriptors, nfds_t count, int milliseconds);
-int ppoll(pollfd* descriptors, nfds_t count, const timespec* limit, const sigset_t* mask);
-int sigtimedwait(const sigset_t* signals, siginfo_t* information, const timespec* limit);
-
-// ---- Processes ----
-
-pid_t fork();                                            // in the child only what ChildSide.cpp does
-int kill(pid_t process, int signalNumber);               // again
-int pidfd_open(pid_t process, unsigned flags);           // again; the caller owns the descriptor
-int setpgid(pid_t process, pid_t group);                 // again
-pid_t waitpid(pid_t process, int* status, int options);  // again: the child has not been taken
-int getrlimit(int resource, rlimit* limit);              // again
-int setrlimit(int resource, const rlimit* limit);        // again
-
-}  // namespace agent::sys
+}  // namespace agent

@@ -40,7 +40,7 @@ int moveByte(int descriptor, TapDirection direction) {
   char tap = 0;
   errno = 0;
   const bool sends = direction == TapDirection::SEND;
-  const ssize_t rc = sends ? sys::write(descriptor, &tap, 1) : sys::read(descriptor, &tap, 1);
+  const ssize_t rc = sends ? sys.write(descriptor, &tap, 1) : sys.read(descriptor, &tap, 1);
   if (rc == 1) return 1;
   if (errno == EAGAIN) return 0;
   TRACE(TR_MIN, "tryOnTap: failed to %s (%d) bytes on fd(%d); rc(%d), errno(%d)\n", sends ? "write" : "read",
@@ -64,7 +64,7 @@ int tryOnTap(int descriptor, TapDirection direction, unsigned seconds) {
   for (;;) {
     // poll, not select: a job may well have more than FD_SETSIZE descriptors open.
     pollfd wait{.fd = descriptor, .events = static_cast<short>(sends ? POLLOUT : POLLIN), .revents = 0};
-    const int ready = sys::poll(&wait, 1, remainingMilliseconds(start, seconds));
+    const int ready = sys.poll(&wait, 1, remainingMilliseconds(start, seconds));
     if (ready == -1 && errno != EINTR) {
       TRACE(TR_MIN, "tryOnTap: has detected error %d on %d\n", errno, descriptor);
       return TAP_FAILED;

@@ -36,7 +36,7 @@ int LogFile::open() {
     return -1;
   }
   close();
-  const bool exists = sys::access(path.c_str(), F_OK) == 0;
+  const bool exists = sys.access(path.c_str(), F_OK) == 0;
   if (!exists && createDirectories() != 0) return -1;
 
   if (settings_.wrapSize != 0) {

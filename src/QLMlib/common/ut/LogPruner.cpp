@@ -90,7 +90,7 @@ class Pruner {
  private:
   bool openFiles() {
     OwnedDescriptor log = openFile(settings_.path.c_str(), O_RDONLY | O_NONBLOCK);
-    if (!log || sys::fstat(log.get(), &logStatus_) == -1) {
+    if (!log || sys.fstat(log.get(), &logStatus_) == -1) {
       const int reason = errno;
       TRACE(TR_MIN, "Couldn't open <%s> for pruning. errno = %d, %s\n", settings_.path.c_str(), reason,
             std::strerror(reason));
@@ -106,8 +106,8 @@ class Pruner {
     const std::string path = directory_ + TEMPORARY_NAME;
     int reason = temporary_.open(path);
     if (reason == 0) {
-      if (sys::flock(temporary_.descriptor(), LOCK_EX | LOCK_NB) == 0 && stillBears(path) &&
-          sys::ftruncate(temporary_.descriptor(), 0) == 0) {
+      if (sys.flock(temporary_.descriptor(), LOCK_EX | LOCK_NB) == 0 && stillBears(path) &&
+          sys.ftruncate(temporary_.descriptor(), 0) == 0) {
         return true;
       }
       reason = errno;
@@ -123,7 +123,7 @@ class Pruner {
   bool stillBears(const std::string& path) const {
     struct stat locked;
     struct stat named;
-    if (sys::fstat(temporary_.descriptor(), &locked) == -1 || sys::stat(path.c_str(), &named) == -1) {
+    if (sys.fstat(temporary_.descriptor(), &locked) == -1 || sys.stat(path.c_str(), &named) == -1) {
       return false;
     }
     errno = EWOULDBLOCK;
@@ -179,8 +179,8 @@ class Pruner {
   void putBack() {
     if (pruned_ == 0) return removeTemporary();
     const std::string path = directory_ + TEMPORARY_NAME;
-    if (sys::fchmod(temporary_.descriptor(), logStatus_.st_mode & 07777) == 0 &&
-        sys::rename(path.c_str(), settings_.path.c_str()) == 0) {
+    if (sys.fchmod(temporary_.descriptor(), logStatus_.st_mode & 07777) == 0 &&
+        sys.rename(path.c_str(), settings_.path.c_str()) == 0) {
       return;
     }
     const int reason = errno;
@@ -193,7 +193,7 @@ class Pruner {
 
   void removeTemporary() {
     const std::string path = directory_ + TEMPORARY_NAME;
-    if (sys::unlink(path.c_str()) == 0) return;
+    if (sys.unlink(path.c_str()) == 0) return;
     TRACE(TR_MIN, "Couldn't remove temporary pruning file %s. rc = %d\n", path.c_str(), errno);
     issue(messages::LOG_NOT_PRUNED, path, errno);
   }
@@ -203,8 +203,8 @@ class Pruner {
     save_.close();
     const std::string path = directory_ + settings_.saveFile;
     struct stat status;
-    if (sys::stat(path.c_str(), &status) == 0 && status.st_size < SHORTEST_SAVE_FILE &&
-        sys::unlink(path.c_str()) == 0) {
+    if (sys.stat(path.c_str(), &status) == 0 && status.st_size < SHORTEST_SAVE_FILE &&
+        sys.unlink(path.c_str()) == 0) {
       TRACE(TR_GENERAL, "Empty prune log deleted from directory\n");
     }
   }

@@ -48,7 +48,7 @@ std::string markText(const Message& message, std::string_view builtIn) {
 
 int readWhole(int descriptor, std::string& bytes) {
   struct stat status;
-  if (sys::fstat(descriptor, &status) == -1) return errno;
+  if (sys.fstat(descriptor, &status) == -1) return errno;
   if (!S_ISREG(status.st_mode)) return EINVAL;
   bytes.resize(static_cast<size_t>(status.st_size));
   const ssize_t got = readAt(descriptor, bytes.data(), bytes.size(), 0);
@@ -105,7 +105,7 @@ int LogRing::open(const std::string& path, uint32_t wrapSize) {
   std::string start(HEADER_LIMIT, '\0');
   const ssize_t got = readAt(descriptor_.get(), start.data(), start.size(), 0);
   struct stat status;
-  if (got == -1 || sys::fstat(descriptor_.get(), &status) == -1) return errno;
+  if (got == -1 || sys.fstat(descriptor_.get(), &status) == -1) return errno;
   start.resize(static_cast<size_t>(got));
 
   Header header;
@@ -145,16 +145,16 @@ int LogRing::rewrite(const std::string& path, std::string_view bytes) {
   if (kept.size() > largestWrite()) kept = withoutFirstLine(kept.substr(kept.size() - largestWrite()));
 
   struct stat status;
-  if (sys::fstat(descriptor_.get(), &status) == -1) return errno;
+  if (sys.fstat(descriptor_.get(), &status) == -1) return errno;
   const std::string temporary = path + ".tmp";
   OwnedDescriptor ring = openFile(temporary.c_str(), O_RDWR | O_CREAT | O_TRUNC, status.st_mode & 0777);
   if (!ring) return errno;
   const std::string whole =
       headerLine(dataStart() + kept.size()) + "\n" + std::string(kept) + (kept.empty() ? "" : endMark_);
   int failure = writeAll(ring.get(), whole);
-  if (failure == 0 && sys::rename(temporary.c_str(), path.c_str()) == -1) failure = errno;
+  if (failure == 0 && sys.rename(temporary.c_str(), path.c_str()) == -1) failure = errno;
   if (failure != 0) {
-    sys::unlink(temporary.c_str());
+    sys.unlink(temporary.c_str());
     return failure;
   }
   descriptor_ = std::move(ring);

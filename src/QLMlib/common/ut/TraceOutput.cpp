@@ -99,7 +99,7 @@ std::string TraceOutput::headerLine() const {
 bool TraceOutput::keepRing() {
   if (segmentCount() > 1) return false;
   struct stat status;
-  if (sys::fstat(descriptor_.get(), &status) == -1 || !S_ISREG(status.st_mode)) return false;
+  if (sys.fstat(descriptor_.get(), &status) == -1 || !S_ISREG(status.st_mode)) return false;
   const auto size = static_cast<uint64_t>(status.st_size);
   if (size > segmentBytes() + WRAP_MARK.size() - ROOM_FOR_MARK) return false;
 
@@ -126,7 +126,7 @@ bool TraceOutput::keepRing() {
 
 bool TraceOutput::startRing() {
   const std::string header = std::string(MAGIC) + std::string(UNWRITTEN_NUMBER) + headerLine();
-  if (sys::ftruncate(descriptor_.get(), 0) == -1) return false;
+  if (sys.ftruncate(descriptor_.get(), 0) == -1) return false;
   if (writeAll(descriptor_.get(), header, 0) != 0) return false;
   wrapStart_ = nextWrite_ = header.size();
   return true;
@@ -208,7 +208,7 @@ uint64_t TraceOutput::segmentBytes() const {
 }
 
 void TraceOutput::removeFurtherSegments(const std::string& name) {
-  for (uint64_t segment = 2; sys::unlink(segmentName(name, segment).c_str()) == 0; ++segment) {
+  for (uint64_t segment = 2; sys.unlink(segmentName(name, segment).c_str()) == 0; ++segment) {
   }
 }
 
