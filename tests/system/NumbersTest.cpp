@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include "system/ResultFile.h"
-#include "system/StatisticsModel.h"
 #include "system/SystemTest.h"
 
 namespace agent::test {

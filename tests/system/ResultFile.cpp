@@ -1,5 +1,8 @@
 #include "system/ResultFile.h"
 
+#include <sys/statvfs.h>
+
+#include <algorithm>
 #include <stdexcept>
 
 #include "system/InstallTree.h"
@@ -123,6 +126,40 @@ const Node& ResultFile::results(int statistic, int filesystem) const {
     }
   }
   throw std::runtime_error("no results of statistic " + std::to_string(statistic));
+}
+
+std::map<std::string, std::string> spaceFigures(const std::string& path) {
+  struct statvfs system;
+  if (statvfs(path.c_str(), &system) != 0) throw std::runtime_error("statvfs " + path);
+  const auto units = [&](unsigned long blocks) { return std::to_string(blocks * system.f_frsize / 512); };
+  return {{"fsCapacity", units(system.f_blocks)},
+          {"fsPhysicalSize", units(system.f_blocks)},
+          {"fsFreeSpace", units(system.f_bavail)},
+          {"fsUsedSpace", units(system.f_blocks - system.f_bavail)},
+          {"fsMaxFiles", std::to_string(system.f_files)},
+          {"fsUsedInodes", std::to_string(system.f_files - system.f_ffree)},
+          {"fsFreeInodes", std::to_string(system.f_favail)}};
+}
+
+std::string filled(std::string text, const std::map<std::string, std::string>& values) {
+  for (const auto& [name, value] : values) {
+    const std::string place = "{" + name + "}";
+    for (size_t at = 0; (at = text.find(place, at)) != std::string::npos; at += value.size()) {
+      text.replace(at, place.size(), value);
+    }
+  }
+  return text;
+}
+
+std::string firstDifference(const std::string& expected, const std::string& actual) {
+  const auto wanted = linesOf(expected), got = linesOf(actual);
+  for (size_t i = 0; i < std::max(wanted.size(), got.size()); ++i) {
+    const std::string left = i < wanted.size() ? wanted[i] : "(the end)",
+                      right = i < got.size() ? got[i] : "(the end)";
+    if (left != right)
+      return "line " + std::to_string(i + 1) + "\nexpected: " + left + "\n  actual: " + right;
+  }
+  return expected == actual ? "" : "they differ in line feeds at the end";
 }
 
 }  // namespace agent::test

@@ -43,4 +43,13 @@ class ResultFile {
   Node root_;
 };
 
+/// The space and inode figures of a mounted file system by their columns, from statvfs.
+std::map<std::string, std::string> spaceFigures(const std::string& path);
+
+/// Puts values in the place of their names in braces.
+std::string filled(std::string text, const std::map<std::string, std::string>& values);
+
+/// The first line in which two texts differ; empty if they don't.
+std::string firstDifference(const std::string& expected, const std::string& actual);
+
 }  // namespace agent::test

@@ -1,20 +1,42 @@
 // One result, byte for byte, and its log, of a job with two file systems and statistics of every kind.
 // Only what a host decides stands in braces in expected/two_file_systems.dat.
+//
+// No two entries tie in a list, so the order in which the host lists them decides nothing, and each rank,
+// count and time differs from what a neighbouring field would give:
+//
+//   | entry               | blocks | owner | modified | accessed | what it tells apart                     |
+//   |---------------------|--------|-------|----------|----------|-----------------------------------------|
+//   | docs/a.txt          | 8      | 54321 | 1000M    |          | the oldest orphan, not the largest      |
+//   | docs/quote"d, l... | 32     | root  | 1000M    |          | quotes, extensions in either case       |
+//   | docs/to.zip         | link   | root  | 800M     |          | a directory's file, but no file type    |
+//   | docs/inner/b.txt    | 88     | 54321 | 700M     | 1100M    | oldest by its change, not by its use    |
+//   | two<LF>lines        | 24     | root  | 1000M    |          | a line feed in a name                   |
+//   | link                | link   | root  | 900M     |          |                                         |
+//   | special/tool        | 0      | root  | 1000M    |          | others alone may execute it             |
+//   | special/...         |        | root  | 1000M    |          | a socket, a character and a block device|
 
 #include <gmock/gmock.h>
 
 #include <pwd.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include "system/Reports.h"
-#include "system/StatisticsModel.h"
+#include "system/ResultFile.h"
 #include "system/SystemTest.h"
 
 namespace agent::test {
 namespace {
 
+namespace fs = std::filesystem;
+
+std::string selecting(std::string_view bytes) {
+  return whereClause(std::string(bytes));
+}
+
 Definition twoFileSystems(const std::string& one, const std::string& two) {
+  using namespace std::string_view_literals;
   Definition definition;
   definition.add(filesystem(1, one)
                      .set("fsComputerID", 18)
@@ -29,11 +51,14 @@ Definition twoFileSystems(const std::string& one, const std::string& two) {
   std::string path = one + "/docs";
   std::replace(path.begin(), path.end(), '/', '\\');
   definition.add(monitoredDirectory(3, path, 18));
+  definition.add(monitoredDirectory(4, one + "/docs/inn*"));
   definition.add(fullStatistic(5, 3, "SQL_NAME_SUMMARY_FILESYS", 1)
                      .set("sdCreator", "NRVUser")
                      .set("sdDescription", "what \"everybody\" gets")
                      .set("sdShare", 1)
+                     .set("sdLargestDirectories", 2)
                      .set("sdLargestFiles", 2)
+                     .set("sdLargestFileTypes", 2)
                      .set("sdDailyRetention", 7)
                      .set("sdWeeklyRetention", 8)
                      .set("sdMonthlyRetention", 9)
@@ -45,8 +70,14 @@ Definition twoFileSystems(const std::string& one, const std::string& two) {
   definition.add(statistic(10, 4, "nowhere").add(Record{"ResultsByFS", {}, {}}));
   definition.add(statistic(7, 2, "regular files")
                      .set("sdLargestFiles", 3)
-                     .set("sdWhereClause", whereClause(std::string("=T\0\0\0\1", 6))));
+                     .set("sdWhereClause", selecting("=T\0\0\0\1"sv)));
   definition.add(statistic(8, 0, "of directories").set("sdCreator", "").set("sdSummary", "Y"));
+  definition.add(statistic(11, 2, "sockets and devices")
+                     .set("sdSizeDistribution", "Y")
+                     .set("sdWhereClause", selecting("(T\0\0\0\5,\0\0\0\6)"sv)));
+  definition.add(statistic(12, 2, "executable files and block devices")
+                     .set("sdSizeDistribution", "Y")
+                     .set("sdWhereClause", selecting("&P\0\x0C\0\0"sv)));
   return definition;
 }
 
@@ -56,14 +87,21 @@ TEST(ResultFileTest, TheWholeFileAndTheWholeLog) {
              two = MountedFileSystem::tmpfs(tree.room("two"));
   if (!one || !two) GTEST_SKIP() << one.whyNot() << two.whyNot();
   if (sysconf(_SC_PAGESIZE) != 4096) GTEST_SKIP() << "the sizes of files are those of pages of 4096 bytes";
-  shell("cd '" + one.path() + R"sh(' && mkdir docs && printf hello >docs/a.txt && ln -s docs link &&
-      head -c 5000 /dev/zero >'docs/quote"d, list.TXT' && head -c 9000 /dev/zero >"$(printf 'two\nlines')" &&
-      mkfifo ../two/fifo)sh");
-  if (chown((one.path() + "/docs/a.txt").c_str(), 54321, 54321) != 0) {
-    GTEST_SKIP() << "files can't be given away";
+  shell("cd '" + one.path() + R"sh(' && mkdir -p docs/inner special && printf hello >docs/a.txt &&
+      head -c 14000 /dev/zero >'docs/quote"d, list.TXT' && head -c 45000 /dev/zero >docs/inner/b.txt &&
+      ln -s a.txt docs/to.zip && ln -s docs link && head -c 9000 /dev/zero >"$(printf 'two\nlines')" &&
+      touch special/tool && chmod 4001 special/tool && mkfifo ../two/fifo)sh");
+  const std::string special = one.path() + "/special/";
+  if (mknod((special + "socket").c_str(), S_IFSOCK | 0600, 0) != 0 ||
+      mknod((special + "character").c_str(), S_IFCHR | 0600, makedev(1, 3)) != 0 ||
+      mknod((special + "block").c_str(), S_IFBLK | 0600, makedev(7, 200)) != 0 ||
+      chown((one.path() + "/docs/a.txt").c_str(), 54321, 54321) != 0 ||
+      chown((one.path() + "/docs/inner/b.txt").c_str(), 54321, 0) != 0) {
+    GTEST_SKIP() << "devices can't be made, or files not be given away";
   }
-  shell("cd '" + tree.scratch() +
-        "' && touch -h -d @1000000000 one/docs/* one/* one two/* two && touch -h -d @900000000 one/link");
+  shell("cd '" + tree.scratch() + R"sh(' && find one two -exec touch -h -d @1000000000 {} + && cd one &&
+      touch -h -d @900000000 link && touch -h -d @800000000 docs/to.zip &&
+      touch -m -d @700000000 docs/inner/b.txt && touch -a -d @1100000000 docs/inner/b.txt)sh");
 
   const long long second = tree.scanWithinOneSecond(twoFileSystems(one.path(), two.path()));
   ASSERT_NE(second, -1);
@@ -73,24 +111,26 @@ TEST(ResultFileTest, TheWholeFileAndTheWholeLog) {
   values["two"] = two.path();
   values["now"] = std::to_string(second * 1000);
   values["age"] = std::to_string(second - 1000000000);
-  // The link is older, and one of six entries.
-  values["average age"] = std::to_string((6 * (second - 1000000000) + 100000000) / 6);
   values["gecos"] = getpwuid(0)->pw_gecos;
-  for (const auto& [name, path] : {std::pair{"one", ""},
-                                   {"docs", "/docs"},
-                                   {"a.txt", "/docs/a.txt"},
-                                   {"quoted", "/docs/quote\"d, list.TXT"},
-                                   {"lines", "/two\nlines"},
-                                   {"link", "/link"}}) {
+  long long entries = 0, sinceUse = 0, sinceChange = 0;
+  const auto add = [&](const fs::path& path) {
     struct stat status;
-    ASSERT_EQ(lstat((one.path() + path).c_str(), &status), 0);
-    values[std::string("inode of ") + name] = std::to_string(status.st_ino);
-    values[std::string("length of ") + name] = std::to_string(status.st_size);
-  }
-  struct stat status;
-  ASSERT_EQ(lstat(two.path().c_str(), &status), 0);
-  values["inode of two"] = std::to_string(status.st_ino);
-  values["length of two"] = std::to_string(status.st_size);
+    ASSERT_EQ(lstat(path.c_str(), &status), 0);
+    std::string name = path.filename().string();
+    std::replace_if(
+        name.begin(), name.end(), [](char c) { return c == '\n' || c == '"'; }, ' ');
+    values["inode of " + name] = std::to_string(status.st_ino);
+    values["length of " + name] = std::to_string(status.st_size);
+    if (path == two.path()) return;
+    ++entries;
+    sinceUse += second - std::max(status.st_atime, status.st_mtime);
+    sinceChange += second - status.st_mtime;
+  };
+  add(one.path());
+  add(two.path());
+  for (const auto& entry : fs::recursive_directory_iterator(one.path())) add(entry.path());
+  values["average since use"] = std::to_string(sinceUse / entries);
+  values["average since change"] = std::to_string(sinceChange / entries);
 
   const std::string expected = content(SYSTEM_TEST_EXPECTED "/two_file_systems.dat");
   EXPECT_EQ(firstDifference(filled(expected, values), tree.result()), "");
@@ -104,11 +144,12 @@ TEST(ResultFileTest, TheWholeFileAndTheWholeLog) {
           "STA0532I The job has locked these file systems for its scan:", indent + two.path(),
           indent + one.path(), "STA0026I The scan gathers these statistics:", indent + "admin.restricted",
           indent + "admin.elsewhere", indent + "admin.nowhere", indent + "admin.regular files",
+          indent + "admin.sockets and devices", indent + "admin.executable files and block devices",
           "STA0027I The scan gathers these statistics for monitored directories:", indent + "(DIR STAT)",
           "STA0025I Scanning the file system \"" + two.path() + "/\".",
           "AGT0144I The file system has been walked: 2 entries scanned.",
           "STA0025I Scanning the file system \"" + one.path() + "/\".",
-          "AGT0144I The file system has been walked: 6 entries scanned.", "STA0161I The scan is complete."));
+          "AGT0144I The file system has been walked: 14 entries scanned.", "STA0161I The scan is complete."));
 }
 
 }  // namespace

@@ -4,8 +4,6 @@
 //   Definition          writes scan definitions
 //   ResultFile          reads results, by the grammar alone
 //   MountedFileSystem   tmpfs, ext4 images, overlays: in a mount namespace of this process
-//   StatisticsModel     works out what a statistic has to say about a tree, from its definition and lstat
-//   alone
 
 #include <gtest/gtest.h>
 
