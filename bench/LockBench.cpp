@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "Common/resource.h"
-#include "common/TemporaryDirectory.h"
+#include "support/TemporaryDirectory.h"
 
 namespace agent {
 namespace {

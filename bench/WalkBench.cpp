@@ -11,7 +11,7 @@
 #include "Scan/unix/LimitedDirectoryCalls.h"
 #include "Scan/unix/ScannerUnix.h"
 #include "Scan/unix/UnixUserTable.h"
-#include "common/TemporaryDirectory.h"
+#include "support/TemporaryDirectory.h"
 
 namespace agent {
 

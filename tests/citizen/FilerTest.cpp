@@ -6,7 +6,7 @@
 #include "citizen/PrivateEtc.h"
 #include "citizen/Results.h"
 #include "citizen/SlowMount.h"
-#include "common/TemporaryDirectory.h"
+#include "support/TemporaryDirectory.h"
 #include "system/Definition.h"
 #include "system/InstallTree.h"
 #include "system/MountedFileSystem.h"

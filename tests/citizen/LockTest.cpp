@@ -4,7 +4,7 @@
 
 #include "citizen/Results.h"
 #include "citizen/SlowJob.h"
-#include "common/TemporaryDirectory.h"
+#include "support/TemporaryDirectory.h"
 
 namespace agent::test {
 namespace {

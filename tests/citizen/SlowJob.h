@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "citizen/SlowMount.h"
-#include "common/TemporaryDirectory.h"
+#include "support/TemporaryDirectory.h"
 #include "system/Definition.h"
 #include "system/InstallTree.h"
 

@@ -14,8 +14,8 @@
 #include <fstream>
 
 #include "Common/unix/FileDescriptor.h"
-#include "common/ChildProcess.h"
-#include "common/TemporaryDirectory.h"
+#include "support/ChildProcess.h"
+#include "support/TemporaryDirectory.h"
 #include "system/InstallTree.h"
 #include "system/MountedFileSystem.h"
 

@@ -6,7 +6,7 @@
 
 #include "citizen/Results.h"
 #include "citizen/SlowJob.h"
-#include "common/TemporaryDirectory.h"
+#include "support/TemporaryDirectory.h"
 #include "system/MountedFileSystem.h"
 
 namespace agent::test {

@@ -3,7 +3,7 @@
 #include <fstream>
 
 #include "citizen/Results.h"
-#include "common/TemporaryDirectory.h"
+#include "support/TemporaryDirectory.h"
 #include "system/Definition.h"
 #include "system/InstallTree.h"
 #include "system/MountedFileSystem.h"

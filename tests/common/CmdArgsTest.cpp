@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "common/TemporaryDirectory.h"
+#include "support/TemporaryDirectory.h"
 
 namespace agent::test {
 namespace {

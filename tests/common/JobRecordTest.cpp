@@ -8,7 +8,7 @@
 #include <string>
 
 #include "Common/AgentNotification.h"
-#include "common/TemporaryDirectory.h"
+#include "support/TemporaryDirectory.h"
 #include "support/RefusedCalls.h"
 
 namespace agent::test {

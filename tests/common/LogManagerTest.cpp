@@ -12,7 +12,7 @@
 
 #include "QLMlib/common/nls/MessageCatalogs.h"
 #include "QLMlib/common/thrd/Thread.h"
-#include "common/TemporaryDirectory.h"
+#include "support/TemporaryDirectory.h"
 #include "support/RefusedCalls.h"
 
 namespace agent::test {

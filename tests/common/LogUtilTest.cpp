@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <string>
 
-#include "common/TemporaryDirectory.h"
+#include "support/TemporaryDirectory.h"
 
 namespace agent::test {
 namespace {

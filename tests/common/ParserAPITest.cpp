@@ -13,7 +13,7 @@
 #include "Common/GenericPrint.h"
 #include "Common/TagPattern.h"
 #include "Common/VOXParserException.h"
-#include "common/TemporaryDirectory.h"
+#include "support/TemporaryDirectory.h"
 #include "support/RefusedCalls.h"
 
 namespace agent::test {

@@ -10,8 +10,8 @@
 #include "Common/unix/CmdExecer.h"
 #include "Common/unix/psmsgutil.h"
 #include "Common/unix/pssignal.h"
-#include "common/ChildProcess.h"
-#include "common/TemporaryDirectory.h"
+#include "support/ChildProcess.h"
+#include "support/TemporaryDirectory.h"
 #include "support/RefusedCalls.h"
 
 namespace agent::test {

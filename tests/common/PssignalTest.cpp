@@ -5,7 +5,7 @@
 #include <unistd.h>
 
 #include "Common/unix/CmdExecer.h"
-#include "common/ChildProcess.h"
+#include "support/ChildProcess.h"
 
 namespace agent::test {
 namespace {

@@ -16,8 +16,8 @@
 #include <string>
 #include <vector>
 
-#include "common/ChildProcess.h"
-#include "common/TemporaryDirectory.h"
+#include "support/ChildProcess.h"
+#include "support/TemporaryDirectory.h"
 #include "support/RefusedCalls.h"
 
 namespace agent::test {

@@ -6,7 +6,7 @@
 #include "Common/VOXCommon/InetAddress.h"
 #include "Common/VOXCommon/LdapTree.h"
 #include "Common/VoxObjectCreationException.h"
-#include "common/TemporaryDirectory.h"
+#include "support/TemporaryDirectory.h"
 
 namespace agent::test {
 namespace {

@@ -6,7 +6,7 @@
 #include "Common/GenericPrint.h"
 #include "Common/ScanVOXTags.h"
 #include "Scan/identity/UberTable.h"
-#include "common/TemporaryDirectory.h"
+#include "support/TemporaryDirectory.h"
 
 namespace agent {
 namespace {

@@ -5,7 +5,7 @@
 #include "Common/GenericPrint.h"
 #include "Common/VoxObjectCreationException.h"
 #include "Probe/NasFiler.h"
-#include "common/TemporaryDirectory.h"
+#include "support/TemporaryDirectory.h"
 
 namespace agent::test {
 namespace {

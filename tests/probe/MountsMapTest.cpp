@@ -8,7 +8,7 @@
 
 #include "Probe/Filesystem.h"
 #include "Probe/NasFiler.h"
-#include "common/TemporaryDirectory.h"
+#include "support/TemporaryDirectory.h"
 #include "support/JobLog.h"
 
 namespace agent::test {

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "Probe/Filesystem.h"
-#include "common/TemporaryDirectory.h"
+#include "support/TemporaryDirectory.h"
 #include "support/JobLog.h"
 
 namespace agent::test {

@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "common/TemporaryDirectory.h"
+#include "support/TemporaryDirectory.h"
 
 namespace agent::test {
 

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "Probe/NasFiler.h"
-#include "common/TemporaryDirectory.h"
+#include "support/TemporaryDirectory.h"
 #include "support/JobLog.h"
 
 namespace agent::test {

@@ -8,7 +8,7 @@
 #include "Common/VOXParserException.h"
 #include "Common/VoxObjectCreationException.h"
 #include "Probe/NasFiler.h"
-#include "common/TemporaryDirectory.h"
+#include "support/TemporaryDirectory.h"
 
 namespace agent::test {
 namespace {

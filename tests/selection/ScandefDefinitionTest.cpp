@@ -9,7 +9,7 @@
 #include "Common/ParserAPI.h"
 #include "Common/ScanVOXTags.h"
 #include "ScandefOptions.h"
-#include "common/TemporaryDirectory.h"
+#include "support/TemporaryDirectory.h"
 
 namespace agent::scandef {
 namespace {

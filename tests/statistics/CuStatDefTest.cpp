@@ -9,7 +9,7 @@
 #include "Common/VoxObjectCreationException.h"
 #include "Probe/Filesystem.h"
 #include "Scan/results/SMonDir.h"
-#include "common/TemporaryDirectory.h"
+#include "support/TemporaryDirectory.h"
 
 namespace agent::test {
 namespace {

@@ -9,7 +9,7 @@
 #include "Scan/statistics/BackupAction.h"
 #include "Scan/statistics/FileScoreRule.h"
 #include "Scan/results/MonDirSpec.h"
-#include "common/TemporaryDirectory.h"
+#include "support/TemporaryDirectory.h"
 #include "statistics/WalkStandIn.h"
 
 namespace agent::test {

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "common/ChildProcess.h"
+#include "support/ChildProcess.h"
 
 namespace agent::test {
 namespace {

@@ -6,7 +6,7 @@
 
 #include "Common/LogManager.h"
 #include "QLMlib/common/nls/MessageCatalogs.h"
-#include "common/TemporaryDirectory.h"
+#include "support/TemporaryDirectory.h"
 
 namespace agent::test {
 

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "common/TemporaryDirectory.h"
+#include "support/TemporaryDirectory.h"
 #include "system/Definition.h"
 #include "system/Process.h"
 

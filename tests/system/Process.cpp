@@ -14,7 +14,7 @@
 #include <stdexcept>
 
 #include "Common/unix/FileDescriptor.h"
-#include "common/ChildProcess.h"
+#include "support/ChildProcess.h"
 
 namespace agent::test {
 

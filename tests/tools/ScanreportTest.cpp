@@ -8,7 +8,7 @@
 #include <sstream>
 
 #include "ResultFile.h"
-#include "common/TemporaryDirectory.h"
+#include "support/TemporaryDirectory.h"
 
 namespace agent::test {
 namespace {

@@ -16,7 +16,7 @@
 #include "Scan/unix/DirectoryReaderUnix.h"
 #include "Scan/unix/UnixUserTable.h"
 #include "Scan/walk/FileAction.h"
-#include "common/TemporaryDirectory.h"
+#include "support/TemporaryDirectory.h"
 #include "support/JobLog.h"
 
 namespace agent::test {
