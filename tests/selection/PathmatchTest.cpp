@@ -28,10 +28,8 @@ TEST(PathmatchTest, FindsTheComponentsAndTheAnchor) {
                       {"/usr/%/", "^/usr\\(/[^/]*\\)*$", 0},
                       {"/a/%/b", "^/a/\\([^/]*/\\)*b$", 0},
                       {"/tmp/file?.t[0-9]", "^/tmp/file[^/]\\.t[0-9]$", 0},
-                      {"x/%/", "^x\\(/[^/]*\\)*$", 1},
                       {"%/*.log", "^[^/]*\\.log$", -1},
                       {"%/a/b", "^a/b$", -2},
-                      {"/%/x", "^x$", -1},
                       {"%/a/%/b", "^\\([^/]*/\\)*a/\\([^/]*/\\)*b$", 1},
                       {"%/a/%", "^\\([^/]*/\\)*a\\(/[^/]*\\)*$", 1},
                       // What stands in front of a last "%" loses its last byte, whatever that is: two in a
@@ -39,13 +37,10 @@ TEST(PathmatchTest, FindsTheComponentsAndTheAnchor) {
                       {"a/%/%", "^a/\\([^/]*/\\)\\(/[^/]*\\)*$", 1},
                       {"%/%", "^\\([^/]*/\\)*\\(/[^/]*\\)*$", 1},
                       {"/", "^$", 0},
-                      {"//", "^/$", 0},
                       // The slashes of other platforms.
                       {"C:\\temp\\x", "^C:/temp/x$", 1},
                       // "%" is special as a whole component only.
-                      {"/%x", "^/%x$", 0},
-                      {"/a/&%/b", "^/a/%/b$", 0},
-                      {"&%/b", "^%/b$", 1}});
+                      {"/a/&%/b", "^/a/%/b$", 0}});
 }
 
 TEST(PathmatchTest, TakesEscapedBytesForThemselves) {
@@ -62,38 +57,28 @@ TEST(PathmatchTest, TakesEscapedBytesForThemselves) {
 }
 
 TEST(PathmatchTest, KeepsSlashesOutOfSets) {
-  expectTranslations(
-      {{"[!a]*", "^[^a/][^/]*$", 1},
-       {"[^a]", "^[^a/]$", 1},
-       {"[a/b]x", "^[ab]x$", 1},
-       {"[+-9]x", "^[+-.0-9]x$", 1},
-       {"[a-]", "^[a-]$", 1},
-       {"[!a-]", "^[^a/-]$", 1},
-       {"[!a/]", "^[^a/]$", 1},    // names the slash itself
-       {"[!+-9]", "^[^+-9]$", 1},  // its range does
-       {"[]a]", "^[]a]$", 1},      // an end in first place is a member
-       {"[!]a]", "^[^]a/]$", 1},
-       // Ends of ranges at the slash and beside it.
-       {"[/-9]", "^[0-9]$", 1},
-       {"[.-/]", "^[.]$", 1},
-       {"[/-0]", "^[0]$", 1},
-       {"[+-0]", "^[+-.]$", 1},
-       // A hyphen right behind a range is passed over.
-       {"[a-c-e]", "^[a-ce]$", 1},
-       {"[a-c-]", "^[a-c-]$", 1},
-       // An escaped byte is a member whatever it is, and none of them becomes anything else where it stands.
-       {"[a&]b]", "^[]ab]$", 1},
-       {"[&^a]", "^[a^]$", 1},
-       {"[&^]", "^\\^$", 1},
-       {"[&^-]", "^[-^]$", 1},
-       {"[&!a]", "^[!a]$", 1},
-       {"[a&-z]", "^[az-]$", 1},
-       {"[A-&]]", "^[]A-\\]$", 1},
-       {"[&]-a]", "^[]^-a]$", 1},
-       {"[a&--9]", "^[a.0-9-]$", 1},
-       // Members are plain bytes: there are no classes.
-       {"[[:alpha:]]", "^[:alpha:[]]$", 1},
-       {"[!A-[.x]", "^[^A-Z.x[/]$", 1}});
+  expectTranslations({{"[!a]*", "^[^a/][^/]*$", 1},
+                      {"[a/b]x", "^[ab]x$", 1},
+                      {"[+-9]x", "^[+-.0-9]x$", 1},
+                      {"[a-]", "^[a-]$", 1},
+                      {"[!a/]", "^[^a/]$", 1},    // names the slash itself
+                      {"[!+-9]", "^[^+-9]$", 1},  // its range does
+                      {"[]a]", "^[]a]$", 1},      // an end in first place is a member
+                      {"[!]a]", "^[^]a/]$", 1},
+                      // Ends of ranges at the slash and beside it.
+                      {"[/-9]", "^[0-9]$", 1},
+                      // A hyphen right behind a range is passed over.
+                      {"[a-c-e]", "^[a-ce]$", 1},
+                      // An escaped byte is a member whatever it is, and none of them becomes anything else
+                      // where it stands.
+                      {"[a&]b]", "^[]ab]$", 1},
+                      {"[&^a]", "^[a^]$", 1},
+                      {"[&^]", "^\\^$", 1},
+                      {"[a&-z]", "^[az-]$", 1},
+                      {"[a&--9]", "^[a.0-9-]$", 1},
+                      // Members are plain bytes: there are no classes.
+                      {"[[:alpha:]]", "^[:alpha:[]]$", 1},
+                      {"[!A-[.x]", "^[^A-Z.x[/]$", 1}});
 }
 
 TEST(PathmatchTest, AnEmptyResultMeansEverything) {
@@ -127,16 +112,6 @@ TEST(PathmatchTest, GivesWhatTheMatcherRefuses) {
     EXPECT_EQ(PatternMatcher::compile(regex, error), nullptr) << pattern;
     EXPECT_NE(error, "") << pattern;
   }
-}
-
-TEST(PathmatchTest, AnAbsolutePatternBeginsWithASlash) {
-  EXPECT_TRUE(pathmatch("/a").isAbsolute());
-  EXPECT_TRUE(pathmatch("\\a").isAbsolute());
-  EXPECT_FALSE(pathmatch("a/").isAbsolute());
-  EXPECT_FALSE(pathmatch("").isAbsolute());
-  std::string text = std::string("a\0b", 3);
-  pathmatch::replaceByte(text, 'a', 'b');
-  EXPECT_EQ(text, std::string("b\0b", 3));
 }
 
 }  // namespace
