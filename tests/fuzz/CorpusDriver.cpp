@@ -53,56 +53,36 @@ void run(const std::string& input) {
   LLVMFuzzerTestOneInput(bytes.data(), bytes.size());
 }
 
-/// Changes one input a little, with pieces of the others.
-class Mutator {
- public:
-  Mutator(const Corpus& corpus, uint32_t number) : corpus_(corpus), random_(number) {}
-
-  std::string input() {
-    std::string input = oneOf();
-    for (size_t changes = 1 + random_() % 5; changes > 0; --changes) change(input);
-    return input;
-  }
-
- private:
-  const std::string& oneOf() { return corpus_[random_() % corpus_.size()]; }
-  size_t place(const std::string& text) { return random_() % (text.size() + 1); }
-
-  void change(std::string& input) {
-    const size_t where = place(input);
-    const size_t length = 1 + random_() % 8;
-    switch (random_() % 7) {
+/// One input a little changed, with pieces of the others.
+std::string madeInput(const Corpus& corpus, uint32_t number) {
+  std::mt19937 random(number);
+  const auto oneOf = [&]() -> const std::string& { return corpus[random() % corpus.size()]; };
+  const auto place = [&](const std::string& text) { return random() % (text.size() + 1); };
+  std::string input = oneOf();
+  for (size_t changes = 1 + random() % 5; changes > 0; --changes) {
+    const size_t where = place(input), length = random() % 32;
+    const std::string& other = random() % 2 == 0 ? input : oneOf();
+    const std::string piece = other.substr(place(other), length);
+    switch (random() % 5) {
       case 0:
-        if (where < input.size()) input[where] = static_cast<char>(input[where] ^ 1 << random_() % 8);
+        if (where < input.size()) input[where] = static_cast<char>(input[where] ^ 1 << random() % 8);
         break;
       case 1:
-        if (where < input.size()) input[where] = static_cast<char>(random_());
+        input.insert(where, 1, static_cast<char>(random()));
         break;
       case 2:
-        input.insert(where, 1, static_cast<char>(random_()));
+        input.erase(where, length / 4);
         break;
       case 3:
-        input.erase(where, length);
+        input.insert(where, piece);
         break;
-      case 4:
-        input.insert(where, input.substr(place(input), 4 * length));
-        break;
-      case 5: {
-        const std::string& other = oneOf();
-        input.insert(where, other.substr(place(other), 4 * length));
-        break;
-      }
-      default: {
-        const std::string& other = oneOf();
+      default:
         input = input.substr(0, where) + other.substr(place(other));
         break;
-      }
     }
   }
-
-  const Corpus& corpus_;
-  std::mt19937 random_;
-};
+  return input;
+}
 
 }  // namespace
 
@@ -122,7 +102,7 @@ int main(int argc, char** argv) {
   const long count = std::stol(argv[2]);
   for (long number = first; number < first + count; ++number) {
     currentNumber = static_cast<sig_atomic_t>(number);
-    run(Mutator(corpus, static_cast<uint32_t>(number)).input());
+    run(madeInput(corpus, static_cast<uint32_t>(number)));
   }
   std::cout << corpus.size() << " inputs of the corpus and " << count << " made from them\n";
   return 0;

@@ -58,18 +58,6 @@ class UnixUserTableTest : public ::testing::Test {
   UnixUserTable table_{uberTable_, std::unique_ptr<UserDatabase>(database_)};
 };
 
-TEST_F(UnixUserTableTest, AGroupKeepsItsNumberApartFromThatOfUsers) {
-  database().users[100] = {"staff", "a user of that name"};
-  database().groups[100] = {"staff", ""};
-
-  EXPECT_EQ(user(100).ugID, 100);
-  EXPECT_EQ(user(100).ugDescription, "a user of that name");
-  EXPECT_FALSE(user(100).ugRemoved);
-  EXPECT_EQ(group(100).ugID, 0);
-  EXPECT_EQ(group(100).ugGroupID, 100);
-  EXPECT_EQ(group(100).ugDescription, "");
-}
-
 TEST_F(UnixUserTableTest, AnOwnerWithoutAnEntryIsAnOrphanNamedByItsNumber) {
   const UserOrGroup& orphan = user(4711);
   EXPECT_TRUE(orphan.ugRemoved);

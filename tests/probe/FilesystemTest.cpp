@@ -31,23 +31,6 @@ TEST(Filesystem, PrintsWhatItHasReadInTheOrderOfItsColumns) {
       "[/Filesystem]\n");
 }
 
-TEST(Filesystem, PrintsNullsAndOnceWhereAsked) {
-  Filesystem filesystem;
-  const std::string once = written([&](GenericPrint& print) { filesystem.printData(print, true); });
-  EXPECT_THAT(once, ::testing::HasSubstr("\"null\",\"null\",\"0\",\"0\",\"null\",\"N\""));
-  EXPECT_EQ(written([&](GenericPrint& print) { filesystem.printData(print, true); }), "");
-  EXPECT_EQ(written([&](GenericPrint& print) { filesystem.printData(print, false); }), once);
-}
-
-TEST(Filesystem, WritesItsHeaderOnceUntilARecordIsMade) {
-  Filesystem filesystem;
-  const auto header = [](GenericPrint& print) { Filesystem::printHeader(print); };
-  EXPECT_NE(written(header), "");
-  EXPECT_EQ(written(header), "");
-  Filesystem another;
-  EXPECT_NE(written(header), "");
-}
-
 TEST(Filesystem, RefusesARowOfAnotherLengthThanItsHeader) {
   const Row header = {"fsID", "fsMountPoint"};
   for (const Rows& rows : {Rows{}, Rows{{"1"}}, Rows{{"1", "/", "more"}}}) {

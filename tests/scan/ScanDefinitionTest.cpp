@@ -5,8 +5,6 @@
 #include <string>
 #include <vector>
 
-#include "Common/VOXParserException.h"
-#include "Common/VoxObjectCreationException.h"
 #include "Probe/NasFiler.h"
 #include "support/TemporaryDirectory.h"
 
@@ -23,18 +21,6 @@ class ScanDefinitionTest : public ::testing::Test {
   std::unique_ptr<AgentScan> read(const std::string& body) {
     return readScanDefinition(directory.file("def", HEADER + body), place);
   }
-  /// 0, or the code of the exception.
-  int codeOf(const std::string& text) {
-    try {
-      readScanDefinition(directory.file("def", text), place);
-      return 0;
-    } catch (const VOXParserException& exception) {
-      return exception.getCode();
-    } catch (const VoxObjectCreationException& exception) {
-      return exception.getCode();
-    }
-  }
-
   TemporaryDirectory directory;
   DefinitionPlace place;
 };
@@ -63,20 +49,6 @@ TEST_F(ScanDefinitionTest, ARestrictedStatisticNamesItsFileSystemsInReverse) {
   EXPECT_EQ(results[0]->sourceFilesystem()->fsID, 2);
   EXPECT_EQ(results[1]->sourceFilesystem(), nullptr);
   EXPECT_EQ(results[2]->sourceFilesystem()->fsID, 1);
-}
-
-TEST_F(ScanDefinitionTest, TakesOddRowsAsTheyStand) {
-  struct Case {
-    const char* what;
-    std::string text;
-  };
-  const Case cases[] = {
-      {"swapped columns leave the fields empty",
-       "[Header]\n[AgentScan]\nasScanningCompID,asJobName\n[/Header]\n[AgentScan]\n1,\"j\"\n[/AgentScan]\n"},
-      {"a statistic without a row keeps its defaults",
-       HEADER + "[AgentScan]\n\"j\",1\n[CuStatDef]\n[/CuStatDef]\n[/AgentScan]\n"},
-  };
-  for (const Case& c : cases) EXPECT_EQ(codeOf(c.text), 0) << c.what;
 }
 
 }  // namespace

@@ -5,22 +5,10 @@
 #include <string>
 #include <string_view>
 
-#include "Common/GenericPrint.h"
 #include "Common/VoxObjectCreationException.h"
-#include "Probe/Filesystem.h"
-#include "Scan/results/SMonDir.h"
-#include "support/TemporaryDirectory.h"
 
 namespace agent::test {
 namespace {
-
-std::string printed(const CuStatDef& definition, int32_t filter = 0) {
-  const TemporaryDirectory directory;
-  GenericPrint print(GenericPrint::VOX_FORMAT, directory / "out");
-  definition.printData(print, filter);
-  print.closeFile();
-  return content(directory / "out");
-}
 
 TEST(CuStatDef, ReadsColumnsInAnyOrderAndDropsWhatItDoesNotKnow) {
   CuStatDef definition;
@@ -79,29 +67,6 @@ TEST(CuStatDef, DecodesTheWhereClauseFromSignedDecimals) {
     definition.inititializeObject({"sdWhereClause"}, {{c.cell}});
     EXPECT_EQ(definition.sdWhereClause, c.bytes) << c.cell;
   }
-}
-
-TEST(CuStatDef, FiltersItsResultsByFileSystem) {
-  Filesystem one, two;
-  one.fsID = 1;
-  two.fsID = 2;
-  SMonDir below(two);
-  below.smFilesystemID = 2;
-  CuStatDef definition;
-  definition.sdResults.append(std::make_unique<ResultsByFS>(&one));
-  definition.sdResults.append(std::make_unique<ResultsByFS>(&below));
-  definition.sdResults.append(std::make_unique<ResultsByFS>(static_cast<AnalysisSource*>(nullptr)));
-  const auto nodes = [&](int32_t filter) {
-    const std::string text = printed(definition, filter);
-    int count = 0;
-    for (size_t at = 0; (at = text.find("[ResultsByFS]", at)) != std::string::npos; ++at) ++count;
-    return count;
-  };
-  EXPECT_EQ(nodes(0), 3);
-  EXPECT_EQ(nodes(-4), 3);
-  EXPECT_EQ(nodes(1), 2);  // its own and the one without a source
-  EXPECT_EQ(nodes(2), 2);
-  EXPECT_EQ(nodes(9), 1);
 }
 
 }  // namespace

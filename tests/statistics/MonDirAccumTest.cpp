@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
+#include "Scan/results/MonDirSpec.h"
 #include "Scan/results/ResultsByFS.h"
 #include "Scan/statistics/CuStatDef.h"
-#include "Scan/results/MonDirSpec.h"
 #include "statistics/WalkStandIn.h"
 
 namespace agent::test {
@@ -71,20 +71,6 @@ TEST_F(MonDirAccumTest, ADirectoryThatIsNotEnteredDoesNotWaitForASibling) {
   enter("/m/next", {&spec});  // the chain still works
   leave();
   EXPECT_THAT(completed(), ElementsAre("/m/next"));
-}
-
-TEST_F(MonDirAccumTest, AnEmptyDirectoryIsCompletedEmpty) {
-  enter("/m/empty", {&spec});
-  leave();
-  ASSERT_EQ(first.sdResults.size(), 1u);
-  EXPECT_EQ(first.sdResults.concerning(0)[0]->rfResults->srSummary->sumFileCount, 0);
-}
-
-TEST_F(MonDirAccumTest, WithoutStatisticsNothingIsRecorded) {
-  MonDirChain bare(table, walk.filesystem);
-  bare.fire(spec);
-  bare.directoryLeft();
-  EXPECT_THAT(completed(), IsEmpty());
 }
 
 }  // namespace

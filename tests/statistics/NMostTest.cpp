@@ -29,29 +29,4 @@ TEST(NMost, KeepsTheGreatestAndTheFirstArrivalsAtAKey) {
   EXPECT_THAT(most(0, {"1a"}), ElementsAre());
 }
 
-TEST(NMost, AgreesWithSortingEverything) {
-  std::mt19937 random(4711);
-  for (int round = 0; round < 200; ++round) {
-    const int32_t n = static_cast<int32_t>(random() % 12 + 1);
-    NMost<int> list(n);
-    // The rule by the book: an ordered list from which the first goes.
-    std::vector<std::pair<int64_t, int>> kept;
-    for (int arrival = 0; arrival < 100; ++arrival) {
-      const int64_t key = static_cast<int64_t>(random() % 15);
-      if (list.mustAdd(key)) list.add(arrival);
-      std::sort(kept.begin(), kept.end());
-      if (kept.size() < static_cast<size_t>(n)) {
-        kept.emplace_back(key, arrival);
-      } else if (key > kept.front().first) {
-        kept.erase(kept.begin());
-        kept.emplace_back(key, arrival);
-      }
-    }
-    std::sort(kept.rbegin(), kept.rend());
-    std::vector<int> expected;
-    for (const auto& entry : kept) expected.push_back(entry.second);
-    ASSERT_EQ(list.takeDescending(), expected) << "round " << round;
-  }
-}
-
 }  // namespace agent::test

@@ -4,11 +4,11 @@
 
 #include "Common/GenericPrint.h"
 #include "Common/VoxObjectCreationException.h"
+#include "Scan/results/MonDirSpec.h"
 #include "Scan/results/SFile.h"
 #include "Scan/results/SSizeDist.h"
 #include "Scan/statistics/BackupAction.h"
 #include "Scan/statistics/FileScoreRule.h"
-#include "Scan/results/MonDirSpec.h"
 #include "support/TemporaryDirectory.h"
 #include "statistics/WalkStandIn.h"
 

@@ -18,13 +18,6 @@ TEST(UtilTest, ASingleBlankIsEmptyAndLettersAreBytes) {
   EXPECT_FALSE(Util::stringsEqualIgnoreCase("\xC4", "\xE4"));
 }
 
-TEST(UtilTest, NextWordIsTheNextRunOfNonBlanks) {
-  EXPECT_EQ(Util::nextWord("  one two", 3), "ne");
-  EXPECT_EQ(Util::nextWord("  one two", 5), "two");
-  EXPECT_EQ(Util::nextWord("  one two ", 9), "");
-  EXPECT_EQ(Util::nextWord("one", 99), "");
-}
-
 TEST(UtilTest, NamesOfTheServersStatisticsBecomeTextsOfTheCatalog) {
   EXPECT_EQ(Util::getTranslatedName("NRVUser.SQL_NAME_WASTED"), "NRVUser.SQL_NAME_WASTED");  // no catalog
   ASSERT_EQ(initializeMessages("nrvna.cat", SCAN_NLS_DIRECTORY, 1, 1, 0), 0);

@@ -220,17 +220,6 @@ TEST_F(ScannerTest, DoesNotEnterADirectoryThatWasExchangedAfterItsStat) {
   }
 }
 
-TEST_F(ScannerTest, HidesQuickcopyOnClusterFileSetsOnly) {
-  tree.file(".quickcopy/x");
-  EXPECT_EQ(walk(), 0);
-  EXPECT_THAT(visited(), ElementsAre(".quickcopy", ".quickcopy/x"));
-
-  action = std::make_unique<RecordingAction>(1);
-  filesystem.fsType = Filesystem::CLFS;
-  EXPECT_EQ(walk(), 0);
-  EXPECT_THAT(action->visited, ElementsAre(""));  // a file set's logical root is "/"
-}
-
 TEST_F(ScannerTest, ShowsLogicalNamesAndReadsLocalOnes) {
   tree.file("a/b");
   filesystem.fsMountPoint = "/vol/export/";
