@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <chrono>
 #include <string>
 
 #include "Common/VOXIOException.h"
@@ -35,15 +34,6 @@ class GenericPrintTest : public testing::Test {
   TemporaryDirectory directory_;
 };
 
-TEST_F(GenericPrintTest, ATagMayHaveAQualifier) {
-  GenericPrint gp(GenericPrint::VOX_FORMAT, path());
-  gp.beginNode("AgentScan", "");
-  gp.beginNode("AgentScan", "daily");
-  gp.closeFile();
-  gp.closeFile();  // a second close is nothing
-  EXPECT_EQ(result(), "[AgentScan]\n[AgentScan,daily]\n");
-}
-
 TEST_F(GenericPrintTest, QuotesEveryValueSoThatARowStaysOneLine) {
   GenericPrint gp(GenericPrint::VOX_FORMAT, path());
   gp.printData({"", "", ""});                 // nothing between the commas
@@ -59,17 +49,6 @@ TEST_F(GenericPrintTest, QuotesEveryValueSoThatARowStaysOneLine) {
             "\"\"\"\",\"say \"\"\"\"twice\"\"\"\"\"\n"
             "\"two lines  \",\"[Tag]\"\n"
             "\"nul\0byte\",\"caf\xe9\"\n"s);
-}
-
-TEST_F(GenericPrintTest, ARowOfMegabytesOfQuotesTakesTimeInProportionToItsSize) {
-  GenericPrint gp(GenericPrint::VOX_FORMAT, path());
-  const auto start = std::chrono::steady_clock::now();
-  gp.printData({std::string(5'000'000, '"')});
-  const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
-  gp.closeFile();
-
-  EXPECT_EQ(result(), std::string(10'000'002, '"') + "\n");
-  EXPECT_LT(elapsed.count(), 5.0);
 }
 
 TEST_F(GenericPrintTest, OneLineIsOneWrite) {

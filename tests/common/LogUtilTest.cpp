@@ -64,13 +64,5 @@ TEST_F(LogUtilTest, OnlyNamesThatThisJobCouldHaveGivenCount) {
   EXPECT_THAT(LogUtil::getMatchingFilesMap(directory() + "missing/", "scan", ".log"), IsEmpty());
 }
 
-TEST_F(LogUtilTest, ANumberBelowZeroKeepsNoNumberedFile) {
-  directory_.file("scan_000001.log");
-  directory_.file("scan_000002.log");
-  log_.maxNumLogs = -5;
-  log_.nextFile(directory(), {}, "scan", ".log");
-  EXPECT_THAT(directory_.names(), IsEmpty());
-}
-
 }  // namespace
 }  // namespace agent::test

@@ -6,12 +6,9 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <random>
 #include <string>
-#include <thread>
 
 #include "Common/GenericPrint.h"
-#include "Common/TagPattern.h"
 #include "Common/VOXParserException.h"
 #include "support/TemporaryDirectory.h"
 #include "support/RefusedCalls.h"
@@ -75,32 +72,6 @@ TEST_F(ParserAPITest, SplitsARowByTheRulesOfTheFormat) {
     EXPECT_EQ(ParserAPI::splitLine(testCase.line), testCase.row) << testCase.line;
 }
 
-// The look at a line before the matcher may spare the matcher, not overrule it.
-TEST_F(ParserAPITest, RandomLinesAreTheTagsThatThePatternFinds) {
-  const TagPattern pattern("(^\\s*\\[){1}([a-zA-Z0-9]+,?[a-zA-Z0-9]+)(\\]$){1}");
-  const std::string alphabet = "aZ09bY18,,//[]  \t\v\f\r-_\xc3" + std::string(1, '\0');
-  std::mt19937 random(4711);
-  std::string text = "[Header]\n[/Header]\n";
-  std::vector<std::string> expected;
-  for (int i = 0; i < 100'000; ++i) {
-    std::string line = random() % 4 == 0 ? "" : "[";
-    for (size_t length = random() % 6; length > 0; --length) line += alphabet[random() % alphabet.size()];
-    if (random() % 4 != 0) line += "]";
-    text += line + "\n";
-    const size_t first = line.find_first_not_of("\t\n\r\f ");
-    line =
-        first == std::string::npos ? "" : line.substr(first, line.find_last_not_of("\t\n\r\f ") - first + 1);
-    if (const auto name = pattern.match(line)) expected.emplace_back(*name);
-  }
-  ParserAPI pa = parser(text);
-  std::vector<std::string> found;
-  while (const auto entity = pa.findFirstEntity(false)) {
-    found.push_back(entity->name + (entity->qualifier.empty() ? "" : "," + entity->qualifier));
-  }
-  EXPECT_GT(found.size(), 1'000u);
-  EXPECT_EQ(found, expected);
-}
-
 TEST_F(ParserAPITest, NodesNestAndEqualNamesNestInEachOther) {
   ParserAPI pa = parser(
       "[Header]\n[/Header]\n"
@@ -114,14 +85,6 @@ TEST_F(ParserAPITest, NodesNestAndEqualNamesNestInEachOther) {
   EXPECT_EQ(outline(pa, *tree), "Tree(2)[Tree(1)[Leaf(1)]Leaf(0)]");
   EXPECT_EQ(pa.lineNumber(*tree), 3);
   EXPECT_EQ(pa.findNextEntity(tree)->name, "Other");
-}
-
-TEST_F(ParserAPITest, RowsCanBeReadInPortionsAndAnEmptyLineEndsThem) {
-  ParserAPI pa = parser("[Header]\n[/Header]\n[Node]\n1\n2\n3\n \t\n4\n[/Node]\n");
-  auto node = pa.findNextEntity({});
-  EXPECT_THAT(pa.getEntityData(*node, 0), IsEmpty());
-  EXPECT_THAT(pa.getEntityData(*node, 2), ElementsAre(ElementsAre("1"), ElementsAre("2")));
-  EXPECT_THAT(pa.getEntityData(*node, 2), ElementsAre(ElementsAre("3")));
 }
 
 TEST_F(ParserAPITest, TheHeaderTableKeepsTheFirstRowOfAClass) {
@@ -165,13 +128,6 @@ TEST_F(ParserAPITest, FilesThatEndEarlyGiveWhatTheyHold) {
     auto first = pa.findNextEntity({});
     EXPECT_EQ(first ? outline(pa, *first) : "", testCase.outline) << testCase.comment;
   }
-}
-
-TEST_F(ParserAPITest, AStrayCloseTagLeadsPastTheEndOfItsNode) {
-  ParserAPI pa = parser("[Header]\n[/Header]\n[One]\n[/Other]\n[/One]\n[Two]\n[/Two]\n");
-  const auto one = pa.findNextEntity({});
-  EXPECT_EQ(one->name, "One");
-  EXPECT_FALSE(pa.findNextEntity(one));
 }
 
 TEST_F(ParserAPITest, WhatCantBeReadIsTold) {
@@ -233,30 +189,6 @@ TEST_F(ParserAPITest, ReadsBackWhatGenericPrintWrites) {
   ParserAPI pa(file);
   auto entity = pa.findNextEntity({});
   EXPECT_THAT(pa.getEntityData(*entity), ElementsAre(values));
-}
-
-// Rows and tags of megabytes, on a stack of ordinary size. What is nearly a tag is refused in time in
-// proportion to its length: a backtracking matcher that tries every split would never end.
-TEST_F(ParserAPITest, HugeLinesAreReadInTimeAndOnASmallStack) {
-  const std::string name(5'000'000, 'x');
-  const std::string lines[] = {
-      "\"" + std::string(5'000'000, '"') + "\"",  // a row of quotes
-      std::string(5'000'000, ','),
-      "[" + name + "!]",
-      "[" + name + ",]",
-      "[" + std::string(5'000'000, ',') + "]",
-      std::string(5'000'000, '\v') + "[",
-  };
-  for (const std::string& line : lines) {
-    ParserAPI pa = parser("[Header]\n[Node]\n" + line + "\n[/Header]\n[Node]\n" + line +
-                          "\n[Child]\n[/Child]\n[/Node]\n");
-    std::thread([&] {  // its stack is that of every thread, not the main one's
-      auto node = pa.findNextEntity({});
-      EXPECT_EQ(pa.getEntityData(*node).size(), 1u);
-      EXPECT_EQ(pa.getEntityChildren(*node).size(), 1u);
-    })
-        .join();
-  }
 }
 
 }  // namespace

@@ -118,21 +118,6 @@ TEST_F(PsnautilTest, TheWaitEndsWithTheChildAtOnce) {
   }
 }
 
-TEST_F(PsnautilTest, AStopEndsTheChildItIsMeantForAndNotTheWait) {
-  for (const bool ofTheChild : {true, false}) {
-    const pid_t job = startChild([ofTheChild] {
-      installSignalHandling();
-      ChildRecord child;
-      if (SpawnExternalProgram({"sleep", ofTheChild ? "20" : "0.3"}, child) != 0) return 1;
-      ::kill(ofTheChild ? child.pid : ::getpid(), SIGTERM);
-      int exitCode = -1;
-      if (WaitForExternalProgram(child, exitCode, 20) != 0) return 2;
-      return exitCode == (ofTheChild ? SIGTERM : 0) && stopRequested() == !ofTheChild ? 0 : 3;
-    });
-    EXPECT_EQ(endOf(job), 0);
-  }
-}
-
 TEST_F(PsnautilTest, RunningIsWhoHasNotEnded) {
   EXPECT_TRUE(psIsProcessRunning(1));
   EXPECT_FALSE(psIsProcessRunning(0));
