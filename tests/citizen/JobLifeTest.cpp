@@ -4,11 +4,11 @@
 #include <ctime>
 #include <fstream>
 
-#include "citizen/Results.h"
 #include "citizen/SlowMount.h"
-#include "citizen/StatusPipe.h"
 #include "system/Definition.h"
 #include "system/InstallTree.h"
+#include "system/Results.h"
+#include "system/StatusPipe.h"
 
 namespace agent::test {
 namespace {
@@ -88,20 +88,6 @@ TEST_F(JobLifeTest, AnyBytesReachTheNotificationAndTheNamesOfFiles) {
   EXPECT_THAT(content(tree_ / "told"), HasSubstr("\n-serverIP\n" + tree_.job.name + "\n-jobName\n" +
                                                  tree_.job.name + "\n-jobRunNumber\n345\n"));
   EXPECT_TRUE(InstallTree::exists(tree_.resultFile()));
-}
-
-TEST_F(JobLifeTest, WithoutAServerNobodyIsTold) {
-  fs::create_directories(tree_ / "input");
-  fs::rename(tree_.definitionFile(), tree_ / ("input/" + tree_.job.stem() + ".dat"));
-  tree_.installAgent(3);
-  Launch launch = tree_.launch();
-  launch.arguments.erase(launch.arguments.begin() + 1, launch.arguments.begin() + 3);
-
-  EXPECT_EQ(run(launch).status, 4);
-
-  EXPECT_THAT(tree_.agentArguments(), IsEmpty());
-  EXPECT_THAT(content(tree_ / ("output/" + tree_.job.stem() + ".jobinfo")),
-              MatchesRegex("[^=]*=[0-9]+ startTime=[0-9]+"));
 }
 
 }  // namespace

@@ -8,7 +8,7 @@
 
 #include "Common/unix/FileDescriptor.h"
 #include "citizen/SlowJob.h"
-#include "citizen/StatusPipe.h"
+#include "system/StatusPipe.h"
 
 namespace agent::test {
 namespace {
@@ -142,20 +142,6 @@ TEST_F(ProgressTest, ATerminalThatStopsWritersOfItsBackgroundDoesNotStopAJob) {
   EXPECT_EQ(run(launch).status, 0);
 
   EXPECT_EQ(terminal.shown(), files());
-}
-
-TEST_F(ProgressTest, ATerminalThatGoesAwayCostsTheLineAlone) {
-  for (int i = 0; i < 60; ++i) std::ofstream(slow_.tree() + "/" + std::to_string(i));
-  slow_.rule({"getattr /[0-9]* 10"});
-  auto terminal = std::make_unique<Terminal>(uint16_t{80});
-  Launch launch = tree_.launch();
-  terminal->handTo(launch);
-  launch.whileRunning = [&](pid_t) {
-    EXPECT_TRUE(slow_.sees("getattr /30"));
-    terminal.reset();
-  };
-
-  EXPECT_EQ(run(launch).status, 0);
 }
 
 }  // namespace

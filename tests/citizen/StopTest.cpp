@@ -2,9 +2,9 @@
 
 #include <fstream>
 
-#include "citizen/Results.h"
 #include "citizen/SlowJob.h"
 #include "support/TemporaryDirectory.h"
+#include "system/Results.h"
 
 namespace agent::test {
 namespace {
@@ -29,23 +29,6 @@ class StopTest : public SlowJob {
 
   const std::vector<std::string> traced_{"-debug", "MIN"};
 };
-
-TEST_F(StopTest, InADirectoryOfAnySizeNoFurtherEntryIsLookedAt) {
-  for (int i = 0; i < 3000; ++i) std::ofstream(slow_.tree() + "/entry" + std::to_string(i));
-  tree_.installAgent();
-  slow_.rule({"getattr /entry* 10"});
-  Launch launch = tree_.launch(traced_);
-  size_t seen = 0;
-  launch.whileRunning = [&](pid_t job) {
-    EXPECT_TRUE(eventually([&] { return slow_.requests().size() > 20; }));
-    seen = slow_.requests().size();
-    kill(job, SIGTERM);
-  };
-
-  expectStopped(run(launch));
-
-  EXPECT_LE(slow_.requests().size(), seen + 1);
-}
 
 TEST_F(StopTest, ADirectoryThatIsJustBeingReadYieldsNoEntry) {
   std::ofstream(slow_.tree() + "/entry");

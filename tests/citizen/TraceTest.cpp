@@ -2,11 +2,11 @@
 
 #include <fstream>
 
-#include "citizen/Results.h"
 #include "support/TemporaryDirectory.h"
 #include "system/Definition.h"
 #include "system/InstallTree.h"
 #include "system/MountedFileSystem.h"
+#include "system/Results.h"
 
 namespace agent::test {
 namespace {

@@ -2,13 +2,10 @@
 
 #include <gmock/gmock.h>
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <ctime>
 
-#include "Common/unix/FileDescriptor.h"
 #include "system/JobTest.h"
+#include "system/StatusPipe.h"
 
 namespace agent::test {
 namespace {
@@ -21,56 +18,12 @@ using ::testing::MatchesRegex;
 using ::testing::Not;
 using ::testing::SizeIs;
 
-constexpr const char* USAGE = R"(Usage: scan [-scan | -version] [option value]...
-
-Commands:
-  -scan                    run the scan that the definition file describes (the default)
-  -version                 print the version and end; takes no options
-
-Options, in upper or lower case:
-  -agentcom READ,WRITE     pipe to the agent: descriptor to close, descriptor for the start status
-  -debug LEVEL             write a trace file; LEVEL is MIN, MID or MAX
-  -jobname NAME            name of the job; definition, result and log are named after it
-  -jobrunnumber NUMBER     number of the run
-  -maxlogsize KILOBYTES    size limit of a log or trace file (1024)
-  -maxnumlogs NUMBER       log files to keep where they are numbered (8)
-  -maxnumruns NUMBER       runs of one job whose logs are kept (5)
-  -maxnumdays DAYS         age up to which numbered logs are kept; 0: any age (90)
-  -nfstimeout SECONDS      time limit of each file-system call; 0: none (0)
-  -serverip ADDRESSES      addresses of the server, joined by "_"
-  -servername NAME         name of the server; the directory of definition, result and log
-  -serverport PORT         port of the server
-  -sidrunnumber NUMBER     number of the schedule
-  -profile NAME            name of the scan profile
-
-Examples:
-  scan -scan -servername srv01 -jobname nightly -sidrunnumber 12 -jobrunnumber 345
-  scan -scan -servername srv01 -jobname nightly -sidrunnumber 12 -jobrunnumber 346 -nfstimeout 30 -debug MAX
-)";
-
 std::string refused(const std::string& argument) {
-  return "AGT0398E The option \"" + argument + "\" is not valid. The job ends.\n" + USAGE;
+  return "AGT0398E The option \"" + argument + "\" is not valid. The job ends.\n" +
+         content(SYSTEM_TEST_EXPECTED "/usage.txt");
 }
 
 using JobDriverTest = JobTest;
-
-/// A pipe whose reading end stays here.
-struct StatusPipe {
-  StatusPipe() {
-    int ends[2];
-    if (pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
-    reading = FileDescriptor(ends[0]);
-    writing = FileDescriptor(ends[1]);
-  }
-  /// All that was written, once everybody has closed the other end.
-  std::string bytes() {
-    writing.close();
-    char buffer[16];
-    const ssize_t got = read(reading.get(), buffer, sizeof buffer);
-    return {buffer, static_cast<size_t>(std::max<ssize_t>(got, 0))};
-  }
-  FileDescriptor reading, writing;
-};
 
 // --- Command line ---
 
@@ -117,54 +70,24 @@ TEST_F(JobDriverTest, CommandLinesThatEndTheJobAtOnce) {
   }
 }
 
-TEST_F(JobDriverTest, TheProgramFindsItsInstallLocationHoweverItIsCalled) {
-  struct Case {
-    const char* comment;
-    std::string name;       // argv[0]
-    std::string directory;  // where it is called
-    std::string path;       // PATH
-    int status;
-  };
-  const std::string root = tree_ / "";
-  fs::create_directories(tree_ / "lib");
-  fs::create_symlink(tree_.program(), tree_ / "lib/scan");
-  for (const Case& c : {
-           Case{"absolute", tree_.program(), "/", "/nowhere", 0},
-           Case{"absolute, roundabout", root + "./log/../bin/./scan", "/", "/nowhere", 0},
-           Case{"relative to the tree", "bin/scan", root, "/nowhere", 0},
-           Case{"relative to bin", "./scan", root + "bin", "/nowhere", 0},
-           Case{"found through PATH", "scan", "/", "/nowhere:" + root + "bin:/usr/bin", 0},
-           Case{"absolute, not in a bin directory: no catalog", root + "lib/scan", "/", "", 72},
-           Case{"not in PATH", "scan", "/", "/nowhere", 72},
-       }) {
-    define();
-    Launch launch = tree_.launch();
-    launch.name = c.name;
-    launch.directory = c.directory;
-    launch.environment["PATH"] = c.path;
-    EXPECT_EQ(run(launch).status, c.status) << c.comment;
-    EXPECT_EQ(filesInResult(), c.status == 0 ? 2 : -1) << c.comment;
-    fs::remove(tree_.resultFile());
-
-    launch.arguments = {"-version"};
-    const Outcome version = run(launch);
-    EXPECT_EQ(version.status, c.status) << c.comment;
-    EXPECT_EQ(version.out, "5.2.4.1\n") << c.comment;
-  }
-}
-
 TEST_F(JobDriverTest, WithoutItsCatalogItSaysNothingTouchesNothingAndEndsWith72) {
   define();
   fs::remove(tree_ / "nls");
   StatusPipe pipe;
-  Launch launch = tree_.launch(words("-agentcom 0,9"));
-  launch.handed = {{pipe.writing.get(), 9}};
+  Launch launch = tree_.launch();
+  pipe.handTo(launch);
 
   EXPECT_EQ(run(launch).status, 72);
 
-  EXPECT_EQ(pipe.bytes(), "");
+  EXPECT_EQ(pipe.received(), "");
   EXPECT_TRUE(fs::is_empty(tree_ / "log"));
   EXPECT_TRUE(InstallTree::exists(tree_.definitionFile()));
+
+  launch = tree_.launch();
+  launch.arguments = {"-version"};
+  const Outcome version = run(launch);
+  EXPECT_EQ(version.status, 72);
+  EXPECT_EQ(version.out, "5.2.4.1\n") << "for this alone no catalog is needed";
 }
 
 // --- What the agent is told ---
@@ -185,28 +108,9 @@ TEST_F(JobDriverTest, OneByteTellsTheAgentWhetherTheJobHasStarted) {
     define();
     StatusPipe pipe;
     Launch launch = tree_.launch(words(c.arguments));
-    launch.handed = {{pipe.writing.get(), 9}};
+    launch.handed = {{pipe.writer.get(), 9}};
     EXPECT_EQ(run(launch).status, c.status) << c.comment;
-    EXPECT_EQ(pipe.bytes(), c.told) << c.comment;
-  }
-}
-
-TEST_F(JobDriverTest, AStarterThatReadsNothingOrHasGoneIsNotWaitedForLong) {
-  fs::create_directories(tree_.traceFile());  // no trace can be written there, which is told
-  for (const bool gone : {false, true}) {
-    StatusPipe pipe;
-    fcntl(pipe.writing.get(), F_SETFL, O_NONBLOCK);
-    while (write(pipe.writing.get(), "x", 1) == 1) continue;
-    fcntl(pipe.writing.get(), F_SETFL, 0);
-    if (gone) pipe.reading.close();
-    Launch launch = tree_.launch(words("-agentcom 0,9 -debug MIN"));
-    for (const int there : {1, 2, 9}) launch.handed.emplace_back(pipe.writing.get(), there);
-    launch.limit = std::chrono::seconds(20);
-    EXPECT_EQ(run(launch).status, 30) << gone;
-
-    define();  // and there is no agent to be told of the end, which nobody complains about
-    launch.arguments.resize(launch.arguments.size() - 2);
-    EXPECT_EQ(run(launch).status, 0) << gone;
+    EXPECT_EQ(pipe.received(), c.told) << c.comment;
   }
 }
 
@@ -224,12 +128,12 @@ TEST_F(JobDriverTest, TheAgentsEndOfThePipeIsClosedAndChildrenInheritNothing) {
   for (const int number : {9, 2}) {  // standard error may be the pipe, and stays the child's
     define();
     StatusPipe pipe;
-    Launch launch = tree_.launch({"-agentcom", "7," + std::to_string(number)});
-    launch.handed = {{pipe.reading.get(), 7}, {pipe.writing.get(), number}};
+    Launch launch = tree_.launch();
+    pipe.handTo(launch, 7, number);
 
     EXPECT_EQ(run(launch).status, 0);
 
-    EXPECT_EQ(pipe.bytes(), "1");
+    EXPECT_EQ(pipe.received(), "1");
     EXPECT_THAT(linesOf(content(tree_ / "parent")), Not(Contains("7")));
     // 3 is what ls itself opens to read the directory.
     EXPECT_THAT(linesOf(content(tree_ / "child")), ElementsAre("0", "1", "2", "3")) << number;
@@ -338,31 +242,19 @@ TEST_F(JobDriverTest, AnInitialScanHasAShortDefinitionNameAndTheAgentsNumberedLo
 }
 
 TEST_F(JobDriverTest, AnAdHocRunDrawsItsNumbersAndLooksForADefinitionWithThem) {
-  struct Case {
-    const char* comment;
-    std::vector<std::string> arguments;
-    const char* definition;
-  };
-  for (const Case& c :
-       {Case{"no arguments at all", {}, "input//scan\\.[0-9]{4}_scan\\.[0-9]{8}\\.dat"},
-        Case{"a name alone", {"-jobname", "\"by hand\""}, "input//by hand\\.[0-9]{4}_scan\\.[0-9]{8}\\.dat"},
-        Case{"one number",
-             {"-jobname", "x", "-sidrunnumber", "7"},
-             "input//x\\.0007_scan\\.[0-9]{8}\\.dat"}}) {
-    fs::remove_all(tree_ / "output");
-    fs::remove_all(tree_ / "log");
+  for (const auto& [arguments, definition] :
+       {std::pair{"", "input//scan\\.[0-9]{4}_scan\\.[0-9]{8}\\.dat"},
+        {"-jobname x -sidrunnumber 7", "input//x\\.0007_scan\\.[0-9]{8}\\.dat"}}) {
+    for (const char* name : {"output", "log"}) fs::remove_all(tree_ / name);
     Launch launch = tree_.launch();
-    launch.arguments = c.arguments;
-    EXPECT_EQ(run(launch).status, 13) << c.comment;
-    const std::vector<std::string> lines = tree_.logLines(tree_ / "log/scan_000000.log");
-    ASSERT_THAT(lines, SizeIs(2)) << c.comment;
-    const std::string name = lines[1].substr(0, lines[1].find("\" can't")).substr(lines[1].find('"') + 1);
-    EXPECT_THAT(name, MatchesRegex(tree_ / c.definition)) << c.comment;
+    launch.arguments = words(arguments);
+    EXPECT_EQ(run(launch).status, 13) << arguments;
+    const std::string line = tree_.logLines(tree_ / "log/scan_000000.log").back();
+    const std::string name = line.substr(0, line.find("\" can't")).substr(line.find('"') + 1);
+    EXPECT_THAT(name, MatchesRegex(tree_ / definition));
     // The record has the same numbers; output/scan.dat, the result, was never opened.
-    const fs::path stem = fs::path(name).stem();
     EXPECT_THAT(std::vector<fs::path>(fs::directory_iterator(tree_ / "output"), {}),
-                ElementsAre(fs::path(tree_ / "output") / (stem.string() + ".jobinfo")))
-        << c.comment;
+                ElementsAre(fs::path(tree_ / "output") / (fs::path(name).stem().string() + ".jobinfo")));
   }
 }
 

@@ -46,7 +46,6 @@ TEST_F(JobLogTest, OfAJobsRunsTheLastAreKept) {
   const std::string other = "nightly-2024.0001_scan.00000001.log";
   for (const Case& c : {
            Case{"five with the one that starts; of one schedule's the first run goes first", "", 2},
-           Case{"as many as asked for", "-maxnumruns 7", 0},
            Case{"age is no matter", "-maxnumruns 7 -maxnumdays 1", 0},
            Case{"none but the one that starts", "-maxnumruns 1", 6},
        }) {
@@ -77,10 +76,6 @@ TEST_F(JobLogTest, ANumberedLogGoesOnUntilLessThanAKilobyteIsLeft) {
            {"the first", {}, "", "agent_000000.log"},
            {"a kilobyte left", {{"agent_000003.log", 1047552}}, "", "agent_000003.log"},
            {"a byte less", {{"agent_000003.log", 1047553}}, "", "agent_000003.log agent_000004.log"},
-           {"another limit",
-            {{"agent_000003.log", 1025}},
-            "-maxlogsize 2",
-            "agent_000003.log agent_000004.log"},
            {"others are nobody's business",
             {{"scan_000009.log"}, {"agent_12345x.log", 10, 999}, {"agent_000009.trace"}},
             "",
@@ -121,25 +116,10 @@ TEST_F(JobLogTest, TracesArePurgedLikeLogsEachWithWhatBelongsToIt) {
                            "nightly.0012_scan.00000345.trace"));
 }
 
-TEST_F(JobLogTest, ALogThatCanNotBeWrittenStopsNothing) {
-  fs::create_directories(tree_.logFile());
-  EXPECT_EQ(scan().status, 0);
-  EXPECT_TRUE(InstallTree::exists(tree_.resultFile()));
-}
-
-// --- Catalogs ---
-class CatalogTest : public JobLogTest {
- protected:
-  /// Gives the tree a copy of the catalogs that may be changed.
-  void ownCatalogs() {
-    fs::remove(tree_ / "nls");
-    fs::copy(SCAN_CATALOGS, tree_ / "nls", fs::copy_options::recursive);
-  }
-};
-
-TEST_F(CatalogTest, AnotherLanguageSpeaksWhereItHasTheMessageEnglishElsewhere) {
+TEST_F(JobLogTest, AnotherLanguageSpeaksWhereItHasTheMessageEnglishElsewhere) {
   if (!InstallTree::exists("/usr/share/i18n/locales/de_DE")) GTEST_SKIP() << "no source of a German locale";
-  ownCatalogs();
+  fs::remove(tree_ / "nls");  // for a copy of the catalogs that may be changed
+  fs::copy(SCAN_CATALOGS, tree_ / "nls", fs::copy_options::recursive);
   const std::string locales = tree_.room("locales");
   fs::create_directories(tree_ / "nls/de_DE");
   std::ofstream(tree_.scratch() + "/de.msg") << "$set 1\n$quote \"\n462 \"STA0161I Fertig.\"\n"

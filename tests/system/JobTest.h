@@ -1,6 +1,6 @@
 #pragma once
 
-#include "system/ResultFile.h"
+#include "system/Results.h"
 #include "system/SystemTest.h"
 
 namespace agent::test {
@@ -13,8 +13,8 @@ class JobTest : public SystemTest {
   /// The number of files that the result counts, or -1 without a result.
   long long filesInResult() const {
     if (!InstallTree::exists(tree_.resultFile())) return -1;
-    const ResultFile result(tree_.result());
-    return result.number(result.results(5, 1).only("SSummary"), "sumFileCount");
+    const ResultFile result(tree_.resultFile());
+    return result.number(only(result.results(5, 1), "SSummary"), "sumFileCount");
   }
 };
 

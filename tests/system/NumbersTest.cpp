@@ -4,7 +4,7 @@
 
 #include <unistd.h>
 
-#include "system/ResultFile.h"
+#include "system/Results.h"
 #include "system/SystemTest.h"
 
 namespace agent::test {
@@ -30,9 +30,9 @@ std::string totalsByScan(const ResultFile& result, int filesystem) {
     return key + " " + result.text(node, prefix + "FileCount") + " " +
            result.text(node, prefix + "DirectoryCount") + " " + result.text(node, prefix + "TotalSize");
   };
-  std::vector<std::string> lines{line("all", results.only("SSummary"), "sum")};
-  for (const Node* node : results.all("SUserOrGroup")) {
-    const Node& who = node->only("UserOrGroup");
+  std::vector<std::string> lines{line("all", only(results, "SSummary"), "sum")};
+  for (const Node* node : results.childrenOf("SUserOrGroup")) {
+    const Node& who = only(*node, "UserOrGroup");
     const bool group = result.number(who, "ugType") == 2;
     lines.push_back(
         line(group ? "g" + result.text(who, "ugGroupID") : "u" + result.text(who, "ugID"), *node, "sug"));
@@ -55,11 +55,11 @@ class NumbersTest : public ::testing::Test {
 
     ASSERT_EQ(tree_.scan().status, 0);
 
-    const ResultFile result(tree_.result());
+    const ResultFile result(tree_.resultFile());
     EXPECT_EQ(totalsByScan(result, 1), totals);
-    const Node& filesystem = result.root().only("Filesystem");
+    const Node& filesystem = only(result.root(), "Filesystem");
     for (const auto& [column, value] : figures) EXPECT_EQ(result.text(filesystem, column), value) << column;
-    const Node& summary = result.results(5, 1).only("SSummary");
+    const Node& summary = only(result.results(5, 1), "SSummary");
     for (const char* figure : {"Capacity", "UsedSpace", "FreeSpace"}) {
       EXPECT_EQ(result.text(summary, std::string("sum") + figure),
                 result.text(filesystem, std::string("fs") + figure));

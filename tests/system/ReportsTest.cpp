@@ -7,7 +7,7 @@
 
 #include "Common/SafeText.h"
 #include "system/Reports.h"
-#include "system/ResultFile.h"
+#include "system/Results.h"
 #include "system/SystemTest.h"
 
 namespace agent::test {
@@ -49,7 +49,7 @@ void expectGoodReports(const std::string& resultFile) {
   EXPECT_EQ(json.status, 0);
   EXPECT_EQ(json.err, "");
   std::map<std::string, size_t> shown, stored;
-  countRecords(ResultFile(content(resultFile)).root(), stored);
+  countRecords(ResultFile(resultFile).root(), stored);
   for (const std::string& line : linesOf(json.out)) {
     EXPECT_TRUE(std::none_of(line.begin(), line.end(), isControl)) << line;
     const auto object = nlohmann::json::parse(line, nullptr, false);

@@ -23,7 +23,7 @@
 #include <unistd.h>
 
 #include "system/Reports.h"
-#include "system/ResultFile.h"
+#include "system/Results.h"
 #include "system/SystemTest.h"
 
 namespace agent::test {

@@ -11,7 +11,7 @@
 #include <thread>
 
 #include "Common/unix/FileDescriptor.h"
-#include "system/ResultFile.h"
+#include "system/Results.h"
 #include "system/SystemTest.h"
 
 namespace agent::test {
@@ -39,14 +39,14 @@ class WalkTest : public SystemTest {
     definition.records[1].set("sdLargestFiles", 30000);
     tree_.define(definition.text());
     const Outcome outcome = tree_.scan();
-    const ResultFile result(tree_.result());
+    const ResultFile result(tree_.resultFile());
     const Node& results = result.results(5, 1);
     files_.clear();
-    for (const Node* file : results.all("SFile")) {
+    for (const Node* file : results.childrenOf("SFile")) {
       files_.insert(result.text(*file, "faName").substr(mountPoint.size() + 1));
     }
-    fileCount_ = result.number(results.only("SSummary"), "sumFileCount");
-    directories_ = result.number(results.only("SSummary"), "sumDirectoryCount");
+    fileCount_ = result.number(only(results, "SSummary"), "sumFileCount");
+    directories_ = result.number(only(results, "SSummary"), "sumDirectoryCount");
     return outcome;
   }
 
@@ -120,20 +120,6 @@ TEST_F(WalkTest, TheClusterFileSystemsToolIsAskedForItsSnapshotDirectory) {
   EXPECT_THAT(files_, ElementsAre("one.txt", "two.txt"));
 }
 
-TEST_F(WalkTest, TheWalkGoesDown200LevelsAndSaysWhereItStops) {
-  nest("d", 250);
-  EXPECT_EQ(scan(data()).status, 0);
-
-  EXPECT_EQ(directories_, 201);  // the root and 200 below it
-  EXPECT_EQ(fileCount_, 2 + 199);
-  std::string deepest = data();
-  for (int i = 0; i < 200; ++i) deepest += "/d";
-  EXPECT_THAT(tree_.logLines(),
-              Contains("STA0001E The directory \"" + deepest +
-                       "\" lies too deep: a walk goes down at most 200 levels. Its content is not "
-                       "counted; the scan goes on."));
-}
-
 TEST_F(WalkTest, AJobWithoutDescriptorsSaysWhatItLost) {
   nest("d", 60);
   tree_.define(summaryOf({data()}).text());
@@ -187,8 +173,8 @@ TEST_F(WalkTest, AHugeDirectoryTakesNoMoreMemoryThanASmallOne) {
   const Outcome outcome = tree_.scan();
 
   EXPECT_EQ(outcome.status, 0);
-  const ResultFile result(tree_.result());
-  EXPECT_EQ(result.number(result.results(5, 1).only("SSummary"), "sumFileCount"), ENTRIES + 2);
+  const ResultFile result(tree_.resultFile());
+  EXPECT_EQ(result.number(only(result.results(5, 1), "SSummary"), "sumFileCount"), ENTRIES + 2);
   std::vector<std::string> counts = tree_.logLines();
   EXPECT_THAT(
       std::vector<std::string>(counts.begin() + 4, counts.end() - 1),
@@ -198,45 +184,6 @@ TEST_F(WalkTest, AHugeDirectoryTakesNoMoreMemoryThanASmallOne) {
   if (SANITIZED) GTEST_SKIP() << "the sanitizer's own memory is not the program's";
   EXPECT_LT(outcome.usage.ru_maxrss, 32 * 1024) << "kilobytes";
   EXPECT_LT(outcome.usage.ru_maxrss, small.usage.ru_maxrss + 2048) << "kilobytes";
-}
-
-TEST_F(WalkTest, ATreeThatChangesUnderTheWalkHarmsNothing) {
-  // The links lead to a directory of the same file system, where only their own path tells that one was
-  // followed.
-  shell("cd '" + data() +
-        "' && mkdir -p target a/b && touch target/secret && for i in $(seq 0 19); do mkdir swap$i && "
-        "ln -s '" +
-        data() + "/target' link$i; done");
-  std::jthread busy([this](const std::stop_token& stop) {
-    const FileDescriptor here = openFile(data().c_str(), O_DIRECTORY);
-    for (unsigned i = 0; !stop.stop_requested(); ++i) {
-      // Directories and links change places; directories come, go and move; so do files.
-      const std::string pair = std::to_string(i % 20), name = "a/b/" + std::to_string(i % 50);
-      renameat2(here.get(), ("swap" + pair).c_str(), here.get(), ("link" + pair).c_str(), RENAME_EXCHANGE);
-      if (i % 3 == 0) {
-        mkdirat(here.get(), name.c_str(), 0755);
-      } else if (i % 3 == 1) {
-        FileDescriptor(openat(here.get(), name.c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0644));
-      } else {
-        unlinkat(here.get(), name.c_str(), AT_REMOVEDIR);
-        unlinkat(here.get(), name.c_str(), 0);
-      }
-      if (i % 7 == 0) renameat(here.get(), "a/b", here.get(), "b");
-      if (i % 7 == 3) renameat(here.get(), "b", here.get(), "a/b");
-    }
-  });
-  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(2);
-  std::set<std::string> said;
-  while (std::chrono::steady_clock::now() < end) {
-    EXPECT_EQ(scan(data()).status, 0);
-    EXPECT_THAT(files_, Not(Contains(::testing::MatchesRegex("(link|swap).*/secret"))));
-    for (const std::string& line : tree_.logLines()) said.insert(line.substr(0, line.find(' ')));
-  }
-  for (const char* expected :
-       {"", "AGT0146I", "STA0532I", "STA0025I", "STA0121E", "STA0063E", "AGT0144I", "STA0161I"}) {
-    said.erase(expected);
-  }
-  EXPECT_THAT(said, ::testing::IsEmpty());
 }
 
 }  // namespace

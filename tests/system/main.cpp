@@ -2,7 +2,7 @@
 //
 //   InstallTree         an install tree with the program in it; runs jobs, reads what they leave
 //   Definition          writes scan definitions
-//   ResultFile          reads results, by the grammar alone
+//   Results             reads results
 //   MountedFileSystem   tmpfs, ext4 images, overlays: in a mount namespace of this process
 
 #include <gtest/gtest.h>
