@@ -9,12 +9,9 @@
 namespace agent::test {
 namespace {
 
-using ::testing::IsEmpty;
-
 class CuStatAccumTest : public ::testing::Test {
  protected:
   void act(FileAttributes entry) { accumulator.actUpon(walk.scanner, entry); }
-  void enter(FileAttributes entry) { accumulator.directoryEntered(entry); }
 
   WalkStandIn walk;
   CuStatDef definition;
@@ -38,27 +35,6 @@ TEST_F(CuStatAccumTest, CountsAnInodeOnceLessThanItHasNamesInTheTree) {
         << c.names << " names, " << c.inTree << " in the tree";
     EXPECT_EQ(results->srSummary->sumTotalSize, 8 * c.counted);
   }
-}
-
-TEST_F(CuStatAccumTest, BuildsNothingForCountsBelowOneAndForWindowsAlone) {
-  definition.sdID = 5;
-  definition.sdLargestDirectories = -1;
-  definition.sdLargestFiles = -32768;
-  definition.sdLargestFileTypes = 10;
-  definition.sdWinOnlyFileType = true;
-  definition.sdGroupByCreation = true;
-  accumulator.buildAccum(definition, walk.filesystem);
-  const auto results = accumulator.takeResults();
-  enter(WalkStandIn::directory("/m/"));
-  act(WalkStandIn::file("/m/x.txt", 2));
-  accumulator.directoryLeft();
-
-  EXPECT_EQ(results->srID, 5);
-  EXPECT_THAT(results->srLargestDirectories, IsEmpty());
-  EXPECT_THAT(results->srLargestFiles, IsEmpty());
-  EXPECT_THAT(results->srFileTypes, IsEmpty());
-  EXPECT_EQ(results->srSummary, nullptr);
-  EXPECT_FALSE(definition.sdGroupByCreation);  // the result shows "N"
 }
 
 }  // namespace

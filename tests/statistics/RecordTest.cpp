@@ -9,8 +9,8 @@
 #include "Scan/results/SSizeDist.h"
 #include "Scan/statistics/BackupAction.h"
 #include "Scan/statistics/FileScoreRule.h"
-#include "support/TemporaryDirectory.h"
 #include "statistics/WalkStandIn.h"
+#include "support/TemporaryDirectory.h"
 
 namespace agent::test {
 namespace {

@@ -60,32 +60,6 @@ TEST_F(BadDefinitionTest, CutAnywhere) {
   }
 }
 
-TEST_F(BadDefinitionTest, LinesMissingDoubledAndSwapped) {
-  const std::vector<std::string> lines = linesOf(whole());
-  for (size_t i = 0; i < lines.size(); ++i) {
-    for (const char* how : {"missing", "doubled", "swapped with the next", "without its last byte"}) {
-      std::vector<std::string> changed = lines;
-      const auto line = changed.begin() + static_cast<ptrdiff_t>(i);
-      switch (*how + how[1]) {
-        case 'm' + 'i':
-          changed.erase(line);
-          break;
-        case 'd' + 'o':
-          changed.insert(line, lines[i]);
-          break;
-        case 's' + 'w':
-          if (i + 1 < lines.size()) std::swap(line[0], line[1]);
-          break;
-        default:
-          if (!line->empty()) line->pop_back();
-      }
-      std::string text;
-      for (const std::string& each : changed) text += each + "\n";
-      expectAnEnd(text, "line " + std::to_string(i + 1) + " " + how);
-    }
-  }
-}
-
 TEST_F(BadDefinitionTest, Oddities) {
   const std::string header =
       "[Header]\n[AgentScan]\nasJobName,asScanningCompID\n[Filesystem]\nfsID,fsMountPoint\n"

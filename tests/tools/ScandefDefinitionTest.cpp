@@ -6,8 +6,6 @@
 #include <array>
 #include <sstream>
 
-#include "Common/ParserAPI.h"
-#include "Common/ScanVOXTags.h"
 #include "ScandefOptions.h"
 #include "support/TemporaryDirectory.h"
 
@@ -15,7 +13,6 @@ namespace agent::scandef {
 namespace {
 
 using test::content;
-using ::testing::ElementsAre;
 using ::testing::StartsWith;
 
 /// The words of a command line, which may hold blanks: "--job|nightly".
@@ -53,32 +50,6 @@ TEST(ScandefDefinitionTest, EverythingThatCanBeAskedFor) {
                                R"(--monthly-retention|9|--where=type != file|--only|/var|--statistic|dirs|)"
                                R"(--directories|--where|everything)")),
             content(EXPECTED "/definition.dat"));
-}
-
-TEST(ScandefDefinitionTest, TheJobsOwnReaderFindsEveryCellInItsColumn) {
-  const test::TemporaryDirectory directory;
-  ParserAPI parser(
-      directory.file("scan.dat", definitionOf({"--filesystem", "7=/a,b", "--monitor", "/a,b/m", "--statistic",
-                                               "x", "--only", "/a,b", "--where", "orphan"})));
-  auto job = parser.findNextEntity({});
-  ASSERT_TRUE(job);
-  EXPECT_THAT(parser.getEntityData(*job), ElementsAre(ElementsAre("scan", "1")));
-  std::vector<std::string> classes;
-  std::vector<ParserAPI::Entity> children = parser.getEntityChildren(*job);
-  for (ParserAPI::Entity& child : children) {
-    classes.push_back(child.name);
-    const Rows rows = parser.getEntityData(child);
-    ASSERT_EQ(rows.size(), 1U);
-    const Row& header = parser.getEntityHeader(child);
-    ASSERT_EQ(rows[0].size(), header.size()) << child.name;
-    if (child.name == "Filesystem") {
-      EXPECT_EQ(rows[0][17], "/a,b");
-    }
-  }
-  EXPECT_THAT(classes, ElementsAre("Filesystem", "MonDirSpec", "CuStatDef", "CuStatDef"));
-  const auto sources = parser.getEntityChildren(children.back());
-  ASSERT_EQ(sources.size(), 1U);
-  EXPECT_EQ(sources[0].name, "ResultsByFS");
 }
 
 TEST(ScandefDefinitionTest, WhatTheFormatCannotHoldIsRefused) {

@@ -220,18 +220,6 @@ TEST_F(ScannerTest, DoesNotEnterADirectoryThatWasExchangedAfterItsStat) {
   }
 }
 
-TEST_F(ScannerTest, ShowsLogicalNamesAndReadsLocalOnes) {
-  tree.file("a/b");
-  filesystem.fsMountPoint = "/vol/export/";
-  action = std::make_unique<RecordingAction>(0);
-  calls.refusedToStat["b"] = EIO;
-
-  EXPECT_EQ(walk(tree.path()), 0);
-
-  EXPECT_THAT(action->visited, ElementsAre("/vol/export/", "/vol/export/a"));
-  EXPECT_THAT(log.lines(), Contains(AllOf(HasSubstr("STA0063E"), HasSubstr(tree / "a/b"))));
-}
-
 TEST_F(ScannerTest, StopsAtTwoHundredLevelsWithoutFailing) {
   std::string nested;
   for (int i = 0; i < 250; ++i) nested += "d/";
