@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "Probe/Filesystem.h"
-#include "support/TemporaryDirectory.h"
 #include "support/JobLog.h"
+#include "support/TemporaryDirectory.h"
 
 namespace agent::test {
 namespace {

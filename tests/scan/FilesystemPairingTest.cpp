@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "Probe/NasFiler.h"
-#include "support/TemporaryDirectory.h"
 #include "support/JobLog.h"
+#include "support/TemporaryDirectory.h"
 
 namespace agent::test {
 namespace {

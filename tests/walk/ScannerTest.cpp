@@ -16,8 +16,8 @@
 #include "Scan/unix/DirectoryReaderUnix.h"
 #include "Scan/unix/UnixUserTable.h"
 #include "Scan/walk/FileAction.h"
-#include "support/TemporaryDirectory.h"
 #include "support/JobLog.h"
+#include "support/TemporaryDirectory.h"
 
 namespace agent::test {
 namespace {
