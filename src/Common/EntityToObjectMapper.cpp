@@ -8,14 +8,14 @@
 
 namespace agent {
 
-const Row& theRow(const Row& header, const Rows& rows, const char* text) {
+const Row& theRow(const HeaderRow& header, const Rows& rows, const char* text) {
   static const Row NO_CELLS;
   const Row& row = rows.empty() ? NO_CELLS : rows.front();
   requireSameLength(header, row, text);
   return row;
 }
 
-void requireSameLength(const Row& header, const Row& row, const char* text) {
+void requireSameLength(const HeaderRow& header, const Row& row, const char* text) {
   if (header.size() == row.size()) return;
   TRACE(TR_MIN, "%s", text);
   throw VoxObjectCreationException(VoxObjectCreationException::HEADER_AND_DATA_DIFFER, text);

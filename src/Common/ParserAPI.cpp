@@ -236,7 +236,7 @@ std::optional<ParserAPI::Entity> ParserAPI::findNextEntity(const std::optional<E
   return findFirstEntity(false);
 }
 
-const Row& ParserAPI::getEntityHeader(const Entity& entity) const {
+const HeaderRow& ParserAPI::getEntityHeader(const Entity& entity) const {
   TRACE_SCOPE("ParserAPI::getEntityHeader()");
   const auto found = headerTable_.find(entity.name);
   if (found == headerTable_.end()) {

@@ -59,7 +59,7 @@ class ParserAPI : public Object {
 
   /// The attribute names of the entity's class; valid until closeFile.
   /// @throws VOXParserException 321 when the header block has no row for it
-  const Row& getEntityHeader(const Entity& entity) const;
+  const HeaderRow& getEntityHeader(const Entity& entity) const;
 
   /// The entity's rows; moves its dataPos behind them.
   /// @param rows how many; -1 means all. With a limit the next call goes on behind the last row read.
@@ -98,7 +98,7 @@ class ParserAPI : public Object {
   std::string fileName_;
   LineReader raf_;
   std::map<int, std::string> entityTable_;
-  std::unordered_map<std::string, Row> headerTable_;
+  std::unordered_map<std::string, HeaderRow> headerTable_;
 };
 
 }  // namespace agent

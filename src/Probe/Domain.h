@@ -4,10 +4,9 @@
 #include <string>
 
 #include "Common/EntityToObjectMapper.h"
+#include "Common/RecordTable.h"
 
 namespace agent {
-
-class GenericPrint;
 
 /// A naming domain of filers and owners. Read from the definition below a filer.
 class Domain : public Object {
@@ -15,9 +14,11 @@ class Domain : public Object {
   Domain() : Object("Domain") {}
   Domain(int32_t domainId, std::string domainName);
 
+  static const RecordTable<Domain>& table();
+
   /// Fills the record from the entity's row.
   /// @throws VoxObjectCreationException code 325 when row and header differ in length
-  void initializeObject(const Row& refHeaderArray, const Rows& refDataArray);
+  void initializeObject(const HeaderRow& refHeaderArray, const Rows& refDataArray);
 
   /// Writes the class tag and header row, and those of LdapTree behind it.
   static void printHeader(GenericPrint& print);

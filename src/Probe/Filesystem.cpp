@@ -1,65 +1,8 @@
 #include "Probe/Filesystem.h"
 
-#include <algorithm>
-#include <iterator>
-#include <string_view>
-
-#include "Common/ColumnTable.h"
-#include "Common/GenericPrint.h"
-#include "Common/ScanVOXTags.h"
 #include "Probe/NasFiler.h"
 
 namespace agent {
-
-namespace {
-
-std::vector<std::string> splitAtCommas(std::string_view cell) {
-  std::vector<std::string> parts;
-  while (!cell.empty()) {
-    const size_t comma = cell.find(',');
-    parts.emplace_back(cell.substr(0, comma));
-    cell.remove_prefix(comma == std::string_view::npos ? cell.size() : comma + 1);
-  }
-  return parts;
-}
-
-std::string joinOrNull(const std::vector<std::string>& parts) {
-  if (parts.empty()) return ScanVOXTags::VOX_NULL;
-  std::string joined = parts.front();
-  for (size_t part = 1; part < parts.size(); ++part) joined += ',' + parts[part];
-  return joined.empty() ? ScanVOXTags::VOX_NULL : joined;
-}
-
-// Columns of the printed row, in its order; the list of host mount points stands behind the mount point.
-const Column<Filesystem> COLUMNS[] = {
-    {Filesystem::FILESYSTEM_ID, &Filesystem::fsID},
-    {Filesystem::FILESYSTEM_COMPUTERID, &Filesystem::fsComputerID},
-    {"fsGroupID", &Filesystem::fsGroupID},
-    {"fsLogDiskID", &Filesystem::fsLogDiskID},
-    {"fsLogicalDiskID", &Filesystem::fsLogicalDiskID},
-    {Filesystem::FILESYSTEM_MAXFILES, &Filesystem::fsMaxFiles},
-    {Filesystem::FILESYSTEM_USEDINODES, &Filesystem::fsUsedInodes},
-    {Filesystem::FILESYSTEM_FREEINODES, &Filesystem::fsFreeInodes},
-    {Filesystem::FILESYSTEM_SIZE, &Filesystem::fsPhysicalSize},
-    {Filesystem::FILESYSTEM_CAPACITY, &Filesystem::fsCapacity},
-    {Filesystem::FILESYSTEM_USEDSPACE, &Filesystem::fsUsedSpace},
-    {Filesystem::FILESYSTEM_FREESPACE, &Filesystem::fsFreeSpace},
-    {"fsFileCount", &Filesystem::fsFileCount},
-    {"fsDirectoryCount", &Filesystem::fsDirectoryCount},
-    {"fsScanTime", &Filesystem::fsScanTime},
-    {Filesystem::FILESYSTEM_TYPE, &Filesystem::fsType},
-    {"fsUseCount", &Filesystem::fsUseCount},
-    {Filesystem::FILESYSTEM_MNTPT, &Filesystem::fsMountPoint},
-    {Filesystem::FILESYSTEM_DISCTIME, &Filesystem::fsDiscoveredTime},
-    {Filesystem::FILESYSTEM_SCANNING_COMPUTERID, &Filesystem::fsScanningCompID},
-    {Filesystem::FILESYSTEM_EXPORTNAME, &Filesystem::fsExportName},
-    {Filesystem::FILESYSTEM_SCANNED, &Filesystem::fsScanned}};
-
-// Columns that are read and never printed.
-const Column<Filesystem> READ_ONLY_COLUMNS[] = {{"fsClusterSize", &Filesystem::fsClusterSize},
-                                                {"fsMFTEntrySize", &Filesystem::fsMFTEntrySize}};
-
-}  // namespace
 
 const std::array<const char*, 27> Filesystem::TYPES = {
     "UNKNOWN",  "FAT",  "FAT32", "NTFS4",    "NTFS5",  "EXT2",   "EXT3", "ZIX_JFS", "HP_HFS",
@@ -78,42 +21,55 @@ bool Filesystem::isCLFSFileset(int fsType) {
   return fsType == CLFS || fsType == CLFS_FILESET;
 }
 
-void Filesystem::inititializeObject(const Row& refHeaderArray, const Rows& refDataArray) {
-  const Row& row =
-      theRow(refHeaderArray, refDataArray, "ERROR: VoxObjectCreationException exception. Leaving method.");
-  for (size_t index = 0; index < row.size(); ++index) {
-    const std::string_view attribute = refHeaderArray[index];
-    if (attribute == FILESYSTEM_HOSTNASMNTPT) hostNasMountPoints = splitAtCommas(row[index]);
-    const auto storeInto = [&](const Column<Filesystem>& column) {
-      if (attribute == column.tag) storeCell(*this, column, row[index]);
-    };
-    std::for_each(std::begin(COLUMNS), std::end(COLUMNS), storeInto);
-    std::for_each(std::begin(READ_ONLY_COLUMNS), std::end(READ_ONLY_COLUMNS), storeInto);
-  }
+const RecordTable<Filesystem>& Filesystem::table() {
+  static constexpr Column<Filesystem> COLUMNS[] = {
+      column<&Filesystem::fsID>(FILESYSTEM_ID, "its id"),
+      column<&Filesystem::fsComputerID>(FILESYSTEM_COMPUTERID, "the computer that it belongs to"),
+      column<&Filesystem::fsGroupID>("fsGroupID", "carried through"),
+      column<&Filesystem::fsLogDiskID>("fsLogDiskID", "carried through"),
+      column<&Filesystem::fsLogicalDiskID>("fsLogicalDiskID", "carried through"),
+      column<&Filesystem::fsMaxFiles>(FILESYSTEM_MAXFILES, "inodes that there are"),
+      column<&Filesystem::fsUsedInodes>(FILESYSTEM_USEDINODES, "inodes in use"),
+      column<&Filesystem::fsFreeInodes>(FILESYSTEM_FREEINODES, "inodes that are free"),
+      column<&Filesystem::fsPhysicalSize>(FILESYSTEM_SIZE, "size of its device, in units of 512 bytes"),
+      column<&Filesystem::fsCapacity>(FILESYSTEM_CAPACITY, "space that it offers, in units of 512 bytes"),
+      column<&Filesystem::fsUsedSpace>(FILESYSTEM_USEDSPACE, "capacity that isn't free"),
+      column<&Filesystem::fsFreeSpace>(FILESYSTEM_FREESPACE,
+                                       "space that any user may take, in units of 512 bytes"),
+      column<&Filesystem::fsFileCount>("fsFileCount", "carried through"),
+      column<&Filesystem::fsDirectoryCount>("fsDirectoryCount", "carried through"),
+      column<&Filesystem::fsScanTime>("fsScanTime", "when its walk began"),
+      column<&Filesystem::fsType>(FILESYSTEM_TYPE, "its kind: the constants in `Probe/Filesystem.h`"),
+      column<&Filesystem::fsUseCount>("fsUseCount", "carried through"),
+      column<&Filesystem::fsMountPoint>(FILESYSTEM_MNTPT, "where it is mounted; a result has a slash behind"),
+      column<&Filesystem::hostNasMountPoints>(FILESYSTEM_HOSTNASMNTPT, "where hosts mount a filer's export"),
+      column<&Filesystem::fsDiscoveredTime>(FILESYSTEM_DISCTIME, "carried through"),
+      column<&Filesystem::fsScanningCompID>(FILESYSTEM_SCANNING_COMPUTERID, "the computer that scans it"),
+      column<&Filesystem::fsExportName>(FILESYSTEM_EXPORTNAME, "a filer's name for it"),
+      column<&Filesystem::fsScanned>(FILESYSTEM_SCANNED, "it has been walked"),
+      // Results have never had room for these.
+      column<&Filesystem::fsClusterSize>("fsClusterSize", "not used").onlyRead(),
+      column<&Filesystem::fsMFTEntrySize>("fsMFTEntrySize", "not used").onlyRead()};
+  static constexpr RecordTable<Filesystem> TABLE(FILESYSTEM, "A file system that is to be scanned.", COLUMNS);
+  return TABLE;
+}
+
+void Filesystem::inititializeObject(const HeaderRow& refHeaderArray, const Rows& refDataArray) {
+  table().read(
+      *this, refHeaderArray,
+      theRow(refHeaderArray, refDataArray, "ERROR: VoxObjectCreationException exception. Leaving method."));
 }
 
 void Filesystem::printHeader(GenericPrint& print) {
   if (printedHeaders) return;
-  Row names;
-  for (const Column<Filesystem>& column : COLUMNS) {
-    names.emplace_back(column.tag);
-    if (names.back() == FILESYSTEM_MNTPT) names.emplace_back(FILESYSTEM_HOSTNASMNTPT);
-  }
   print.beginNode(FILESYSTEM);
-  print.printHeader(names);
+  table().printHeader(print);
   printedHeaders = true;
 }
 
 void Filesystem::printData(GenericPrint& print, bool onlyOnce) {
   if (onlyOnce && printed_) return;
-  Row values;
-  for (const Column<Filesystem>& column : COLUMNS) {
-    values.push_back(printCell(*this, column));
-    if (std::string_view(column.tag) == FILESYSTEM_MNTPT) values.push_back(joinOrNull(hostNasMountPoints));
-  }
-  print.beginNode(FILESYSTEM);
-  print.printData(values);
-  print.endNode(FILESYSTEM);
+  table().printNode(print, *this);
   if (onlyOnce) printed_ = true;
 }
 

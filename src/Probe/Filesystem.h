@@ -9,10 +9,10 @@
 
 #include "Common/AnalysisSource.h"
 #include "Common/EntityToObjectMapper.h"
+#include "Common/RecordTable.h"
 
 namespace agent {
 
-class GenericPrint;
 class NasFiler;
 
 /// One file system: read from the definition, corrected with the host's figures before its walk, written to
@@ -75,7 +75,9 @@ class Filesystem : public AnalysisSource, public EntityToObjectMapper {
   Filesystem(const Filesystem&) = delete;
   Filesystem& operator=(const Filesystem&) = delete;
 
-  void inititializeObject(const Row& refHeaderArray, const Rows& refDataArray) override;
+  static const RecordTable<Filesystem>& table();
+
+  void inititializeObject(const HeaderRow& refHeaderArray, const Rows& refDataArray) override;
 
   /// Writes the class tag and the column row, once for each result file (see printedHeaders).
   static void printHeader(GenericPrint& print);

@@ -1,33 +1,31 @@
 #include "Probe/NasFiler.h"
 
-#include "Common/ColumnTable.h"
-
 namespace agent {
 
-namespace {
+const RecordTable<NasFiler>& NasFiler::table() {
+  static constexpr Column<NasFiler> COLUMNS[] = {
+      column<&NasFiler::nfComputerID>("nfComputerID", "the filer's id, which monitored directories may name"),
+      column<&NasFiler::nfNameFormat>("nfNameFormat", "not used"),
+      column<&NasFiler::nfName>("nfName", "a host name that its mounts may have"),
+      column<&NasFiler::nfNetworkName>("nfNetworkName", "the host name that is tried first"),
+      column<&NasFiler::nfAlias>("nfAlias", "not used"),
+      column<&NasFiler::nfIPAddress>("nfIPAddress", "a host address that its mounts may have"),
+      column<&NasFiler::nfManufacturer>("nfManufacturer", "not used"),
+      column<&NasFiler::nfOSType>("nfOSType", "its kind; mounts of kind 23 are found by `nfName` alone"),
+      column<&NasFiler::nfNameSpace>("nfNameSpace", "not used"),
+      column<&NasFiler::nfCIMOM>("nfCIMOM", "not used"),
+      column<&NasFiler::nfVersion>("nfVersion", "not used")};
+  static constexpr RecordTable<NasFiler> TABLE(
+      ScanVOXTags::NAS_FILER,
+      "The filer that a file system lies on, below it; with `Domain` and `LdapTree` nodes of its own.",
+      COLUMNS);
+  return TABLE;
+}
 
-const Column<NasFiler> COLUMNS[] = {{"nfComputerID", &NasFiler::nfComputerID},
-                                    {"nfNameFormat", &NasFiler::nfNameFormat},
-                                    {"nfName", &NasFiler::nfName},
-                                    {"nfNetworkName", &NasFiler::nfNetworkName},
-                                    {"nfAlias", &NasFiler::nfAlias},
-                                    {"nfIPAddress", &NasFiler::nfIPAddress},
-                                    {"nfManufacturer", &NasFiler::nfManufacturer},
-                                    {"nfOSType", &NasFiler::nfOSType},
-                                    {"nfNameSpace", &NasFiler::nfNameSpace},
-                                    {"nfCIMOM", &NasFiler::nfCIMOM},
-                                    {"nfVersion", &NasFiler::nfVersion}};
-
-}  // namespace
-
-void NasFiler::initializeObject(const Row& refHeaderArray, const Rows& refDataArray) {
-  const Row& row =
-      theRow(refHeaderArray, refDataArray, "ERROR: VoxObjectCreationException exception. Leaving method.");
-  for (size_t index = 0; index < row.size(); ++index) {
-    for (const Column<NasFiler>& column : COLUMNS) {
-      if (refHeaderArray[index] == column.tag) storeCell(*this, column, row[index]);
-    }
-  }
+void NasFiler::initializeObject(const HeaderRow& refHeaderArray, const Rows& refDataArray) {
+  table().read(
+      *this, refHeaderArray,
+      theRow(refHeaderArray, refDataArray, "ERROR: VoxObjectCreationException exception. Leaving method."));
 }
 
 }  // namespace agent

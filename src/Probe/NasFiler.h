@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "Common/EntityToObjectMapper.h"
+#include "Common/RecordTable.h"
 #include "Common/VOXCommon/LdapTree.h"
 #include "Probe/Domain.h"
 
@@ -20,9 +21,11 @@ class NasFiler : public Object {
 
   NasFiler() : Object("NasFiler") {}
 
+  static const RecordTable<NasFiler>& table();
+
   /// Fills the record from the entity's row; columns that only the server side knows are passed over.
   /// @throws VoxObjectCreationException code 325 when row and header differ in length
-  void initializeObject(const Row& refHeaderArray, const Rows& refDataArray);
+  void initializeObject(const HeaderRow& refHeaderArray, const Rows& refDataArray);
 
   int32_t nfComputerID = 0;
   int32_t nfNameFormat = 0;

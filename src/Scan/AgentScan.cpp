@@ -1,7 +1,5 @@
 #include "Scan/AgentScan.h"
 
-#include "Common/GenericPrint.h"
-#include "Common/ScanVOXTags.h"
 #include "Probe/Domain.h"
 #include "QLMlib/common/ut/Trace.h"
 #include "Scan/identity/UserOrGroup.h"
@@ -13,14 +11,32 @@
 
 namespace agent {
 
-void AgentScan::inititializeObject(const Row& refHeaderArray, const Rows& refDataArray) {
-  const Row& row = theRow(refHeaderArray, refDataArray,
-                          "ERROR: refHeaderArray.size() != refDataArray.size(). VoxObjectCreationException "
-                          "will be thrown.");
-  if (!row.empty() && refHeaderArray[0] == ScanVOXTags::AS_JOB_NAME) jobName_ = row[0];
-  if (row.size() > 1 && refHeaderArray[1] == ScanVOXTags::AS_SCANNING_COMP_ID) {
-    scanningCompId_ = toInt32(row[1]);
-  }
+namespace {
+
+template <typename Record>
+void printClass(GenericPrint& print) {
+  print.beginNode(Record::table().tag());
+  Record::printHeader(print);
+}
+
+}  // namespace
+
+const RecordTable<AgentScan>& AgentScan::table() {
+  // Unlike those of other classes these go by their places as well.
+  static constexpr Column<AgentScan> COLUMNS[] = {
+      column<&AgentScan::jobName_>(ScanVOXTags::AS_JOB_NAME, "name of the job").onlyAt(0).emptyAs(""),
+      column<&AgentScan::scanningCompId_>(ScanVOXTags::AS_SCANNING_COMP_ID, "the computer that scans")
+          .onlyAt(1)};
+  static constexpr RecordTable<AgentScan> TABLE(
+      ScanVOXTags::AS, "The job, around all other nodes. In a result it has no row.", COLUMNS);
+  return TABLE;
+}
+
+void AgentScan::inititializeObject(const HeaderRow& refHeaderArray, const Rows& refDataArray) {
+  table().read(*this, refHeaderArray,
+               theRow(refHeaderArray, refDataArray,
+                      "ERROR: refHeaderArray.size() != refDataArray.size(). VoxObjectCreationException "
+                      "will be thrown."));
 }
 
 void AgentScan::setFilesystems(FilesystemList filesystems) {
@@ -31,37 +47,33 @@ void AgentScan::setFilesystems(FilesystemList filesystems) {
 }
 
 void AgentScan::printHeader(GenericPrint& print) const {
-  const auto printClass = [&](const char* tag, void (*header)(GenericPrint&)) {
-    print.beginNode(tag);
-    header(print);
-  };
   print.beginNode(ScanVOXTags::HEADER);
   print.beginNode(ScanVOXTags::AS);
-  print.printHeader({ScanVOXTags::AS_JOB_NAME, ScanVOXTags::AS_SCANNING_COMP_ID});
-  printClass(ScanVOXTags::SD, CuStatDef::printHeader);
-  printClass(ScanVOXTags::SR, CuStatResults::printHeader);
+  table().printHeader(print);
+  printClass<CuStatDef>(print);
+  printClass<CuStatResults>(print);
   Filesystem::printHeader(print);
-  printClass(ScanVOXTags::FTP, FileType::printHeader);
-  printClass(ScanVOXTags::FTP_SUMM, FileTypeSummary::printHeader);
-  printClass(ScanVOXTags::MDS, MonDirSpec::printHeader);
-  printClass(ScanVOXTags::RESULTS_BY_FS, ResultsByFS::printHeader);
-  printClass(ScanVOXTags::DIR, SDirectory::printHeader);
-  printClass(ScanVOXTags::SFILE, SFile::printHeader);
-  printClass(ScanVOXTags::SM, SMonDir::printHeader);
-  printClass(ScanVOXTags::SZD, SSizeDist::printHeader);
-  printClass(ScanVOXTags::SUM, SSummary::printHeader);
-  printClass(ScanVOXTags::TD, STimeDist::printHeader);
-  printClass(ScanVOXTags::SUG_HIST, SUGHist::printHeader);
-  printClass(ScanVOXTags::SUG, SUserOrGroup::printHeader);
-  printClass(ScanVOXTags::FSR, FileScoreRule::printHeader);
-  printClass(ScanVOXTags::SFILE_CAND, SFileCandidate::printHeader);
-  printClass(ScanVOXTags::UG_USER_GROUP, UserOrGroup::printHeader);
+  printClass<FileType>(print);
+  printClass<FileTypeSummary>(print);
+  printClass<MonDirSpec>(print);
+  printClass<ResultsByFS>(print);
+  printClass<SDirectory>(print);
+  printClass<SFile>(print);
+  printClass<SMonDir>(print);
+  printClass<SSizeDist>(print);
+  printClass<SSummary>(print);
+  printClass<STimeDist>(print);
+  printClass<SUGHist>(print);
+  printClass<SUserOrGroup>(print);
+  printClass<FileScoreRule>(print);
+  printClass<SFileCandidate>(print);
+  printClass<UserOrGroup>(print);
   Domain::printHeader(print);
   print.endNode(ScanVOXTags::HEADER);
 }
 
 void AgentScan::printData(GenericPrint& print) const {
-  print.printData({jobName_, std::to_string(scanningCompId_)});
+  table().printData(print, *this);
   printFilesystems(print);
   printMonDirSpecs(print);
   printCuStatDefs(print);

@@ -6,13 +6,12 @@
 #include <string>
 
 #include "Common/EntityToObjectMapper.h"
+#include "Common/RecordTable.h"
 #include "Probe/Filesystem.h"
 #include "Scan/results/MonDirSpec.h"
 #include "Scan/statistics/CuStatDef.h"
 
 namespace agent {
-
-class GenericPrint;
 
 /// A job's monitored directories, in list order.
 using MonDirSpecList = std::deque<std::unique_ptr<MonDirSpec>>;
@@ -22,9 +21,9 @@ class AgentScan : public EntityToObjectMapper {
  public:
   AgentScan() : EntityToObjectMapper("AgentScan") {}
 
-  /// Goes by position: the first column is taken when it is the job's name, the second when it is the
-  /// scanning computer's id.
-  void inititializeObject(const Row& refHeaderArray, const Rows& refDataArray) override;
+  static const RecordTable<AgentScan>& table();
+
+  void inititializeObject(const HeaderRow& refHeaderArray, const Rows& refDataArray) override;
 
   FilesystemList& getFilesystems() { return filesystems_; }
   void setFilesystems(FilesystemList filesystems);

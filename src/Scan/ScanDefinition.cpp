@@ -35,7 +35,7 @@ class DefinitionReader {
   /// Fills a record, then gives the entity's children, which stand behind its rows.
   template <typename Record>
   std::vector<Entity> fill(Record& record, Entity& entity) {
-    const Row& header = headerOf(entity);
+    const HeaderRow& header = headerOf(entity);
     const Rows rows = parser_.getEntityData(entity);
     try {
       if constexpr (requires { record.inititializeObject(header, rows); }) {
@@ -50,7 +50,7 @@ class DefinitionReader {
     return parser_.getEntityChildren(entity);
   }
 
-  const Row& headerOf(const Entity& entity) {
+  const HeaderRow& headerOf(const Entity& entity) {
     try {
       return parser_.getEntityHeader(entity);
     } catch (const VOXParserException&) {
@@ -60,7 +60,7 @@ class DefinitionReader {
   }
 
   /// Rows stand one below the other behind their open tag. Without any it is the first that is wrong.
-  void tellBadRow(const Entity& entity, const Row& header, const Rows& rows) {
+  void tellBadRow(const Entity& entity, const HeaderRow& header, const Rows& rows) {
     const auto bad = std::find_if(rows.begin(), rows.end(),
                                   [&header](const Row& row) { return row.size() != header.size(); });
     place_ = {.line = parser_.lineNumber(entity) + 1 + (bad - rows.begin()),

@@ -30,6 +30,24 @@ TEST(EntityToObjectMapperTest, ARowMustBeAsLongAsItsHeader) {
   EXPECT_EQ(refusalOf({}, {}), 0);
 }
 
+TEST(EntityToObjectMapperTest, AHeaderRowKnowsItsColumnsInEachTableThatItIsReadBy) {
+  struct Table {
+    size_t find(std::string_view name, size_t place) const {
+      ++asked;
+      return name == known ? place : HeaderRow::NO_COLUMN;
+    }
+    const char* known;
+    mutable int asked = 0;
+  };
+  const HeaderRow header{"a", "b"};
+  const Table first{"a"}, second{"b"};
+  for (int record = 0; record < 3; ++record) {
+    EXPECT_EQ(header.placesIn(first), (std::vector<size_t>{0, HeaderRow::NO_COLUMN}));
+  }
+  EXPECT_EQ(first.asked, 2);  // names are looked up for the first record alone
+  EXPECT_EQ(header.placesIn(second), (std::vector<size_t>{HeaderRow::NO_COLUMN, 1}));
+}
+
 TEST(EntityToObjectMapperTest, NumbersAreWhatTheLeadingDigitsGive) {
   const struct {
     const char* cell;

@@ -95,9 +95,9 @@ TEST_F(ParserAPITest, TheHeaderTableKeepsTheFirstRowOfAClass) {
       "[Bare]\n"
       "[Tagged,q]\nrow\n"
       "[/Header]\n");
-  EXPECT_THAT(pa.getEntityHeader({"Twice", 0, 0, ""}), ElementsAre("first"));
-  EXPECT_THAT(pa.getEntityHeader({"Hidden", 0, 0, ""}), IsEmpty());  // an empty line is a row
-  EXPECT_THAT(pa.getEntityHeader({"Tagged,q", 0, 0, ""}), ElementsAre("row"));
+  EXPECT_THAT(pa.getEntityHeader({"Twice", 0, 0, ""}).names(), ElementsAre("first"));
+  EXPECT_THAT(pa.getEntityHeader({"Hidden", 0, 0, ""}).names(), IsEmpty());  // an empty line is a row
+  EXPECT_THAT(pa.getEntityHeader({"Tagged,q", 0, 0, ""}).names(), ElementsAre("row"));
   for (const char* name : {"Bare", "Missing"}) {
     EXPECT_EQ(failureOf([&] {
                 pa.getEntityHeader({name, 0, 0, ""});

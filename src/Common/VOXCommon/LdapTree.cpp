@@ -1,48 +1,44 @@
 #include "Common/VOXCommon/LdapTree.h"
 
-#include "Common/GenericPrint.h"
-#include "Common/ScanVOXTags.h"
-
 namespace agent {
 
 namespace {
 
-std::string textOrNull(const std::string& text) {
-  return text.empty() ? ScanVOXTags::VOX_NULL : text;
-}
+/// "Y" alone is true; anything else is false.
+struct TrueFlagFormat : UsualFormat<bool> {
+  static void read(bool& value, std::string_view cell) { value = cell == ScanVOXTags::VOX_TRUE; }
+};
 
 }  // namespace
 
-void LdapTree::initializeObject(const Row& refHeaderArray, const Rows& refDataArray) {
-  const Row& row =
-      theRow(refHeaderArray, refDataArray,
-             "ERROR: refHeaderArray.size() != refDataArray.size(). VoxObjectCreationException will "
-             "be thrown.");
-  for (size_t column = 0; column < row.size(); ++column) {
-    const std::string& attribute = refHeaderArray[column];
-    const std::string& value = row[column];
-    if (attribute == ScanVOXTags::LT_TREE_ID) treeId = toInt32(value);
-    if (attribute == ScanVOXTags::LT_COMP_ID) computerId = toInt32(value);
-    if (attribute == ScanVOXTags::LT_NAME) name = value;
-    if (attribute == ScanVOXTags::LT_LDAP_USER) ldapUser = value;
-    if (attribute == ScanVOXTags::LT_PASSWORD) password = value;
-    if (attribute == ScanVOXTags::LT_COMP_NAME) computerName = value;
-    if (attribute == ScanVOXTags::LT_HAS_COMPS) hasComputers = value == ScanVOXTags::VOX_TRUE;
-  }
+const RecordTable<LdapTree>& LdapTree::table() {
+  static constexpr Column<LdapTree> COLUMNS[] = {
+      column<&LdapTree::treeId>(ScanVOXTags::LT_TREE_ID, "its id"),
+      column<&LdapTree::computerId>(ScanVOXTags::LT_COMP_ID, "the computer that serves it"),
+      column<&LdapTree::name>(ScanVOXTags::LT_NAME, "its name"),
+      column<&LdapTree::ldapUser>(ScanVOXTags::LT_LDAP_USER, "whom it is asked as"),
+      column<&LdapTree::password>(ScanVOXTags::LT_PASSWORD, "for the server"),
+      column<&LdapTree::computerName>(ScanVOXTags::LT_COMP_NAME, "the serving computer's name"),
+      column<&LdapTree::hasComputers, TrueFlagFormat>(ScanVOXTags::LT_HAS_COMPS,
+                                                      "computers stand in it too")};
+  static constexpr RecordTable<LdapTree> TABLE(
+      ScanVOXTags::LT, "The directory tree that a filer takes its users from. Carried, not used.", COLUMNS);
+  return TABLE;
+}
+
+void LdapTree::initializeObject(const HeaderRow& refHeaderArray, const Rows& refDataArray) {
+  table().read(*this, refHeaderArray,
+               theRow(refHeaderArray, refDataArray,
+                      "ERROR: refHeaderArray.size() != refDataArray.size(). VoxObjectCreationException will "
+                      "be thrown."));
 }
 
 void LdapTree::printHeader(GenericPrint& gp) {
-  gp.printHeader({ScanVOXTags::LT_TREE_ID, ScanVOXTags::LT_COMP_ID, ScanVOXTags::LT_NAME,
-                  ScanVOXTags::LT_LDAP_USER, ScanVOXTags::LT_PASSWORD, ScanVOXTags::LT_COMP_NAME,
-                  ScanVOXTags::LT_HAS_COMPS});
+  table().printHeader(gp);
 }
 
 void LdapTree::printData(GenericPrint& gp) const {
-  gp.beginNode(ScanVOXTags::LT);
-  gp.printData({std::to_string(treeId), std::to_string(computerId), textOrNull(name), textOrNull(ldapUser),
-                textOrNull(password), textOrNull(computerName),
-                hasComputers ? ScanVOXTags::VOX_TRUE : ScanVOXTags::VOX_FALSE});
-  gp.endNode(ScanVOXTags::LT);
+  table().printNode(gp, *this);
 }
 
 }  // namespace agent

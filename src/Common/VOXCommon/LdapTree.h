@@ -4,19 +4,20 @@
 #include <string>
 
 #include "Common/EntityToObjectMapper.h"
+#include "Common/RecordTable.h"
 
 namespace agent {
-
-class GenericPrint;
 
 /// The directory tree that a NAS filer takes its users from, as the definition tells it. Carried, not used.
 class LdapTree : public Object {
  public:
   LdapTree() : Object("LdapTree") {}
 
+  static const RecordTable<LdapTree>& table();
+
   /// Fills the record from the entity's one row.
   /// @throws VoxObjectCreationException 325 when it and the header differ in length
-  void initializeObject(const Row& refHeaderArray, const Rows& refDataArray);
+  void initializeObject(const HeaderRow& refHeaderArray, const Rows& refDataArray);
 
   /// The header row; the class tag is the caller's.
   static void printHeader(GenericPrint& gp);

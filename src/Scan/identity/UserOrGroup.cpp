@@ -3,40 +3,28 @@
 #include <algorithm>
 #include <cstring>
 
-#include "Common/EntityToObjectMapper.h"
-#include "Common/GenericPrint.h"
-#include "Common/ScanVOXTags.h"
-#include "QLMlib/common/ut/Trace.h"
-
 namespace agent {
 
 namespace {
 
-// Shared with the server: never renumber.
-enum Field {
-  ID = 1,
-  GROUP_ID = 2,
-  NAME = 3,
-  DESCRIPTION = 4,
-  DOMAIN_ID = 5,
-  REMOVED = 6,
-  COMPUTER_ID = 7,
-  NAME_BYTES = 8,
-  TYPE = 9,
+/// A text that "null" clears.
+struct NullableFormat : UsualFormat<std::string> {
+  static void read(std::string& value, const std::string& cell) {
+    value = cell == ScanVOXTags::VOX_NULL ? std::string() : cell;
+  }
 };
 
-std::string orNull(const std::string& text) {
-  return text.empty() ? ScanVOXTags::VOX_NULL : text;
-}
-
-std::string unlessNull(const std::string& value) {
-  return value == ScanVOXTags::VOX_NULL ? std::string() : value;
-}
+/// Set by "true" and by "Y", as it is printed; anything else clears it.
+struct RemovedFormat : UsualFormat<bool> {
+  static void read(bool& value, std::string_view cell) {
+    value = cell == "true" || cell == ScanVOXTags::VOX_TRUE;
+  }
+};
 
 // Names are bytes; the server reads this column where the name's own encoding is unknown to it.
-std::string bytesOf(const std::string& name) {
+std::string bytesOfName(const UserOrGroup& record) {
   std::string bytes;
-  for (const char c : name) {
+  for (const char c : record.ugName) {
     if (!bytes.empty()) bytes += ',';
     bytes += std::to_string(static_cast<unsigned char>(c));
   }
@@ -45,17 +33,41 @@ std::string bytesOf(const std::string& name) {
 
 }  // namespace
 
-const std::map<std::string_view, int> UserOrGroup::s_mapFieldNameValues = {
-    {ScanVOXTags::UG_ID, ID},
-    {ScanVOXTags::UG_GRP_ID, GROUP_ID},
-    {ScanVOXTags::UG_NAME, NAME},
-    {ScanVOXTags::UG_DESC, DESCRIPTION},
-    {ScanVOXTags::UG_DOM_ID, DOMAIN_ID},
-    {ScanVOXTags::UG_REMOVED, REMOVED},
-    {ScanVOXTags::UG_COMP_ID, COMPUTER_ID},
-    {ScanVOXTags::UG_NAME_BYTES, NAME_BYTES},
-    {ScanVOXTags::UG_TYPE, TYPE},
-};
+const RecordTable<UserOrGroup>& UserOrGroup::table() {
+  static constexpr Column<UserOrGroup> COLUMNS[] = {
+      column<&UserOrGroup::ugID>(ScanVOXTags::UG_ID, "the uid; 0 for a group"),
+      column<&UserOrGroup::ugGroupID>(ScanVOXTags::UG_GRP_ID, "the gid; 0 for a user"),
+      column<&UserOrGroup::ugName, NullableFormat>(ScanVOXTags::UG_NAME,
+                                                   "its name; the number of one that is gone"),
+      column<&UserOrGroup::ugDescription, NullableFormat>(ScanVOXTags::UG_DESC,
+                                                          "the user's comment field; none for a group"),
+      column<&UserOrGroup::ugDomainID>(ScanVOXTags::UG_DOM_ID, "-1"),
+      column<&UserOrGroup::ugRemoved, RemovedFormat>(ScanVOXTags::UG_REMOVED, "no database knows it"),
+      column<&UserOrGroup::ugComputerID>(ScanVOXTags::UG_COMP_ID, "-1"),
+      // Not read: it says again what the name has said.
+      {.tag = ScanVOXTags::UG_NAME_BYTES,
+       .meaning = "bytes of its name, unsigned",
+       .kind = CellKind::NUMBERS,
+       .print = bytesOfName},
+      column<&UserOrGroup::ugType>(ScanVOXTags::UG_TYPE, "1 user, 2 group"),
+      column<&UserOrGroup::ugUserOrGroupType>(ScanVOXTags::UG_USER_OR_GROUP_TYPE, "the same").onlyPrinted()};
+  static constexpr RecordTable<UserOrGroup> TABLE(
+      ScanVOXTags::UG_USER_GROUP,
+      "A user or group. Inside files, directories and monitored directories its node is `UserOrGroupUser` or "
+      "`UserOrGroupGroup`.",
+      COLUMNS);
+  return TABLE;
+}
+
+// Shared with the server: the numbers are the places in the row, from 1. The last column has none.
+const std::map<std::string_view, int> UserOrGroup::s_mapFieldNameValues = [] {
+  std::map<std::string_view, int> numbers;
+  const RecordDescription record = table().describe();
+  for (size_t i = 0; i + 1 < record.columns.size(); ++i) {
+    numbers.emplace(record.columns[i].tag, static_cast<int>(i) + 1);
+  }
+  return numbers;
+}();
 
 UserOrGroup UserOrGroup::ofKey(int32_t key, bool isGroup) {
   UserOrGroup record;
@@ -66,58 +78,19 @@ UserOrGroup UserOrGroup::ofKey(int32_t key, bool isGroup) {
 }
 
 void UserOrGroup::printHeader(GenericPrint& print) {
-  print.printHeader({ScanVOXTags::UG_ID, ScanVOXTags::UG_GRP_ID, ScanVOXTags::UG_NAME, ScanVOXTags::UG_DESC,
-                     ScanVOXTags::UG_DOM_ID, ScanVOXTags::UG_REMOVED, ScanVOXTags::UG_COMP_ID,
-                     ScanVOXTags::UG_NAME_BYTES, ScanVOXTags::UG_TYPE, ScanVOXTags::UG_USER_OR_GROUP_TYPE});
+  table().printHeader(print);
 }
 
 void UserOrGroup::printData(GenericPrint& print, std::string_view tag) const {
   print.beginNode(tag);
-  print.printData({std::to_string(ugID), std::to_string(ugGroupID), orNull(ugName), orNull(ugDescription),
-                   std::to_string(ugDomainID), ugRemoved ? ScanVOXTags::VOX_TRUE : ScanVOXTags::VOX_FALSE,
-                   std::to_string(ugComputerID), orNull(bytesOf(ugName)), std::to_string(ugType),
-                   std::to_string(ugUserOrGroupType)});
+  table().printData(print, *this);
   if (domain) domain->printData(print);
   print.endNode(tag);
 }
 
-void UserOrGroup::loadValues(const std::vector<std::string>& names, const std::vector<std::string>& values) {
-  for (size_t column = 0; column < std::min(names.size(), values.size()); ++column) {
-    const auto field = s_mapFieldNameValues.find(names[column]);
-    if (field != s_mapFieldNameValues.end()) loadValue(field->second, values[column]);
-  }
+void UserOrGroup::loadValues(const HeaderRow& names, const Row& values) {
+  table().read(*this, names, values);
   cutSelectionName();
-}
-
-void UserOrGroup::loadValue(int field, const std::string& value) {
-  switch (field) {
-    case ID:
-      ugID = toInt32(value);
-      break;
-    case GROUP_ID:
-      ugGroupID = toInt32(value);
-      break;
-    case NAME:
-      ugName = unlessNull(value);
-      break;
-    case DESCRIPTION:
-      ugDescription = unlessNull(value);
-      break;
-    case DOMAIN_ID:
-      ugDomainID = toInt32(value);
-      break;
-    case REMOVED:
-      ugRemoved = value == "true" || value == ScanVOXTags::VOX_TRUE;
-      break;
-    case COMPUTER_ID:
-      ugComputerID = toInt32(value);
-      break;
-    case TYPE:
-      ugType = toInt16(value);
-      break;
-    default:
-      break;  // NAME_BYTES says again what NAME said
-  }
 }
 
 void UserOrGroup::cutSelectionName() {

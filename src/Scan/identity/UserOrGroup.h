@@ -7,13 +7,11 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
+#include "Common/RecordTable.h"
 #include "Probe/Domain.h"
 
 namespace agent {
-
-class GenericPrint;
 
 /// One user or group. A scan meets the same few owners millions of times: every file record points at the
 /// shared one that UberTable owns.
@@ -26,7 +24,9 @@ class UserOrGroup {
   static constexpr size_t SELECTION_USER_LENGTH = 32;
   static constexpr size_t SELECTION_GROUP_LENGTH = 16;
 
-  /// Numbers of the attributes, by their tags; loadValues goes by them.
+  static const RecordTable<UserOrGroup>& table();
+
+  /// Numbers of the attributes, by their tags.
   static const std::map<std::string_view, int> s_mapFieldNameValues;
 
   /// The record of a number that no database has been asked about yet.
@@ -41,7 +41,7 @@ class UserOrGroup {
 
   /// The reverse of printing: takes each value whose name is known, passes over the others. "null" clears a
   /// string; "true", and "Y" as it is printed, set ugRemoved.
-  void loadValues(const std::vector<std::string>& names, const std::vector<std::string>& values);
+  void loadValues(const HeaderRow& names, const Row& values);
 
   /// The name as selections see it: NUL-terminated, cut to 32 bytes for a user and to 16 for a group. Cut
   /// once, by cutSelectionName, so that the walk hands out a pointer and copies nothing per entry.
@@ -62,8 +62,6 @@ class UserOrGroup {
   int32_t ugUserOrGroupType = 0;  ///< the same
 
  private:
-  void loadValue(int field, const std::string& value);
-
   std::array<char, SELECTION_USER_LENGTH + 1> selectionName_{};
 };
 

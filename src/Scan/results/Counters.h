@@ -1,9 +1,5 @@
 #pragma once
 
-#include <array>
-#include <cstddef>
-#include <cstdint>
-#include <string>
 #include <type_traits>
 
 namespace agent {
@@ -15,14 +11,6 @@ void addTo(Counter& counter, Amount amount) {
   using Unsigned = std::make_unsigned_t<Counter>;
   counter = static_cast<Counter>(
       static_cast<Unsigned>(static_cast<Unsigned>(counter) + static_cast<Unsigned>(amount)));
-}
-
-/// A histogram as one cell: its numbers in bucket order, joined by ",".
-template <typename Number, size_t N>
-std::string joinNumbers(const std::array<Number, N>& numbers) {
-  std::string cell = std::to_string(numbers[0]);
-  for (size_t i = 1; i < N; ++i) cell += ',' + std::to_string(numbers[i]);
-  return cell;
 }
 
 }  // namespace agent

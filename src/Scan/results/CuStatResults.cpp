@@ -1,19 +1,22 @@
 #include "Scan/results/CuStatResults.h"
 
-#include <string>
-
-#include "Common/GenericPrint.h"
-#include "Common/ScanVOXTags.h"
-
 namespace agent {
 
+const RecordTable<CuStatResults>& CuStatResults::table() {
+  static constexpr Column<CuStatResults> COLUMNS[] = {
+      column<&CuStatResults::srID>(ScanVOXTags::SR_ID, "the statistic")};
+  static constexpr RecordTable<CuStatResults> TABLE(
+      ScanVOXTags::SR, "What a statistic has found on one source, in nodes below its row.", COLUMNS);
+  return TABLE;
+}
+
 void CuStatResults::printHeader(GenericPrint& print) {
-  print.printHeader({ScanVOXTags::SR_ID});
+  table().printHeader(print);
 }
 
 void CuStatResults::printData(GenericPrint& print) const {
   print.beginNode(ScanVOXTags::SR);
-  print.printData({std::to_string(srID)});
+  table().printData(print, *this);
   for (const SDirectory& directory : srLargestDirectories) directory.printData(print, true);
   for (const auto* list :
        {&srLargestFiles, &srLeastAccessed, &srOldestNotBackedUp, &srLargestOrphans, &srOldestOrphans}) {

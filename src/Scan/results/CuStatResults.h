@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "Common/Object.h"
+#include "Common/RecordTable.h"
 #include "Scan/results/FileTypeSummary.h"
 #include "Scan/results/SDirectory.h"
 #include "Scan/results/SFile.h"
@@ -15,14 +16,13 @@
 
 namespace agent {
 
-class GenericPrint;
-
 /// What one statistic found on one source: the root of its records, which it owns. The single records exist
 /// from the start of the walk, the lists move in when it ends.
 class CuStatResults : public Object {
  public:
   CuStatResults() : Object("CuStatResults") {}
 
+  static const RecordTable<CuStatResults>& table();
   static void printHeader(GenericPrint& print);
   void printData(GenericPrint& print) const;
 

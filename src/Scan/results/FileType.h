@@ -4,16 +4,16 @@
 #include <string>
 
 #include "Common/Object.h"
+#include "Common/RecordTable.h"
 
 namespace agent {
-
-class GenericPrint;
 
 /// One file name extension.
 class FileType : public Object {
  public:
   explicit FileType(std::string extension);
 
+  static const RecordTable<FileType>& table();
   static void printHeader(GenericPrint& print);
   void printData(GenericPrint& print) const;
 

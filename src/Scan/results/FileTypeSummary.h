@@ -4,11 +4,10 @@
 #include <utility>
 
 #include "Common/Object.h"
+#include "Common/RecordTable.h"
 #include "Scan/results/FileType.h"
 
 namespace agent {
-
-class GenericPrint;
 
 /// A record of the same shape over time. Carries no data in this job.
 class History : public Object {
@@ -21,6 +20,7 @@ class FileTypeSummary : public History {
  public:
   explicit FileTypeSummary(FileType type) : History("FileTypeSummary"), fileType(std::move(type)) {}
 
+  static const RecordTable<FileTypeSummary>& table();
   static void printHeader(GenericPrint& print);
   void printData(GenericPrint& print) const;
 

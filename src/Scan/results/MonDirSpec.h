@@ -4,17 +4,18 @@
 #include <string>
 
 #include "Common/EntityToObjectMapper.h"
+#include "Common/RecordTable.h"
 
 namespace agent {
-
-class GenericPrint;
 
 /// A directory to be monitored: the statistics of `sdType` 0 apply to the subtree below it.
 class MonDirSpec : public EntityToObjectMapper {
  public:
   MonDirSpec() : EntityToObjectMapper("MonDirSpec") {}
 
-  void inititializeObject(const Row& refHeaderArray, const Rows& refDataArray) override;
+  static const RecordTable<MonDirSpec>& table();
+
+  void inititializeObject(const HeaderRow& refHeaderArray, const Rows& refDataArray) override;
 
   static void printHeader(GenericPrint& print);
   /// @param nested put the row into a node of the class

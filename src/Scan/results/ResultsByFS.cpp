@@ -2,8 +2,6 @@
 
 #include <utility>
 
-#include "Common/GenericPrint.h"
-#include "Common/ScanVOXTags.h"
 #include "Probe/Filesystem.h"
 #include "QLMlib/common/ut/Trace.h"
 #include "Scan/results/SMonDir.h"
@@ -24,7 +22,18 @@ ResultsByFS::~ResultsByFS() {
         aboutDirectory_ ? "monitored directory" : "filesystem");
 }
 
-void ResultsByFS::printHeader(GenericPrint& /*print*/) {}
+const RecordTable<ResultsByFS>& ResultsByFS::table() {
+  static constexpr RecordTable<ResultsByFS> TABLE(
+      ScanVOXTags::RESULTS_BY_FS,
+      "A statistic's results on one source: `CuStatResults`, then the source, a `Filesystem` or an "
+      "`SMonDir`. In "
+      "a definition, a file system that a statistic of `sdType` 4 is for.");
+  return TABLE;
+}
+
+void ResultsByFS::printHeader(GenericPrint& print) {
+  table().printHeader(print);
+}
 
 void ResultsByFS::printData(GenericPrint& print) const {
   print.beginNode(ScanVOXTags::RESULTS_BY_FS);

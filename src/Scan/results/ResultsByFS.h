@@ -6,12 +6,12 @@
 
 #include "Common/AnalysisSource.h"
 #include "Common/Object.h"
+#include "Common/RecordTable.h"
 #include "Scan/results/CuStatResults.h"
 
 namespace agent {
 
 class Filesystem;
-class GenericPrint;
 
 /// The results of one statistic for one file system or monitored directory. Owns the results, not their
 /// source, unless the source is a record that the definition gave for this one place.
@@ -25,7 +25,9 @@ class ResultsByFS : public Object {
   ResultsByFS(const ResultsByFS&) = delete;
   ResultsByFS& operator=(const ResultsByFS&) = delete;
 
-  /// Writes nothing: the node has no columns of its own.
+  /// A node without columns of its own.
+  static const RecordTable<ResultsByFS>& table();
+  /// Writes nothing.
   static void printHeader(GenericPrint& print);
   void printData(GenericPrint& print) const;
 

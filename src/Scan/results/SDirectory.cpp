@@ -1,11 +1,5 @@
 #include "Scan/results/SDirectory.h"
 
-#include <string>
-
-#include "Common/GenericPrint.h"
-#include "Common/ScanVOXTags.h"
-#include "Scan/results/Counters.h"
-
 namespace agent {
 
 void SDirectory::startWith(const FileAttributes& entry, int32_t filesystemID) {
@@ -21,22 +15,32 @@ void SDirectory::startWith(const FileAttributes& entry, int32_t filesystemID) {
   dirCounts.fill(0);
 }
 
+const RecordTable<SDirectory, FileAttributes>& SDirectory::table() {
+  static constexpr Column<SDirectory> COLUMNS[] = {
+      column<&SDirectory::dirFilesystemID>(ScanVOXTags::DIR_FS_ID, "the file system"),
+      column<&SDirectory::dirStatisticID>(ScanVOXTags::DIR_STAT_ID, "the statistic"),
+      column<&SDirectory::dirFileCount>(ScanVOXTags::DIR_FILE_CNT, "regular files and symbolic links"),
+      column<&SDirectory::dirDirectoryCount>(ScanVOXTags::DIR_DIR_CNT, "directories"),
+      column<&SDirectory::dirTotalSize>(ScanVOXTags::DIR_TOTAL_SIZE,
+                                        "space of all entries, in units of 512 bytes"),
+      column<&SDirectory::dirLargestSize>(ScanVOXTags::DIR_LARGEST_SIZE, "space of the largest file or link"),
+      column<&SDirectory::dir2ndLargestSize>(ScanVOXTags::DIR_2ND_LARGEST_SIZE,
+                                             "space of the second largest"),
+      column<&SDirectory::dirSizes>(ScanVOXTags::DIR_SIZES, "space by size, as in `SSizeDist`"),
+      column<&SDirectory::dirCounts>(ScanVOXTags::DIR_CNTS, "entries by size")};
+  static constexpr RecordTable<SDirectory, FileAttributes> TABLE(
+      ScanVOXTags::DIR, "A directory with much space: what lies directly in it, nothing from below.",
+      COLUMNS);
+  return TABLE;
+}
+
 void SDirectory::printHeader(GenericPrint& print) {
-  Row row = headerRow();
-  row.insert(row.end(), {ScanVOXTags::DIR_FS_ID, ScanVOXTags::DIR_STAT_ID, ScanVOXTags::DIR_FILE_CNT,
-                         ScanVOXTags::DIR_DIR_CNT, ScanVOXTags::DIR_TOTAL_SIZE, ScanVOXTags::DIR_LARGEST_SIZE,
-                         ScanVOXTags::DIR_2ND_LARGEST_SIZE, ScanVOXTags::DIR_SIZES, ScanVOXTags::DIR_CNTS});
-  print.printHeader(row);
+  table().printHeader(print);
 }
 
 void SDirectory::printData(GenericPrint& print, bool nested) const {
-  Row row = dataRow();
-  row.insert(row.end(),
-             {std::to_string(dirFilesystemID), std::to_string(dirStatisticID), std::to_string(dirFileCount),
-              std::to_string(dirDirectoryCount), std::to_string(dirTotalSize), std::to_string(dirLargestSize),
-              std::to_string(dir2ndLargestSize), joinNumbers(dirSizes), joinNumbers(dirCounts)});
   if (nested) print.beginNode(ScanVOXTags::DIR);
-  print.printData(row);
+  table().printData(print, *this);
   printOwnerAndGroup(print);
   if (nested) print.endNode(ScanVOXTags::DIR);
 }

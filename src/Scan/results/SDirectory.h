@@ -8,8 +8,6 @@
 
 namespace agent {
 
-class GenericPrint;
-
 /// One directory and what lies directly in it; nothing is rolled up from below. Sizes are in units of 512
 /// bytes.
 class SDirectory : public FileAttributes {
@@ -18,6 +16,8 @@ class SDirectory : public FileAttributes {
 
   /// Starts the record of a directory that is being entered. Keeps the memory of its last use.
   void startWith(const FileAttributes& entry, int32_t filesystemID);
+
+  static const RecordTable<SDirectory, FileAttributes>& table();
 
   static void printHeader(GenericPrint& print);
   /// Writes the row and the nodes of owner and group behind it.

@@ -1,47 +1,46 @@
 #include "Scan/results/SFile.h"
 
-#include <string>
-
-#include "Common/GenericPrint.h"
-#include "Common/ScanVOXTags.h"
-
 namespace agent {
 
-Row SFile::headerRow() {
-  Row row = FileAttributes::headerRow();
-  row.insert(row.end(), {ScanVOXTags::SFILE_FS_ID, ScanVOXTags::SFILE_STAT_ID, ScanVOXTags::SFILE_STAT_TYPE});
-  return row;
+const RecordTable<SFile, FileAttributes>& SFile::table() {
+  static constexpr Column<SFile> COLUMNS[] = {
+      column<&SFile::sfFilesystemID>(ScanVOXTags::SFILE_FS_ID, "the file system"),
+      column<&SFile::sfStatisticID>(ScanVOXTags::SFILE_STAT_ID, "the statistic"),
+      column<&SFile::sfStatType>(
+          ScanVOXTags::SFILE_STAT_TYPE,
+          "which list: 0 largest, 1 least recently used, 2 wanting a backup, 3 largest and "
+          "4 oldest whose owner is gone")};
+  static constexpr RecordTable<SFile, FileAttributes> TABLE(ScanVOXTags::SFILE,
+                                                            "A file of one of a statistic's lists.", COLUMNS);
+  return TABLE;
 }
 
-Row SFile::dataRow() const {
-  Row row = FileAttributes::dataRow();
-  row.insert(row.end(),
-             {std::to_string(sfFilesystemID), std::to_string(sfStatisticID), std::to_string(sfStatType)});
-  return row;
+const RecordTable<SFileCandidate, SFile>& SFileCandidate::table() {
+  static constexpr Column<SFileCandidate> COLUMNS[] = {
+      column<&SFileCandidate::sfHSMScore>(ScanVOXTags::SFILE_HSM_SCORE, "reserved")};
+  static constexpr RecordTable<SFileCandidate, SFile> TABLE(
+      ScanVOXTags::SFILE_CAND, "A file with a score. Reserved: only its columns are named.", COLUMNS);
+  return TABLE;
 }
 
 void SFile::printHeader(GenericPrint& print) {
-  print.printHeader(headerRow());
+  table().printHeader(print);
 }
 
 void SFile::printData(GenericPrint& print, bool nested) const {
   if (nested) print.beginNode(ScanVOXTags::SFILE);
-  print.printData(dataRow());
+  table().printData(print, *this);
   printOwnerAndGroup(print);
   if (nested) print.endNode(ScanVOXTags::SFILE);
 }
 
 void SFileCandidate::printHeader(GenericPrint& print) {
-  Row row = SFile::headerRow();
-  row.push_back(ScanVOXTags::SFILE_HSM_SCORE);
-  print.printHeader(row);
+  table().printHeader(print);
 }
 
 void SFileCandidate::printData(GenericPrint& print) const {
-  Row row = SFile::dataRow();
-  row.push_back(std::to_string(sfHSMScore));
   print.beginNode(ScanVOXTags::SFILE_CAND);
-  print.printData(row);
+  table().printData(print, *this);
   printOwnerAndGroup(print);
   print.endNode(ScanVOXTags::SFILE_CAND);
 }

@@ -6,8 +6,6 @@
 
 namespace agent {
 
-class GenericPrint;
-
 /// One file of one of a statistic's lists.
 class SFile : public FileAttributes {
  public:
@@ -21,6 +19,8 @@ class SFile : public FileAttributes {
   SFile(const FileAttributes& entry, int32_t filesystemID, int16_t statType)
       : FileAttributes(entry, "SFile"), sfFilesystemID(filesystemID), sfStatType(statType) {}
 
+  static const RecordTable<SFile, FileAttributes>& table();
+
   static void printHeader(GenericPrint& print);
   /// Writes the row and the nodes of owner and group behind it.
   /// @param nested put all of it into a node of the class
@@ -32,8 +32,6 @@ class SFile : public FileAttributes {
 
  protected:
   SFile() = default;
-  static Row headerRow();
-  Row dataRow() const;
 };
 
 /// A file with a score, as a migration policy would want it. The format has room for it: its header row
@@ -42,6 +40,8 @@ class SFileCandidate : public SFile {
  public:
   SFileCandidate() = default;
   explicit SFileCandidate(const FileAttributes& entry) : SFile(entry, 0, 0) {}
+
+  static const RecordTable<SFileCandidate, SFile>& table();
 
   static void printHeader(GenericPrint& print);
   void printData(GenericPrint& print) const;

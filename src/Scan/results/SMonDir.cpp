@@ -1,9 +1,5 @@
 #include "Scan/results/SMonDir.h"
 
-#include <string>
-
-#include "Common/GenericPrint.h"
-#include "Common/ScanVOXTags.h"
 #include "Scan/results/MonDirSpec.h"
 
 namespace agent {
@@ -13,20 +9,28 @@ void SMonDir::enterWith(const FileAttributes& entry, int32_t filesystemID) {
   smFilesystemID = filesystemID;
 }
 
+const RecordTable<SMonDir, FileAttributes>& SMonDir::table() {
+  static constexpr Column<SMonDir> COLUMNS[] = {
+      column<&SMonDir::smFilesystemID>(ScanVOXTags::SM_FS_ID, "the file system"),
+      column<&SMonDir::smDirectoryID>(ScanVOXTags::SM_DIR_ID, "for the server; 0"),
+      column<&SMonDir::smNewDirectory>(ScanVOXTags::SM_NEW_DIR, "for the server; Y"),
+      column<&SMonDir::smScanTime>(ScanVOXTags::SM_SCAN_TIME, "for the server; 0"),
+      column<&SMonDir::smRemovedTime>(ScanVOXTags::SM_REMOVED_TIME, "for the server; 0")};
+  static constexpr RecordTable<SMonDir, FileAttributes> TABLE(
+      ScanVOXTags::SM,
+      "A monitored directory that was met. Behind its row one `MonDirSpec` node holds the rows of all that "
+      "name it.",
+      COLUMNS);
+  return TABLE;
+}
+
 void SMonDir::printHeader(GenericPrint& print) {
-  Row row = headerRow();
-  row.insert(row.end(), {ScanVOXTags::SM_FS_ID, ScanVOXTags::SM_DIR_ID, ScanVOXTags::SM_NEW_DIR,
-                         ScanVOXTags::SM_SCAN_TIME, ScanVOXTags::SM_REMOVED_TIME});
-  print.printHeader(row);
+  table().printHeader(print);
 }
 
 void SMonDir::printData(GenericPrint& print) const {
-  Row row = dataRow();
-  row.insert(row.end(), {std::to_string(smFilesystemID), std::to_string(smDirectoryID),
-                         smNewDirectory ? ScanVOXTags::VOX_TRUE : ScanVOXTags::VOX_FALSE,
-                         std::to_string(smScanTime), std::to_string(smRemovedTime)});
   print.beginNode(ScanVOXTags::SM);
-  print.printData(row);
+  table().printData(print, *this);
   print.beginNode(ScanVOXTags::MDS);
   for (const MonDirSpec* spec : smDirSpecs) spec->printData(print, false);
   print.endNode(ScanVOXTags::MDS);

@@ -9,7 +9,6 @@
 namespace agent {
 
 class Filesystem;
-class GenericPrint;
 class MonDirSpec;
 
 /// One monitored directory that a walk has met, and what its results are about.
@@ -22,6 +21,8 @@ class SMonDir : public FileAttributes, public AnalysisSource {
 
   /// Takes over what the directory's entry says, when the walk enters it.
   void enterWith(const FileAttributes& entry, int32_t filesystemID);
+
+  static const RecordTable<SMonDir, FileAttributes>& table();
 
   static void printHeader(GenericPrint& print);
   void printData(GenericPrint& print) const;

@@ -1,43 +1,46 @@
 #include "Scan/results/SSizeDist.h"
 
-#include <string>
-
-#include "Common/GenericPrint.h"
-#include "Common/ScanVOXTags.h"
-#include "Scan/results/Counters.h"
-
 namespace agent {
 
-void SSizeDist::inititializeObject(const Row& refHeaderArray, const Rows& refDataArray) {
+namespace {
+
+using Histogram = std::array<int64_t, SizeRanges::BUCKETS>;
+
+/// Reads the first number alone: the format's own reader has always been that way.
+struct FirstNumberFormat : UsualFormat<Histogram> {
+  static void read(Histogram& value, std::string_view cell) { value[0] = toInt64(cell); }
+};
+
+}  // namespace
+
+const RecordTable<SSizeDist>& SSizeDist::table() {
+  static constexpr Column<SSizeDist> COLUMNS[] = {
+      column<&SSizeDist::szdFilesystemID>(ScanVOXTags::SZD_FS_ID, "the file system"),
+      column<&SSizeDist::szdStatisticID>(ScanVOXTags::SZD_STAT_ID, "the statistic"),
+      column<&SSizeDist::szdSizes, FirstNumberFormat>(
+          ScanVOXTags::SZD_SIZES,
+          "space in units of 512 bytes of entries up to 1 KiB, 10 KiB, 100 KiB, "
+          "1 MiB, 10 MiB, 100 MiB, 500 MiB, and larger"),
+      column<&SSizeDist::szdCounts, FirstNumberFormat>(ScanVOXTags::SZD_COUNTS, "how many those are")};
+  static constexpr RecordTable<SSizeDist> TABLE(ScanVOXTags::SZD, "Entries by size.", COLUMNS);
+  return TABLE;
+}
+
+void SSizeDist::inititializeObject(const HeaderRow& refHeaderArray, const Rows& refDataArray) {
   const Row& row = theRow(refHeaderArray, refDataArray,
                           "ERROR: innerArray.size() != refHeaderArray.size(). VoxObjectCreationException "
                           "exception will be thrown.");
   szdSizes.fill(0);
   szdCounts.fill(0);
-  for (size_t column = 0; column < row.size(); ++column) {
-    const std::string& attribute = refHeaderArray[column];
-    if (attribute == ScanVOXTags::SZD_FS_ID) {
-      szdFilesystemID = toInt32(row[column]);
-    } else if (attribute == ScanVOXTags::SZD_STAT_ID) {
-      szdStatisticID = toInt32(row[column]);
-    } else if (attribute == ScanVOXTags::SZD_SIZES) {
-      szdSizes[0] = toInt64(row[column]);
-    } else if (attribute == ScanVOXTags::SZD_COUNTS) {
-      szdCounts[0] = toInt64(row[column]);
-    }
-  }
+  table().read(*this, refHeaderArray, row);
 }
 
 void SSizeDist::printHeader(GenericPrint& print) {
-  print.printHeader(
-      {ScanVOXTags::SZD_FS_ID, ScanVOXTags::SZD_STAT_ID, ScanVOXTags::SZD_SIZES, ScanVOXTags::SZD_COUNTS});
+  table().printHeader(print);
 }
 
 void SSizeDist::printData(GenericPrint& print) const {
-  print.beginNode(ScanVOXTags::SZD);
-  print.printData({std::to_string(szdFilesystemID), std::to_string(szdStatisticID), joinNumbers(szdSizes),
-                   joinNumbers(szdCounts)});
-  print.endNode(ScanVOXTags::SZD);
+  table().printNode(print, *this);
 }
 
 }  // namespace agent

@@ -4,20 +4,21 @@
 #include <cstdint>
 
 #include "Common/EntityToObjectMapper.h"
+#include "Common/RecordTable.h"
 #include "Scan/results/SizeRanges.h"
 
 namespace agent {
-
-class GenericPrint;
 
 /// Entries and their sizes by size.
 class SSizeDist : public EntityToObjectMapper {
  public:
   SSizeDist() : EntityToObjectMapper("SSizeDist") {}
 
+  static const RecordTable<SSizeDist>& table();
+
   /// Reads the record back. Of each histogram only the first number arrives, in element 0: the format's own
   /// reader has always been that way, and nothing of this job depends on it.
-  void inititializeObject(const Row& refHeaderArray, const Rows& refDataArray) override;
+  void inititializeObject(const HeaderRow& refHeaderArray, const Rows& refDataArray) override;
 
   static void printHeader(GenericPrint& print);
   void printData(GenericPrint& print) const;

@@ -1,27 +1,39 @@
 #include "Scan/results/SSummary.h"
 
-#include <string>
-
-#include "Common/GenericPrint.h"
-#include "Common/ScanVOXTags.h"
-
 namespace agent {
 
+const RecordTable<SSummaryHist>& SSummaryHist::table() {
+  static constexpr Column<SSummaryHist> COLUMNS[] = {
+      column<&SSummaryHist::sumFilesystemID>(ScanVOXTags::SUM_FS_ID, "the file system"),
+      column<&SSummaryHist::sumStatisticID>(ScanVOXTags::SUM_STAT_ID, "the statistic"),
+      column<&SSummaryHist::sumCapacity>(ScanVOXTags::SUM_CAP,
+                                         "the file system's space, in units of 512 bytes"),
+      column<&SSummaryHist::sumFreeSpace>(ScanVOXTags::SUM_FREE_SPACE, "of that, what is free"),
+      column<&SSummaryHist::sumUsedSpace>(ScanVOXTags::SUM_USED_SPACE, "of that, what isn't"),
+      column<&SSummaryHist::sumTotalSize>(ScanVOXTags::SUM_TOTAL_SIZE,
+                                          "space of all entries, in units of 512 bytes"),
+      column<&SSummaryHist::sumFileCount>(ScanVOXTags::SUM_FILE_CNT, "regular files and symbolic links"),
+      column<&SSummaryHist::sumScanTime>(ScanVOXTags::SUM_SCAN_TIME, "when counting began"),
+      column<&SSummaryHist::sumAccumCount>(ScanVOXTags::SUM_ACCUM_CNT, "the server's; 0"),
+      column<&SSummaryHist::sumType>(ScanVOXTags::SUM_TYPE, "the server's; 0")};
+  static constexpr RecordTable<SSummaryHist> TABLE(ScanVOXTags::SUM_HIST, "What `SSummary` begins with.",
+                                                   COLUMNS);
+  return TABLE;
+}
+
+const RecordTable<SSummary, SSummaryHist>& SSummary::table() {
+  static constexpr Column<SSummary> COLUMNS[] = {
+      column<&SSummary::sumDirectoryCount>(ScanVOXTags::SUM_DIR_CNT, "directories")};
+  static constexpr RecordTable<SSummary, SSummaryHist> TABLE(ScanVOXTags::SUM, "Totals.", COLUMNS);
+  return TABLE;
+}
+
 void SSummary::printHeader(GenericPrint& print) {
-  print.printHeader({ScanVOXTags::SUM_FS_ID, ScanVOXTags::SUM_STAT_ID, ScanVOXTags::SUM_CAP,
-                     ScanVOXTags::SUM_FREE_SPACE, ScanVOXTags::SUM_USED_SPACE, ScanVOXTags::SUM_TOTAL_SIZE,
-                     ScanVOXTags::SUM_FILE_CNT, ScanVOXTags::SUM_SCAN_TIME, ScanVOXTags::SUM_ACCUM_CNT,
-                     ScanVOXTags::SUM_TYPE, ScanVOXTags::SUM_DIR_CNT});
+  table().printHeader(print);
 }
 
 void SSummary::printData(GenericPrint& print) const {
-  print.beginNode(ScanVOXTags::SUM);
-  print.printData({std::to_string(sumFilesystemID), std::to_string(sumStatisticID),
-                   std::to_string(sumCapacity), std::to_string(sumFreeSpace), std::to_string(sumUsedSpace),
-                   std::to_string(sumTotalSize), std::to_string(sumFileCount), std::to_string(sumScanTime),
-                   std::to_string(sumAccumCount), std::to_string(sumType),
-                   std::to_string(sumDirectoryCount)});
-  print.endNode(ScanVOXTags::SUM);
+  table().printNode(print, *this);
 }
 
 }  // namespace agent

@@ -3,16 +3,17 @@
 #include <cstdint>
 
 #include "Common/Object.h"
+#include "Common/RecordTable.h"
 
 namespace agent {
-
-class GenericPrint;
 
 /// Totals of one statistic on one source, as the history keeps them. Sizes are in units of 512 bytes, times
 /// in milliseconds since the epoch.
 class SSummaryHist : public Object {
  public:
   SSummaryHist() : Object("SSummaryHist") {}
+
+  static const RecordTable<SSummaryHist>& table();
 
   int32_t sumFilesystemID = 0;
   int32_t sumStatisticID = 0;
@@ -33,6 +34,7 @@ class SSummary : public SSummaryHist {
  public:
   SSummary() : SSummaryHist("SSummary") {}
 
+  static const RecordTable<SSummary, SSummaryHist>& table();
   static void printHeader(GenericPrint& print);
   void printData(GenericPrint& print) const;
 

@@ -1,25 +1,31 @@
 #include "Scan/results/STimeDist.h"
 
-#include <string>
-
-#include "Common/GenericPrint.h"
-#include "Common/ScanVOXTags.h"
-#include "Scan/results/Counters.h"
-
 namespace agent {
 
+const RecordTable<STimeDist>& STimeDist::table() {
+  static constexpr Column<STimeDist> COLUMNS[] = {
+      column<&STimeDist::tdFilesystemID>(ScanVOXTags::TD_FS_ID, "the file system"),
+      column<&STimeDist::tdStatisticID>(ScanVOXTags::TD_STAT_ID, "the statistic"),
+      column<&STimeDist::tdType>(ScanVOXTags::TD_TYPE,
+                                 "which time: 0 last use, 3 last change; other platforms have 6 and 9"),
+      column<&STimeDist::tdScanTime>(ScanVOXTags::TD_SCAN_TIME, "when counting began: age 0"),
+      column<&STimeDist::tdAverageAge>(ScanVOXTags::TD_AVG_AGE, "seconds"),
+      column<&STimeDist::tdAccumCount>(ScanVOXTags::TD_ACCUM_CNT, "the server's; 0"),
+      column<&STimeDist::tdHistType>(ScanVOXTags::TD_HIST_TYPE, "the server's; 0"),
+      column<&STimeDist::tdSizes>(ScanVOXTags::TD_SIZES,
+                                  "space in units of 512 bytes of entries up to 1, 7, 30, 60, 90, 180, 270, "
+                                  "365.25 days old, older, and more than a day in the future"),
+      column<&STimeDist::tdCounts>(ScanVOXTags::TD_CNTS, "how many those are")};
+  static constexpr RecordTable<STimeDist> TABLE(ScanVOXTags::TD, "Entries by age.", COLUMNS);
+  return TABLE;
+}
+
 void STimeDist::printHeader(GenericPrint& print) {
-  print.printHeader({ScanVOXTags::TD_FS_ID, ScanVOXTags::TD_STAT_ID, ScanVOXTags::TD_TYPE,
-                     ScanVOXTags::TD_SCAN_TIME, ScanVOXTags::TD_AVG_AGE, ScanVOXTags::TD_ACCUM_CNT,
-                     ScanVOXTags::TD_HIST_TYPE, ScanVOXTags::TD_SIZES, ScanVOXTags::TD_CNTS});
+  table().printHeader(print);
 }
 
 void STimeDist::printData(GenericPrint& print) const {
-  print.beginNode(ScanVOXTags::TD);
-  print.printData({std::to_string(tdFilesystemID), std::to_string(tdStatisticID), std::to_string(tdType),
-                   std::to_string(tdScanTime), std::to_string(tdAverageAge), std::to_string(tdAccumCount),
-                   std::to_string(tdHistType), joinNumbers(tdSizes), joinNumbers(tdCounts)});
-  print.endNode(ScanVOXTags::TD);
+  table().printNode(print, *this);
 }
 
 }  // namespace agent

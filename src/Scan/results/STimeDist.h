@@ -5,10 +5,9 @@
 #include <cstdint>
 
 #include "Common/Object.h"
+#include "Common/RecordTable.h"
 
 namespace agent {
-
-class GenericPrint;
 
 /// Entries and their sizes by the age of one of their times.
 class STimeDist : public Object {
@@ -23,6 +22,7 @@ class STimeDist : public Object {
 
   STimeDist() : Object("STimeDist") {}
 
+  static const RecordTable<STimeDist>& table();
   static void printHeader(GenericPrint& print);
   void printData(GenericPrint& print) const;
 

@@ -4,11 +4,11 @@
 #include <cstdint>
 
 #include "Common/Object.h"
+#include "Common/RecordTable.h"
 #include "Scan/results/SizeRanges.h"
 
 namespace agent {
 
-class GenericPrint;
 class UserOrGroup;
 
 /// Totals of one owner or group, as the history keeps them. Sizes are in units of 512 bytes, times in
@@ -17,6 +17,7 @@ class SUGHist : public Object {
  public:
   SUGHist() : Object("SUGHist") {}
 
+  static const RecordTable<SUGHist>& table();
   static void printHeader(GenericPrint& print);
 
   int32_t sugFilesystemID = 0;
@@ -36,6 +37,7 @@ class SUserOrGroup : public SUGHist {
  public:
   SUserOrGroup() : SUGHist("SUserOrGroup") {}
 
+  static const RecordTable<SUserOrGroup, SUGHist>& table();
   static void printHeader(GenericPrint& print);
   /// Writes the row and the owner's node behind it.
   /// @param nested put both into a node of the class

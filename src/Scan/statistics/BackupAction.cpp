@@ -1,23 +1,34 @@
 #include "Scan/statistics/BackupAction.h"
 
-#include "Common/GenericPrint.h"
-#include "Common/ScanVOXTags.h"
-
 namespace agent {
 
+const RecordTable<BackupAction>& BackupAction::table() {
+  static constexpr Column<BackupAction> COLUMNS[] = {
+      column<&BackupAction::baID>(ScanVOXTags::BA_ID, "reserved"),
+      column<&BackupAction::baType>(ScanVOXTags::BA_TYPE, "reserved"),
+      column<&BackupAction::baDeleteFile>(ScanVOXTags::BA_DELETE_FILE, "reserved"),
+      column<&BackupAction::baOptions>(ScanVOXTags::BA_OPTIONS, "reserved").emptyAs(""),
+      // The two lists have never been written.
+      {.tag = ScanVOXTags::BA_FILE,
+       .meaning = "reserved",
+       .kind = CellKind::TEXT,
+       .print = [](const BackupAction&) -> std::string { return "baFile not serialized!"; }},
+      {.tag = ScanVOXTags::BA_FILESYSTEM,
+       .meaning = "reserved",
+       .kind = CellKind::TEXT,
+       .print = [](const BackupAction&) -> std::string { return "baFilesystem not serialized!"; }},
+      column<&BackupAction::baConstraintThreshold>(ScanVOXTags::BA_CONSTRAINT_THRESHOLD, "reserved")};
+  static constexpr RecordTable<BackupAction> TABLE(
+      ScanVOXTags::BA, "An order to back up what a statistic has found. Reserved.", COLUMNS);
+  return TABLE;
+}
+
 void BackupAction::printHeader(GenericPrint& print) {
-  print.printHeader({ScanVOXTags::BA_ID, ScanVOXTags::BA_TYPE, ScanVOXTags::BA_DELETE_FILE,
-                     ScanVOXTags::BA_OPTIONS, ScanVOXTags::BA_FILE, ScanVOXTags::BA_FILESYSTEM,
-                     ScanVOXTags::BA_CONSTRAINT_THRESHOLD});
+  table().printHeader(print);
 }
 
 void BackupAction::printData(GenericPrint& print) const {
-  print.beginNode(ScanVOXTags::BA);
-  print.printData({std::to_string(baID), std::to_string(baType),
-                   baDeleteFile ? ScanVOXTags::VOX_TRUE : ScanVOXTags::VOX_FALSE, baOptions,
-                   "baFile not serialized!", "baFilesystem not serialized!",
-                   std::to_string(baConstraintThreshold)});
-  print.endNode(ScanVOXTags::BA);
+  table().printNode(print, *this);
 }
 
 }  // namespace agent

@@ -5,10 +5,9 @@
 #include <vector>
 
 #include "Common/EntityToObjectMapper.h"
+#include "Common/RecordTable.h"
 
 namespace agent {
-
-class GenericPrint;
 
 /// An order to back up what a statistic found. The format has room for it on a CuStatDef; this job never
 /// makes one.
@@ -16,8 +15,10 @@ class BackupAction : public EntityToObjectMapper {
  public:
   BackupAction() : EntityToObjectMapper("BackupAction") {}
 
+  static const RecordTable<BackupAction>& table();
+
   /// Does nothing: no definition carries the record.
-  void inititializeObject(const Row& /*refHeaderArray*/, const Rows& /*refDataArray*/) override {}
+  void inititializeObject(const HeaderRow& /*refHeaderArray*/, const Rows& /*refDataArray*/) override {}
 
   static void printHeader(GenericPrint& print);
   /// Writes the record; the two lists are never written, fixed texts stand in their columns.

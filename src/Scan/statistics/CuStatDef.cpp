@@ -1,50 +1,13 @@
 #include "Scan/statistics/CuStatDef.h"
 
-#include <iterator>
 #include <string_view>
-#include <unordered_map>
-#include <variant>
 
-#include "Common/ColumnTable.h"
-#include "Common/GenericPrint.h"
-#include "Common/ScanVOXTags.h"
-#include "Common/VoxObjectCreationException.h"
 #include "QLMlib/common/ut/Trace.h"
 #include "Scan/statistics/Util.h"
 
 namespace agent {
 
 namespace {
-
-// Order of the result file's columns. The where clause, its last one, has a form of its own in definitions.
-const Column<CuStatDef> COLUMNS[] = {{ScanVOXTags::SD_ID, &CuStatDef::sdID},
-                                     {ScanVOXTags::SD_ALERT_ID, &CuStatDef::sdAlertID},
-                                     {ScanVOXTags::SD_CREATOR, &CuStatDef::sdCreator},
-                                     {ScanVOXTags::SD_NAME, &CuStatDef::sdName},
-                                     {ScanVOXTags::SD_DESC, &CuStatDef::sdDescription},
-                                     {ScanVOXTags::SD_TYPE, &CuStatDef::sdType},
-                                     {ScanVOXTags::SD_SHARE, &CuStatDef::sdShare},
-                                     {ScanVOXTags::SD_LARGEST_DIRS, &CuStatDef::sdLargestDirectories},
-                                     {ScanVOXTags::SD_LARGEST_FILES, &CuStatDef::sdLargestFiles},
-                                     {ScanVOXTags::SD_LEAST_ACCESS, &CuStatDef::sdLeastAccessed},
-                                     {ScanVOXTags::SD_OLDEST_NO_BACKUP, &CuStatDef::sdOldestNotBackedUp},
-                                     {ScanVOXTags::SD_LARGEST_ORPHANS, &CuStatDef::sdLargestOrphans},
-                                     {ScanVOXTags::SD_OLDEST_ORPHANS, &CuStatDef::sdOldestOrphans},
-                                     {ScanVOXTags::SD_SUMMARY, &CuStatDef::sdSummary},
-                                     {ScanVOXTags::SD_SIZE_DIST, &CuStatDef::sdSizeDistribution},
-                                     {ScanVOXTags::SD_GRP_BY_OWNER, &CuStatDef::sdGroupByOwner},
-                                     {ScanVOXTags::SD_GRP_BY_GRP, &CuStatDef::sdGroupByGroup},
-                                     {ScanVOXTags::SD_GRP_BY_ACCESS, &CuStatDef::sdGroupByAccess},
-                                     {ScanVOXTags::SD_GRP_BY_MOD, &CuStatDef::sdGroupByMod},
-                                     {ScanVOXTags::SD_GRP_BY_CREATION, &CuStatDef::sdGroupByCreation},
-                                     {ScanVOXTags::SD_GRP_BY_BACKUP, &CuStatDef::sdGroupByBackup},
-                                     {ScanVOXTags::SD_WIN_FILE_TYPE, &CuStatDef::sdWinOnlyFileType},
-                                     {ScanVOXTags::SD_LARGEST_FTYPES, &CuStatDef::sdLargestFileTypes},
-                                     {ScanVOXTags::SD_DAILY_RETENTION, &CuStatDef::sdDailyRetention},
-                                     {ScanVOXTags::SD_WEEKLY_RETENTION, &CuStatDef::sdWeeklyRetention},
-                                     {ScanVOXTags::SD_MONTHLY_RETENTION, &CuStatDef::sdMonthlyRetention},
-                                     {ScanVOXTags::SD_HAS_BACKUP_ACTION, &CuStatDef::sdHasBackupAction},
-                                     {ScanVOXTags::SD_WHERE_CLAUSE, &CuStatDef::sdWhereClause}};
 
 /// The bytes of a where clause, which a definition carries as signed decimal numbers.
 std::string decodeWhereClause(std::string_view cell) {
@@ -63,55 +26,88 @@ std::string decodeWhereClause(std::string_view cell) {
   }
 }
 
-/// Takes a definition's cell into a field. Flags of a statistic know two more words than those of other
-/// records.
-void store(CuStatDef& definition, const Column<CuStatDef>& column, const std::string& cell) {
-  if (std::string_view(column.tag) == ScanVOXTags::SD_WHERE_CLAUSE) {
-    definition.sdWhereClause = decodeWhereClause(cell);
-  } else if (std::holds_alternative<bool CuStatDef::*>(column.field)) {
-    storeCell(definition, column, cell == "true" ? "Y" : cell == "false" ? "N" : cell);
-  } else {
-    storeCell(definition, column, cell);
-  }
-}
+struct WhereClauseFormat : UsualFormat<std::string> {
+  static constexpr CellKind KIND = CellKind::SELECTION;
+  static void read(std::string& value, std::string_view cell) { value = decodeWhereClause(cell); }
+};
 
-/// The columns that a definition fills, by name. Scoring columns and unknown ones aren't among them: they are
-/// accepted and dropped. Nor is the flag for a backup action, which no definition of this job carries.
-const Column<CuStatDef>* findColumn(const std::string& attribute) {
-  static const auto BY_NAME = [] {
-    std::unordered_map<std::string_view, const Column<CuStatDef>*> columns;
-    for (const Column<CuStatDef>& column : COLUMNS) columns.emplace(column.tag, &column);
-    columns.erase(ScanVOXTags::SD_HAS_BACKUP_ACTION);
-    return columns;
-  }();
-  const auto found = BY_NAME.find(attribute);
-  return found == BY_NAME.end() ? nullptr : found->second;
-}
+/// Flags of a statistic know two more words than those of other records.
+struct FlagFormat : UsualFormat<bool> {
+  static void read(bool& value, std::string_view cell) {
+    UsualFormat<bool>::read(value, cell == "true" ? "Y" : cell == "false" ? "N" : cell);
+  }
+};
 
 }  // namespace
 
-void CuStatDef::inititializeObject(const Row& refHeaderArray, const Rows& refDataArray) {
-  std::vector<const Column<CuStatDef>*> columns;
-  for (const std::string& attribute : refHeaderArray) columns.push_back(findColumn(attribute));
+const RecordTable<CuStatDef>& CuStatDef::table() {
+  static constexpr Column<CuStatDef> COLUMNS[] = {
+      column<&CuStatDef::sdID>(ScanVOXTags::SD_ID, "its id, which its results carry"),
+      column<&CuStatDef::sdAlertID>(ScanVOXTags::SD_ALERT_ID, "id of an alert, for the server"),
+      column<&CuStatDef::sdCreator>(ScanVOXTags::SD_CREATOR, "who it belongs to"),
+      column<&CuStatDef::sdName>(ScanVOXTags::SD_NAME, "its name"),
+      column<&CuStatDef::sdDescription>(ScanVOXTags::SD_DESC, "free text"),
+      column<&CuStatDef::sdType>(ScanVOXTags::SD_TYPE, "what it covers, see above"),
+      column<&CuStatDef::sdShare>(ScanVOXTags::SD_SHARE, "a number for the server"),
+      column<&CuStatDef::sdLargestDirectories>(ScanVOXTags::SD_LARGEST_DIRS,
+                                               "list that many directories with the most space"),
+      column<&CuStatDef::sdLargestFiles>(ScanVOXTags::SD_LARGEST_FILES,
+                                         "list that many of the largest files"),
+      column<&CuStatDef::sdLeastAccessed>(ScanVOXTags::SD_LEAST_ACCESS,
+                                          "list that many files that were not used for longest"),
+      column<&CuStatDef::sdOldestNotBackedUp>(ScanVOXTags::SD_OLDEST_NO_BACKUP,
+                                              "list that many files that want a backup; none here does"),
+      column<&CuStatDef::sdLargestOrphans>(ScanVOXTags::SD_LARGEST_ORPHANS,
+                                           "list that many of the largest files whose owner is gone"),
+      column<&CuStatDef::sdOldestOrphans>(ScanVOXTags::SD_OLDEST_ORPHANS,
+                                          "list that many of the oldest files whose owner is gone"),
+      column<&CuStatDef::sdSummary, FlagFormat>(ScanVOXTags::SD_SUMMARY, "totals: an `SSummary`"),
+      column<&CuStatDef::sdSizeDistribution, FlagFormat>(ScanVOXTags::SD_SIZE_DIST,
+                                                         "files by size: an `SSizeDist`"),
+      column<&CuStatDef::sdGroupByOwner, FlagFormat>(ScanVOXTags::SD_GRP_BY_OWNER,
+                                                     "totals of each user: `SUserOrGroup`"),
+      column<&CuStatDef::sdGroupByGroup, FlagFormat>(ScanVOXTags::SD_GRP_BY_GRP,
+                                                     "totals of each group: `SUserOrGroup`"),
+      column<&CuStatDef::sdGroupByAccess, FlagFormat>(ScanVOXTags::SD_GRP_BY_ACCESS,
+                                                      "files by time of last use: an `STimeDist`"),
+      column<&CuStatDef::sdGroupByMod, FlagFormat>(ScanVOXTags::SD_GRP_BY_MOD,
+                                                   "files by time of last change: an `STimeDist`"),
+      column<&CuStatDef::sdGroupByCreation, FlagFormat>(ScanVOXTags::SD_GRP_BY_CREATION,
+                                                        "for other platforms; cleared here"),
+      column<&CuStatDef::sdGroupByBackup, FlagFormat>(ScanVOXTags::SD_GRP_BY_BACKUP,
+                                                      "for other platforms; cleared here"),
+      column<&CuStatDef::sdWinOnlyFileType, FlagFormat>(ScanVOXTags::SD_WIN_FILE_TYPE, "for other platforms"),
+      column<&CuStatDef::sdLargestFileTypes>(ScanVOXTags::SD_LARGEST_FTYPES,
+                                             "list that many types of files with the most space"),
+      column<&CuStatDef::sdDailyRetention>(ScanVOXTags::SD_DAILY_RETENTION, "a number for the server"),
+      column<&CuStatDef::sdWeeklyRetention>(ScanVOXTags::SD_WEEKLY_RETENTION, "a number for the server"),
+      column<&CuStatDef::sdMonthlyRetention>(ScanVOXTags::SD_MONTHLY_RETENTION, "a number for the server"),
+      // No definition of this job carries a backup action.
+      column<&CuStatDef::sdHasBackupAction>(ScanVOXTags::SD_HAS_BACKUP_ACTION, "reserved").onlyPrinted(),
+      column<&CuStatDef::sdWhereClause, WhereClauseFormat>(
+          ScanVOXTags::SD_WHERE_CLAUSE,
+          "count only what is selected; in a result only that of `sdType` 0 is left")};
+  static constexpr RecordTable<CuStatDef> TABLE(
+      ScanVOXTags::SD,
+      "A statistic: what it collects, over which files. In a result, with what it has found.", COLUMNS);
+  return TABLE;
+}
+
+// Columns that score candidates are no part of the table: they are accepted and dropped, as unknown ones are.
+void CuStatDef::inititializeObject(const HeaderRow& refHeaderArray, const Rows& refDataArray) {
   for (const Row& row : refDataArray) {
     requireSameLength(refHeaderArray, row, "exception = 'innerArray.size() != refHeaderArray.size()'.");
-    for (size_t index = 0; index < row.size(); ++index) {
-      if (columns[index] != nullptr) store(*this, *columns[index], row[index]);
-    }
+    table().read(*this, refHeaderArray, row);
   }
 }
 
 void CuStatDef::printHeader(GenericPrint& print) {
-  Row names;
-  for (const Column<CuStatDef>& column : COLUMNS) names.emplace_back(column.tag);
-  print.printHeader(names);
+  table().printHeader(print);
 }
 
 void CuStatDef::printData(GenericPrint& gp, int32_t filter) const {
-  Row values;
-  for (const Column<CuStatDef>& column : COLUMNS) values.push_back(printCell(*this, column));
   gp.beginNode(ScanVOXTags::SD);
-  gp.printData(values);
+  table().printData(gp, *this);
   for (const ResultsByFS* results : sdResults.concerning(filter)) results->printData(gp);
   if (sdBackupAction) sdBackupAction->printData(gp);
   gp.endNode(ScanVOXTags::SD);

@@ -6,12 +6,11 @@
 #include <string>
 
 #include "Common/EntityToObjectMapper.h"
+#include "Common/RecordTable.h"
 #include "Scan/results/ResultsList.h"
 #include "Scan/statistics/BackupAction.h"
 
 namespace agent {
-
-class GenericPrint;
 
 /// What one statistic collects, over which files and which file systems or directories. Filled once from the
 /// definition; collects its results during the scan and prints with them.
@@ -24,7 +23,9 @@ class CuStatDef : public EntityToObjectMapper {
 
   CuStatDef() : EntityToObjectMapper("CuStatDef") {}
 
-  void inititializeObject(const Row& refHeaderArray, const Rows& refDataArray) override;
+  static const RecordTable<CuStatDef>& table();
+
+  void inititializeObject(const HeaderRow& refHeaderArray, const Rows& refDataArray) override;
 
   static void printHeader(GenericPrint& print);
 

@@ -5,10 +5,9 @@
 #include <string>
 
 #include "Common/EntityToObjectMapper.h"
+#include "Common/RecordTable.h"
 
 namespace agent {
-
-class GenericPrint;
 
 /// A rule of a scoring policy. The format has room for it: its header row stands in every result file. No
 /// definition of this job makes one.
@@ -16,7 +15,9 @@ class FileScoreRule : public EntityToObjectMapper {
  public:
   FileScoreRule();
 
-  void inititializeObject(const Row& refHeaderArray, const Rows& refDataArray) override;
+  static const RecordTable<FileScoreRule>& table();
+
+  void inititializeObject(const HeaderRow& refHeaderArray, const Rows& refDataArray) override;
   static void printHeader(GenericPrint& print);
   void printData(GenericPrint& print) const;
 

@@ -1,24 +1,33 @@
 #include "Scan/walk/FileAttributes.h"
 
-#include "Common/GenericPrint.h"
-#include "Common/ScanVOXTags.h"
 #include "Scan/identity/UserOrGroup.h"
 
 namespace agent {
 
-Row FileAttributes::headerRow() {
-  return {ScanVOXTags::FA_TYPE,     ScanVOXTags::FA_NAME,       ScanVOXTags::FA_CREATED,
-          ScanVOXTags::FA_MODIFIED, ScanVOXTags::FA_ACCESSED,   ScanVOXTags::FA_BLOCKS,
-          ScanVOXTags::FA_LENGTH,   ScanVOXTags::FA_ATTRIBUTES, ScanVOXTags::FA_LINK_COUNT,
-          ScanVOXTags::FA_INODE_NUM};
-}
-
-Row FileAttributes::dataRow() const {
-  return {std::to_string(faType),      faName.empty() ? ScanVOXTags::VOX_NULL : faName,
-          std::to_string(faCreated),   std::to_string(faModified),
-          std::to_string(faAccessed),  std::to_string(faBlocks),
-          std::to_string(faLength),    std::to_string(faAttributes),
-          std::to_string(faLinkCount), std::to_string(faInodeNumber)};
+const RecordTable<FileAttributes>& FileAttributes::table() {
+  static constexpr Column<FileAttributes> COLUMNS[] = {
+      column<&FileAttributes::faType>(
+          ScanVOXTags::FA_TYPE, "1 file, 2 symbolic link, 3 directory, 4 fifo, 5 socket, 6 device, 0 other"),
+      column<&FileAttributes::faName>(ScanVOXTags::FA_NAME, "its full path, bytes"),
+      column<&FileAttributes::faCreated>(ScanVOXTags::FA_CREATED, "never known here; 0"),
+      column<&FileAttributes::faModified>(ScanVOXTags::FA_MODIFIED, "when its contents last changed"),
+      column<&FileAttributes::faAccessed>(ScanVOXTags::FA_ACCESSED,
+                                          "when it was last used; never before the last change"),
+      column<&FileAttributes::faBlocks>(ScanVOXTags::FA_BLOCKS,
+                                        "allocated units of 512 bytes; 0 for types above 3"),
+      column<&FileAttributes::faLength>(ScanVOXTags::FA_LENGTH, "bytes"),
+      column<&FileAttributes::faAttributes>(ScanVOXTags::FA_ATTRIBUTES,
+                                            "the attribute word of `Scan/selection/fileInfo.h`, unsigned"),
+      column<&FileAttributes::faLinkCount>(ScanVOXTags::FA_LINK_COUNT,
+                                           "names that it has; 1 for a directory"),
+      column<&FileAttributes::faInodeNumber>(ScanVOXTags::FA_INODE_NUM, "its number on its file system")};
+  static constexpr RecordTable<FileAttributes> TABLE(ScanVOXTags::FA,
+                                                     "An entry of a file system. No node of its own: what "
+                                                     "`SFile`, `SFileCandidate`, `SDirectory` and `SMonDir` "
+                                                     "begin with. Owner and group stand behind their rows, "
+                                                     "in nodes `UserOrGroupUser` and `UserOrGroupGroup`.",
+                                                     COLUMNS);
+  return TABLE;
 }
 
 void FileAttributes::printOwnerAndGroup(GenericPrint& print) const {

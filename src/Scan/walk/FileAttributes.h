@@ -3,12 +3,11 @@
 #include <cstdint>
 #include <string>
 
-#include "Common/EntityToObjectMapper.h"
 #include "Common/Object.h"
+#include "Common/RecordTable.h"
 
 namespace agent {
 
-class GenericPrint;
 class UserOrGroup;
 
 /// One directory entry as actions see it. The walk refills one record for each entry; whoever keeps an entry
@@ -30,10 +29,8 @@ class FileAttributes : public Object {
   /// True for what a file count counts: regular files and symbolic links.
   bool isFileOrLink() const { return faType == REGULAR_FILE || faType == SYMBOLIC_LINK; }
 
-  /// Names of the ten printed columns, in their order; records that extend this one append their own.
-  static Row headerRow();
-  /// Values of the ten printed columns.
-  Row dataRow() const;
+  /// The columns that records that extend this one begin with.
+  static const RecordTable<FileAttributes>& table();
   /// Writes the nodes of owner and group, as far as they are known.
   void printOwnerAndGroup(GenericPrint& print) const;
 
