@@ -1,8 +1,8 @@
 #include "JsonReport.h"
 
-#include <array>
 #include <cstdlib>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -15,22 +15,6 @@ namespace agent::tools {
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-constexpr std::array<std::string_view, 13> TEXT_COLUMNS = {
-    "sdCreator",         "sdName",           "sdDescription", "sdWhereClause", "fsMountPoint",
-    "hostNasMountPoint", "fsExportName",     "faName",        "ugName",        "ugDescription",
-    "mdsPath",           "ftpFileExtension", "ftpDescription"};
-constexpr std::array<std::string_view, 9> ARRAY_COLUMNS = {"szdSizes", "szdCounts", "tdSizes",
-                                                           "tdCounts", "sugSizes",  "sugCounts",
-                                                           "dirSizes", "dirCounts", "ugNameBytes"};
-
-template <size_t N>
-bool contains(const std::array<std::string_view, N>& names, std::string_view name) {
-  for (const std::string_view candidate : names) {
-    if (candidate == name) return true;
-  }
-  return false;
-}
 
 /// What the records of a place have in common.
 struct Context {
@@ -69,13 +53,15 @@ Json array(const std::string& cell) {
   return values;
 }
 
-void addField(Json& fields, const std::string& column, const std::string& cell) {
+/// @param kind none for a column that isn't known: it goes by its looks
+void addField(Json& fields, const std::string& column, const std::string& cell,
+              std::optional<CellKind> kind) {
   if (cell == ScanVOXTags::VOX_NULL) {
     fields[column] = nullptr;
-  } else if (contains(TEXT_COLUMNS, column)) {
+  } else if (kind == CellKind::TEXT || kind == CellKind::TEXTS || kind == CellKind::SELECTION) {
     fields[column] = cell;
     if (!isUtf8(cell)) fields[column + "Bytes"] = hexadecimal(cell);
-  } else if (contains(ARRAY_COLUMNS, column)) {
+  } else if (kind == CellKind::NUMBERS) {
     fields[column] = array(cell);
   } else if (cell == ScanVOXTags::VOX_TRUE || cell == ScanVOXTags::VOX_FALSE) {
     fields[column] = cell == ScanVOXTags::VOX_TRUE;
@@ -88,8 +74,8 @@ void addField(Json& fields, const std::string& column, const std::string& cell) 
 
 Json fieldsOf(const ResultNode& node, const Row& row) {
   Json fields = Json::object();
-  for (size_t index = 0; index < node.columns.size() && index < row.size(); ++index) {
-    addField(fields, node.columns[index], row[index]);
+  for (size_t place = 0; place < row.size(); ++place) {
+    addField(fields, node.columns->names[place], row[place], node.columns->kinds[place]);
   }
   return fields;
 }

@@ -13,6 +13,7 @@
 #include "Common/unix/FileDescriptor.h"
 #include "QLMlib/common/unx/LineReader.h"
 #include "QLMlib/common/unx/SystemCalls.h"
+#include "Scan/RecordClasses.h"
 #include "Scan/statistics/CuStatDef.h"
 
 namespace agent::tools {
@@ -97,8 +98,9 @@ class Reader {
   LineReader lines_;
   int64_t line_ = 0;  // the one that was read last, or tried
   bool atEnd_ = false;
-  std::unordered_map<std::string, Row> columns_;  // of each class; none for those that have no rows
-  std::vector<ResultNode> open_;                  // from the outermost to the innermost
+  // Of each class; those that have no rows have none.
+  std::unordered_map<std::string, std::shared_ptr<const ResultClass>> columns_;
+  std::vector<ResultNode> open_;  // from the outermost to the innermost
   bool resultSeen_ = false;
   ResultFile result_;
 };
@@ -127,9 +129,9 @@ void Reader::readHeaderBlock() {
     if (*line == ParserAPI::CLOSE_HEADER) return;
     if (std::optional<Tag> tag = tagOf(*line)) {
       className = std::move(tag->name);
-      columns_.try_emplace(className);
+      columns_.try_emplace(className, std::make_shared<ResultClass>(className, Row()));
     } else {
-      columns_[className] = ParserAPI::splitLine(*line);
+      columns_[className] = std::make_shared<ResultClass>(className, ParserAPI::splitLine(*line));
     }
   }
   expected(closeTag("Header"));
@@ -167,12 +169,12 @@ void Reader::row(std::string_view line) {
   if (open_.empty()) expected(resultSeen_ ? "the end of the file" : openTag(ScanVOXTags::AS));
   ResultNode& node = open_.back();
   if (node.tag == ScanVOXTags::AS) expected("a node: what has a row here is a definition, no result");
-  if (node.columns.empty() || !node.children.empty()) expected(closeTag(node.tag) + " or a node");
+  const Row& names = node.columns->names;
+  if (names.empty() || !node.children.empty()) expected(closeTag(node.tag) + " or a node");
   if (std::count(line.begin(), line.end(), '"') % 2 != 0) expected("the quote that ends a cell");
   Row cells = ParserAPI::splitLine(line);
-  if (cells.size() != node.columns.size()) {
-    expected("a row of " + std::to_string(node.columns.size()) + " cells, not of " +
-             std::to_string(cells.size()));
+  if (cells.size() != names.size()) {
+    expected("a row of " + std::to_string(names.size()) + " cells, not of " + std::to_string(cells.size()));
   }
   node.rows.push_back(std::move(cells));
 }
@@ -186,8 +188,9 @@ void Reader::close(const std::string& name) {
 
 void Reader::requireRow() const {
   const ResultNode& node = open_.back();
-  if (node.tag == ScanVOXTags::AS || node.columns.empty() || !node.rows.empty()) return;
-  expected("a row of " + std::to_string(node.columns.size()) + " cells");
+  const Row& names = node.columns->names;
+  if (node.tag == ScanVOXTags::AS || names.empty() || !node.rows.empty()) return;
+  expected("a row of " + std::to_string(names.size()) + " cells");
 }
 
 /// Gives the innermost node to the one around it.
@@ -204,7 +207,7 @@ void Reader::leave() {
 /// Whether a node that the fault leaves open, the innermost, says something by itself.
 bool Reader::isSound(const ResultNode& node) const {
   if (node.tag == ScanVOXTags::AS) return true;
-  if (!node.columns.empty()) return !node.rows.empty();
+  if (!node.columns->names.empty()) return !node.rows.empty();
   // Results stand in front of what they are about. Those of a file system are known by their place.
   const bool ofDirectory = open_.size() > 1 && open_[open_.size() - 2].number(ScanVOXTags::SD_TYPE) ==
                                                    CuStatDef::DIRECTORY_STATISTIC;
@@ -231,13 +234,27 @@ void Reader::expected(const std::string& what) const {
 
 }  // namespace
 
+ResultClass::ResultClass(const std::string& tag, Row columnNames)
+    : names(std::move(columnNames)), kinds(names.size()) {
+  const std::vector<RecordClass> classes = recordClasses();
+  const auto known = std::find_if(classes.begin(), classes.end(), [&tag](const RecordClass& candidate) {
+    return candidate.record.tag == tag;
+  });
+  for (size_t place = 0; place < names.size(); ++place) {
+    places.emplace(names[place], place);
+    if (known == classes.end()) continue;
+    for (const RecordDescription::Column& column : known->record.columns) {
+      if (column.tag == names[place]) kinds[place] = column.kind;
+    }
+  }
+}
+
 std::string ResultNode::text(std::string_view column) const {
   if (rows.empty()) return {};
-  for (size_t index = 0; index < columns.size() && index < rows[0].size(); ++index) {
-    if (columns[index] == column)
-      return rows[0][index] == ScanVOXTags::VOX_NULL ? std::string() : rows[0][index];
-  }
-  return {};
+  const auto place = columns->places.find(column);
+  if (place == columns->places.end()) return {};
+  const std::string& cell = rows[0][place->second];
+  return cell == ScanVOXTags::VOX_NULL ? std::string() : cell;
 }
 
 int64_t ResultNode::number(std::string_view column) const {

@@ -1,12 +1,16 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
+#include "Common/CellFormat.h"
 #include "Common/EntityToObjectMapper.h"
 
 namespace agent::tools {
@@ -17,10 +21,22 @@ class ResultFileError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+/// The columns of a record class, as the header block of a result file names them.
+struct ResultClass {
+  /// @param tag the class tag; what this program knows of the class is looked up here, once
+  ResultClass(const std::string& tag, Row columnNames);
+  ResultClass(const ResultClass&) = delete;
+  ResultClass& operator=(const ResultClass&) = delete;
+
+  const Row names;
+  std::vector<std::optional<CellKind>> kinds;           ///< of each column; none for one that isn't known
+  std::unordered_map<std::string_view, size_t> places;  ///< of each name, the first
+};
+
 /// One node of a result file with its rows and children, as they stand there.
 struct ResultNode {
   std::string tag;
-  Row columns;
+  std::shared_ptr<const ResultClass> columns;
   Rows rows;
   std::vector<ResultNode> children;
 
