@@ -9,44 +9,39 @@
 #include "Common/SafeText.h"
 #include "Common/ScanVOXTags.h"
 #include "Probe/Filesystem.h"
+#include "Scan/AgentScan.h"
+#include "Scan/results/MonDirSpec.h"
+#include "Scan/results/ResultsByFS.h"
+#include "Scan/statistics/CuStatDef.h"
 
 namespace agent::scandef {
 
-using Kind = StatisticColumn::Kind;
 using Cells = std::vector<std::string>;
 
-const std::array<StatisticColumn, 28> STATISTIC_COLUMNS = {{
-    {ScanVOXTags::SD_ID, "id", Kind::NUMBER, "0", "its id; the lowest free one unless given"},
-    {ScanVOXTags::SD_ALERT_ID, "alert", Kind::NUMBER, "-1", "id of an alert, for the server"},
-    {ScanVOXTags::SD_CREATOR, "creator", Kind::TEXT, "scandef", "who it belongs to"},
-    {ScanVOXTags::SD_NAME, nullptr, Kind::FIXED, "", nullptr},
-    {ScanVOXTags::SD_DESC, "description", Kind::TEXT, "", "free text"},
-    {ScanVOXTags::SD_TYPE, nullptr, Kind::FIXED, "1", nullptr},
-    {ScanVOXTags::SD_SHARE, "share", Kind::LENGTH, "0", "a number for the server"},
-    {ScanVOXTags::SD_LARGEST_DIRS, "largest-directories", Kind::LENGTH, "0", "list that many"},
-    {ScanVOXTags::SD_LARGEST_FILES, "largest-files", Kind::LENGTH, "0", "list that many"},
-    {ScanVOXTags::SD_LEAST_ACCESS, "least-accessed", Kind::LENGTH, "0", "list that many files"},
-    {ScanVOXTags::SD_OLDEST_NO_BACKUP, "oldest-not-backed-up", Kind::LENGTH, "0",
+const std::array<StatisticOption, 22> STATISTIC_OPTIONS = {{
+    {"id", ScanVOXTags::SD_ID, "its id; the lowest free one unless given"},
+    {"alert", ScanVOXTags::SD_ALERT_ID, "id of an alert, for the server"},
+    {"creator", ScanVOXTags::SD_CREATOR, "who it belongs to"},
+    {"description", ScanVOXTags::SD_DESC, "free text"},
+    {"share", ScanVOXTags::SD_SHARE, "a number for the server"},
+    {"largest-directories", ScanVOXTags::SD_LARGEST_DIRS, "list that many"},
+    {"largest-files", ScanVOXTags::SD_LARGEST_FILES, "list that many"},
+    {"least-accessed", ScanVOXTags::SD_LEAST_ACCESS, "list that many files"},
+    {"oldest-not-backed-up", ScanVOXTags::SD_OLDEST_NO_BACKUP,
      "list that many files (none wants a backup on this platform)"},
-    {ScanVOXTags::SD_LARGEST_ORPHANS, "largest-orphans", Kind::LENGTH, "0", "list that many"},
-    {ScanVOXTags::SD_OLDEST_ORPHANS, "oldest-orphans", Kind::LENGTH, "0", "list that many"},
-    {ScanVOXTags::SD_SUMMARY, "summary", Kind::FLAG, "N", "totals of files, directories and space"},
-    {ScanVOXTags::SD_SIZE_DIST, "size-distribution", Kind::FLAG, "N", "files by size"},
-    {ScanVOXTags::SD_GRP_BY_OWNER, "by-owner", Kind::FLAG, "N", "totals for each user"},
-    {ScanVOXTags::SD_GRP_BY_GRP, "by-group", Kind::FLAG, "N", "totals for each group"},
-    {ScanVOXTags::SD_GRP_BY_ACCESS, "by-access", Kind::FLAG, "N", "files by time of last access"},
-    {ScanVOXTags::SD_GRP_BY_MOD, "by-modification", Kind::FLAG, "N", "files by time of last modification"},
-    // These are for other platforms: the job clears them.
-    {ScanVOXTags::SD_GRP_BY_CREATION, nullptr, Kind::FIXED, "N", nullptr},
-    {ScanVOXTags::SD_GRP_BY_BACKUP, nullptr, Kind::FIXED, "N", nullptr},
-    {ScanVOXTags::SD_WIN_FILE_TYPE, nullptr, Kind::FIXED, "N", nullptr},
-    {ScanVOXTags::SD_LARGEST_FTYPES, "largest-file-types", Kind::LENGTH, "0",
-     "list that many types of files"},
-    {ScanVOXTags::SD_DAILY_RETENTION, "daily-retention", Kind::LENGTH, "0", "a number for the server"},
-    {ScanVOXTags::SD_WEEKLY_RETENTION, "weekly-retention", Kind::LENGTH, "0", "a number for the server"},
-    {ScanVOXTags::SD_MONTHLY_RETENTION, "monthly-retention", Kind::LENGTH, "0", "a number for the server"},
-    {ScanVOXTags::SD_HAS_BACKUP_ACTION, nullptr, Kind::FIXED, "N", nullptr},
-    {ScanVOXTags::SD_WHERE_CLAUSE, "where", Kind::WHERE, "", "count only what is selected, see below"},
+    {"largest-orphans", ScanVOXTags::SD_LARGEST_ORPHANS, "list that many"},
+    {"oldest-orphans", ScanVOXTags::SD_OLDEST_ORPHANS, "list that many"},
+    {"summary", ScanVOXTags::SD_SUMMARY, "totals of files, directories and space"},
+    {"size-distribution", ScanVOXTags::SD_SIZE_DIST, "files by size"},
+    {"by-owner", ScanVOXTags::SD_GRP_BY_OWNER, "totals for each user"},
+    {"by-group", ScanVOXTags::SD_GRP_BY_GRP, "totals for each group"},
+    {"by-access", ScanVOXTags::SD_GRP_BY_ACCESS, "files by time of last access"},
+    {"by-modification", ScanVOXTags::SD_GRP_BY_MOD, "files by time of last modification"},
+    {"largest-file-types", ScanVOXTags::SD_LARGEST_FTYPES, "list that many types of files"},
+    {"daily-retention", ScanVOXTags::SD_DAILY_RETENTION, "a number for the server"},
+    {"weekly-retention", ScanVOXTags::SD_WEEKLY_RETENTION, "a number for the server"},
+    {"monthly-retention", ScanVOXTags::SD_MONTHLY_RETENTION, "a number for the server"},
+    {"where", ScanVOXTags::SD_WHERE_CLAUSE, "count only what is selected, see below"},
 }};
 
 const std::array<FilesystemType, 12> FILESYSTEM_TYPES = {{
@@ -68,15 +63,21 @@ namespace {
 
 // Kinds of statistic, as `sdType` holds them.
 constexpr const char* OF_DIRECTORIES = "0";
+constexpr const char* OF_ALL_FILESYSTEMS = "1";
 constexpr const char* OF_THE_FILESYSTEM = "3";
 constexpr const char* OF_SOME_FILESYSTEMS = "4";
 
+const std::vector<RecordDescription::Column>& statisticColumns() {
+  static const RecordDescription RECORD = CuStatDef::table().describe();
+  return RECORD.columns;
+}
+
 size_t columnOf(std::string_view tag) {
-  const auto* const column =
-      std::find_if(STATISTIC_COLUMNS.begin(), STATISTIC_COLUMNS.end(),
-                   [tag](const StatisticColumn& candidate) { return candidate.tag == tag; });
-  if (column == STATISTIC_COLUMNS.end()) throw std::invalid_argument("no column " + std::string(tag));
-  return static_cast<size_t>(column - STATISTIC_COLUMNS.begin());
+  const auto& columns = statisticColumns();
+  const auto column = std::find_if(columns.begin(), columns.end(),
+                                   [tag](const auto& candidate) { return candidate.tag == tag; });
+  if (column == columns.end()) throw std::invalid_argument("no column " + std::string(tag));
+  return static_cast<size_t>(column - columns.begin());
 }
 
 /// Writes the tagged format.
@@ -124,68 +125,38 @@ class Text {
   std::string text_;
 };
 
-const Cells FILESYSTEM_COLUMNS = {Filesystem::FILESYSTEM_ID,
-                                  Filesystem::FILESYSTEM_COMPUTERID,
-                                  "fsGroupID",
-                                  "fsLogDiskID",
-                                  "fsLogicalDiskID",
-                                  Filesystem::FILESYSTEM_MAXFILES,
-                                  Filesystem::FILESYSTEM_USEDINODES,
-                                  Filesystem::FILESYSTEM_FREEINODES,
-                                  Filesystem::FILESYSTEM_SIZE,
-                                  Filesystem::FILESYSTEM_CAPACITY,
-                                  Filesystem::FILESYSTEM_USEDSPACE,
-                                  Filesystem::FILESYSTEM_FREESPACE,
-                                  "fsFileCount",
-                                  "fsDirectoryCount",
-                                  "fsScanTime",
-                                  Filesystem::FILESYSTEM_TYPE,
-                                  "fsUseCount",
-                                  Filesystem::FILESYSTEM_MNTPT,
-                                  Filesystem::FILESYSTEM_HOSTNASMNTPT,
-                                  Filesystem::FILESYSTEM_DISCTIME,
-                                  Filesystem::FILESYSTEM_SCANNING_COMPUTERID,
-                                  Filesystem::FILESYSTEM_EXPORTNAME,
-                                  Filesystem::FILESYSTEM_SCANNED};
-
 // What the job finds out by itself is left at nothing.
-Cells filesystemRow(const MountPoint& filesystem, int32_t computer) {
-  Cells cells;
-  for (const std::string& column : FILESYSTEM_COLUMNS) {
-    if (column == Filesystem::FILESYSTEM_ID) {
-      cells.push_back(std::to_string(filesystem.id));
-    } else if (column == Filesystem::FILESYSTEM_MNTPT) {
-      cells.push_back(filesystem.path);
-    } else if (column == Filesystem::FILESYSTEM_COMPUTERID ||
-               column == Filesystem::FILESYSTEM_SCANNING_COMPUTERID) {
-      cells.push_back(std::to_string(computer));
-    } else if (column == Filesystem::FILESYSTEM_TYPE) {
-      cells.push_back(std::to_string(filesystem.type));
-    } else if (column == Filesystem::FILESYSTEM_SCANNED) {
-      cells.push_back(ScanVOXTags::VOX_FALSE);
-    } else if (column == Filesystem::FILESYSTEM_HOSTNASMNTPT || column == Filesystem::FILESYSTEM_EXPORTNAME) {
-      cells.emplace_back();
-    } else {
-      cells.push_back(ScanVOXTags::VOX_NUM_VAL_NULL);
-    }
-  }
-  return cells;
+Cells filesystemRow(const MountPoint& mountPoint, int32_t computer) {
+  Filesystem filesystem;
+  filesystem.fsID = mountPoint.id;
+  filesystem.fsMountPoint = mountPoint.path;
+  filesystem.fsType = mountPoint.type;
+  filesystem.fsComputerID = filesystem.fsScanningCompID = computer;
+  return Filesystem::table().values(filesystem);
+}
+
+// One group, and whatever computer: the job finds out by itself whether the path is a pattern.
+Cells directoryRow(const MonitoredDirectory& directory) {
+  MonDirSpec spec;
+  spec.setMdsID(directory.id);
+  spec.setMdsGroupID(1);
+  spec.setMdsPath(directory.path);
+  return MonDirSpec::table().values(spec);
+}
+
+template <typename Record>
+void writeClass(Text& text) {
+  text.open(Record::table().tag());
+  if (const Cells names = Record::table().names(); !names.empty()) text.names(names);
 }
 
 void writeHeader(Text& text) {
   text.open(ScanVOXTags::HEADER);
-  text.open(ScanVOXTags::AS);
-  text.names({ScanVOXTags::AS_JOB_NAME, ScanVOXTags::AS_SCANNING_COMP_ID});
-  text.open(Filesystem::FILESYSTEM);
-  text.names(FILESYSTEM_COLUMNS);
-  text.open(ScanVOXTags::MDS);
-  text.names({ScanVOXTags::MDS_ID, ScanVOXTags::MDS_GROUP_ID, ScanVOXTags::MDS_COMP_ID, ScanVOXTags::MDS_PATH,
-              ScanVOXTags::MDS_MASKED_PATH});
-  text.open(ScanVOXTags::SD);
-  Cells tags;
-  for (const StatisticColumn& column : STATISTIC_COLUMNS) tags.emplace_back(column.tag);
-  text.names(tags);
-  text.open(ScanVOXTags::RESULTS_BY_FS);  // a node without columns
+  writeClass<AgentScan>(text);
+  writeClass<Filesystem>(text);
+  writeClass<MonDirSpec>(text);
+  writeClass<CuStatDef>(text);
+  writeClass<ResultsByFS>(text);
   text.close(ScanVOXTags::HEADER);
 }
 
@@ -246,9 +217,14 @@ void writeSource(Text& text, const Definition& definition, int32_t filesystemId)
 
 }  // namespace
 
-Statistic::Statistic(std::string name) {
-  for (size_t column = 0; column < cells_.size(); ++column) cells_[column] = STATISTIC_COLUMNS[column].preset;
+CellKind statisticColumnKind(std::string_view tag) {
+  return statisticColumns()[columnOf(tag)].kind;
+}
+
+Statistic::Statistic(std::string name) : cells_(CuStatDef::table().values(CuStatDef())) {
+  (*this)[ScanVOXTags::SD_CREATOR] = "scandef";
   (*this)[ScanVOXTags::SD_NAME] = std::move(name);
+  (*this)[ScanVOXTags::SD_TYPE] = OF_ALL_FILESYSTEMS;
 }
 
 std::string& Statistic::operator[](std::string_view tag) {
@@ -273,13 +249,11 @@ std::string definitionText(const Definition& definition) {
   Ids directoryIds("monitored directories");
   for (const MonitoredDirectory& directory : definition.directories) {
     directoryIds.take(directory.id);
-    // One group, and whatever computer: the job finds out by itself whether the path is a pattern.
-    text.rowNode(ScanVOXTags::MDS,
-                 {std::to_string(directory.id), "1", "0", directory.path, ScanVOXTags::VOX_FALSE});
+    text.rowNode(ScanVOXTags::MDS, directoryRow(directory));
   }
   for (const Statistic& statistic : completed(definition.statistics)) {
     text.open(ScanVOXTags::SD);
-    text.row({statistic.cells().begin(), statistic.cells().end()});
+    text.row(statistic.cells());
     for (const int32_t filesystemId : statistic.onlyFilesystems) writeSource(text, definition, filesystemId);
     text.close(ScanVOXTags::SD);
   }

@@ -1,34 +1,29 @@
 #pragma once
 
 #include <array>
-#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "Common/CellFormat.h"
+#include "Common/EntityToObjectMapper.h"
+
 namespace agent::scandef {
 
-/// One column of a statistic's record: how it is called in the file and on scandef's command line.
-struct StatisticColumn {
-  enum class Kind {
-    FIXED,   // nothing to choose
-    NUMBER,  // 32 bits
-    LENGTH,  // of a list, or any other 16-bit number from 0 on
-    FLAG,
-    TEXT,
-    WHERE,  // a selection
-  };
-
-  const char* tag;
-  const char* option;  ///< without its dashes; null for none
-  Kind kind;
-  const char* preset;  ///< what stands there unless chosen; empty for null
+/// An option of scandef's command line that fills a column of a statistic's record. What values it takes
+/// follows from the column's kind.
+struct StatisticOption {
+  const char* name;  ///< without its dashes
+  const char* tag;   ///< of the column
   const char* help;
 };
 
-/// All columns, in the order of the file.
-extern const std::array<StatisticColumn, 28> STATISTIC_COLUMNS;
+/// All of them, in the order of the columns.
+extern const std::array<StatisticOption, 22> STATISTIC_OPTIONS;
+
+/// The kind of a column of CuStatDef.
+CellKind statisticColumnKind(std::string_view tag);
 
 /// One statistic. Cells are kept as the file holds them, but for quotes; an empty one stands for null.
 class Statistic {
@@ -36,17 +31,17 @@ class Statistic {
   /// A statistic over all file systems of the job.
   explicit Statistic(std::string name);
 
-  /// The cell of a column; `tag` is one of STATISTIC_COLUMNS.
+  /// The cell of a column; `tag` is one of CuStatDef's.
   std::string& operator[](std::string_view tag);
   const std::string& operator[](std::string_view tag) const;
 
-  const std::array<std::string, 28>& cells() const { return cells_; }
+  const Row& cells() const { return cells_; }
 
   bool ofDirectories = false;            ///< for the monitored directories instead
   std::vector<int32_t> onlyFilesystems;  ///< ids; if not empty, the statistic is for these alone
 
  private:
-  std::array<std::string, 28> cells_;
+  Row cells_;
 };
 
 struct MountPoint {

@@ -16,8 +16,6 @@ namespace agent::scandef {
 
 namespace {
 
-using Kind = StatisticColumn::Kind;
-
 int32_t number(const std::string& option, const std::string& value, int32_t lowest, int32_t highest) {
   int32_t result = 0;
   const char* const end = value.data() + value.size();
@@ -69,8 +67,7 @@ class Parser {
  private:
   using Handler = std::function<void(const std::string& option, const std::string& value)>;
 
-  void parseStatisticOption(const StatisticColumn& column, const std::string& option,
-                            const std::string& value);
+  void parseStatisticOption(const char* tag, const std::string& option, const std::string& value);
   void check() const;
   void placeDirectories();
   std::vector<std::string> placesOf(const std::string& path) const;
@@ -132,11 +129,10 @@ Parser::Parser() {
     statistic(option).ofDirectories = true;
   };
 
-  for (const StatisticColumn& column : STATISTIC_COLUMNS) {
-    if (column.option == nullptr) continue;
-    auto& handlers = column.kind == Kind::FLAG ? alone_ : withValue_;
-    handlers["--" + std::string(column.option)] = [this, &column](const auto& option, const auto& value) {
-      parseStatisticOption(column, option, value);
+  for (const StatisticOption& known : STATISTIC_OPTIONS) {
+    auto& handlers = statisticColumnKind(known.tag) == CellKind::FLAG ? alone_ : withValue_;
+    handlers["--" + std::string(known.name)] = [this, &known](const auto& option, const auto& value) {
+      parseStatisticOption(known.tag, option, value);
     };
   }
 }
@@ -169,25 +165,19 @@ Request Parser::parse(const std::vector<std::string>& arguments) {
   return request_;
 }
 
-void Parser::parseStatisticOption(const StatisticColumn& column, const std::string& option,
-                                  const std::string& value) {
-  std::string& cell = statistic(option)[column.tag];
-  switch (column.kind) {
-    case Kind::FIXED:
-      break;
-    case Kind::NUMBER:
+void Parser::parseStatisticOption(const char* tag, const std::string& option, const std::string& value) {
+  std::string& cell = statistic(option)[tag];
+  switch (statisticColumnKind(tag)) {
+    case CellKind::NUMBER_32:
       cell = std::to_string(id(option, value));
       break;
-    case Kind::LENGTH:
+    case CellKind::NUMBER_16:
       cell = std::to_string(number(option, value, 0, std::numeric_limits<int16_t>::max()));
       break;
-    case Kind::FLAG:
+    case CellKind::FLAG:
       cell = ScanVOXTags::VOX_TRUE;
       break;
-    case Kind::TEXT:
-      cell = value;
-      break;
-    case Kind::WHERE:
+    case CellKind::SELECTION:
       try {
         const std::string expression =
             compileWhere(value, &caveats_[request_.definition.statistics.size() - 1]);
@@ -195,6 +185,9 @@ void Parser::parseStatisticOption(const StatisticColumn& column, const std::stri
       } catch (const LanguageError& error) {
         throw UsageError(option + ": " + marked(value, error.position(), error.what()));
       }
+      break;
+    default:
+      cell = value;
       break;
   }
 }
@@ -358,14 +351,14 @@ std::string helpText() {
       "\n"
       "  --only MOUNTPOINT               this file system alone; may be repeated\n"
       "  --directories                   the monitored directories instead\n";
-  for (const StatisticColumn& column : STATISTIC_COLUMNS) {
-    if (column.option == nullptr) continue;
-    std::string line = "  --" + std::string(column.option);
-    if (column.kind == Kind::TEXT) line += " TEXT";
-    if (column.kind == Kind::WHERE) line += " SELECTION";
-    if (column.kind == Kind::NUMBER || column.kind == Kind::LENGTH) line += " N";
+  for (const StatisticOption& option : STATISTIC_OPTIONS) {
+    const CellKind kind = statisticColumnKind(option.tag);
+    std::string line = "  --" + std::string(option.name);
+    if (kind == CellKind::TEXT) line += " TEXT";
+    if (kind == CellKind::SELECTION) line += " SELECTION";
+    if (kind == CellKind::NUMBER_32 || kind == CellKind::NUMBER_16) line += " N";
     line.resize(std::max<size_t>(line.size() + 1, 34), ' ');
-    text += line + column.help + "\n";
+    text += line + option.help + "\n";
   }
   text +=
       "\n"
