@@ -2,11 +2,7 @@
 
 #include <string>
 
-#include "Common/GenericPrint.h"
 #include "Common/VOXCommon/InetAddress.h"
-#include "Common/VOXCommon/LdapTree.h"
-#include "Common/VoxObjectCreationException.h"
-#include "support/TemporaryDirectory.h"
 
 namespace agent::test {
 namespace {
@@ -29,19 +25,6 @@ TEST(InetAddressTest, NumericHostsAreTheirOwnAddress) {
     if (testCase.host.empty()) continue;  // means this host to the resolver
     EXPECT_EQ(InetAddress::isIPv6(testCase.host), testCase.isIPv6) << testCase.host;
   }
-}
-
-TEST(LdapTreeTest, IsReadInAnyOrderAndPrintedInItsOwn) {
-  LdapTree tree;
-  tree.initializeObject({"ltHasComputers", "ltName", "unknown", "ltTreeID", "ltComputerID", "ltComputerName"},
-                        {{"Y", "tree", "x", "3", "4x", ""}});
-  EXPECT_THROW(tree.initializeObject({"ltName"}, {}), VoxObjectCreationException);
-
-  const TemporaryDirectory directory;
-  GenericPrint gp(GenericPrint::VOX_FORMAT, directory / "result.dat");
-  tree.printData(gp);
-  EXPECT_EQ(content(directory / "result.dat"),
-            "[LdapTree]\n\"3\",\"4\",\"tree\",\"null\",\"null\",\"null\",\"Y\"\n[/LdapTree]\n");
 }
 
 }  // namespace

@@ -3,39 +3,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "Common/GenericPrint.h"
-#include "Common/ScanVOXTags.h"
 #include "Scan/identity/UberTable.h"
-#include "support/TemporaryDirectory.h"
 
 namespace agent {
 namespace {
 
 using ::testing::StrEq;
-
-TEST(UserOrGroupTest, PrintsEmptyTextsAsNullAndTheDomainBehindTheRow) {
-  UserOrGroup user = UserOrGroup::ofKey(7, false);
-  user.ugName = "ab\xE9";
-  user.ugDescription = "A, B";
-  UserOrGroup group = UserOrGroup::ofKey(-2, true);
-  group.ugRemoved = true;
-  group.domain.emplace(5, "EXAMPLE");
-  const test::TemporaryDirectory directory;
-  GenericPrint print(GenericPrint::VOX_FORMAT, directory / "result.dat");
-  user.printData(print, ScanVOXTags::UG_USER);
-  group.printData(print, ScanVOXTags::UG_USER_GROUP);
-
-  EXPECT_EQ(test::content(directory / "result.dat"),
-            "[UserOrGroupUser]\n"
-            "\"7\",\"0\",\"ab\xE9\",\"A, B\",\"-1\",\"N\",\"-1\",\"97,98,233\",\"1\",\"1\"\n"
-            "[/UserOrGroupUser]\n"
-            "[UserOrGroup]\n"
-            "\"0\",\"-2\",\"null\",\"null\",\"-1\",\"Y\",\"-1\",\"null\",\"2\",\"2\"\n"
-            "[Domain]\n"
-            "\"5\",\"EXAMPLE\",\"0\"\n"
-            "[/Domain]\n"
-            "[/UserOrGroup]\n");
-}
 
 TEST(UserOrGroupTest, LoadsItsValuesInAnyOrder) {
   UserOrGroup record;

@@ -1,6 +1,6 @@
 #include "Probe/Filesystem.h"
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include "Common/GenericPrint.h"
 #include "Common/VoxObjectCreationException.h"
@@ -18,19 +18,6 @@ std::string written(const std::function<void(GenericPrint&)>& write) {
   return content(directory / "out");
 }
 
-TEST(Filesystem, PrintsWhatItHasReadInTheOrderOfItsColumns) {
-  Filesystem filesystem;
-  filesystem.inititializeObject(
-      {"fsScanned", "fsMountPoint", "fsID", "hostNasMountPoint", "fsMaxFiles", "fsType", "fsUnknown",
-       "fsLogDiskID", "fsLogicalDiskID", "fsFileCount", "fsExportName"},
-      {{"y", "/home", "7", "/a,,/b", "9223372036854775808", "65559", "x", "1", "2", "3", "exp"}});
-  EXPECT_EQ(
-      written([&](GenericPrint& print) { filesystem.printData(print); }),
-      "[Filesystem]\n\"7\",\"0\",\"0\",\"1\",\"2\",\"9223372036854775807\",\"0\",\"0\",\"0\",\"0\",\"0\","
-      "\"0\",\"3\",\"0\",\"0\",\"23\",\"0\",\"/home\",\"/a,,/b\",\"0\",\"0\",\"exp\",\"Y\"\n"
-      "[/Filesystem]\n");
-}
-
 TEST(Filesystem, RefusesARowOfAnotherLengthThanItsHeader) {
   const Row header = {"fsID", "fsMountPoint"};
   for (const Rows& rows : {Rows{}, Rows{{"1"}}, Rows{{"1", "/", "more"}}}) {
@@ -40,6 +27,8 @@ TEST(Filesystem, RefusesARowOfAnotherLengthThanItsHeader) {
     EXPECT_THROW(filer.initializeObject({"nfName", "nfOSType"}, rows), VoxObjectCreationException);
     Domain domain;
     EXPECT_THROW(domain.initializeObject({"domID", "domName"}, rows), VoxObjectCreationException);
+    LdapTree tree;
+    EXPECT_THROW(tree.initializeObject({"ltName", "ltTreeID"}, rows), VoxObjectCreationException);
   }
 }
 
