@@ -2,21 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include "Common/GenericPrint.h"
 #include "Common/VoxObjectCreationException.h"
 #include "Probe/NasFiler.h"
-#include "support/TemporaryDirectory.h"
 
 namespace agent::test {
 namespace {
-
-std::string written(const std::function<void(GenericPrint&)>& write) {
-  const TemporaryDirectory directory;
-  GenericPrint print(GenericPrint::VOX_FORMAT, directory / "out");
-  write(print);
-  print.closeFile();
-  return content(directory / "out");
-}
 
 TEST(Filesystem, RefusesARowOfAnotherLengthThanItsHeader) {
   const Row header = {"fsID", "fsMountPoint"};

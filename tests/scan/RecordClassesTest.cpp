@@ -12,7 +12,7 @@
 #include "Scan/results/SMonDir.h"
 #include "Scan/statistics/BackupAction.h"
 #include "Scan/statistics/FileScoreRule.h"
-#include "common/TemporaryDirectory.h"
+#include "support/TemporaryDirectory.h"
 
 namespace agent::test {
 namespace {

@@ -20,8 +20,7 @@ ResultFile::ResultFile(const std::string& fileName) {
 }
 
 std::string ResultFile::text(const Node& node, std::string_view column) const {
-  if (std::find(node.columns.begin(), node.columns.end(), column) != node.columns.end())
-    return node.text(column);
+  if (node.columns && node.columns->places.contains(column)) return node.text(column);
   throw std::runtime_error("no column " + std::string(column) + " in " + node.tag);
 }
 

@@ -49,69 +49,7 @@ TEST(ScandefDefinitionTest, EverythingThatCanBeAskedFor) {
                                R"(--largest-file-types|32767|--daily-retention|7|--weekly-retention|8|)"
                                R"(--monthly-retention|9|--where=type != file|--only|/var|--statistic|dirs|)"
                                R"(--directories|--where|everything)")),
-<<<<<<< HEAD:tests/tools/ScandefDefinitionTest.cpp
             content(EXPECTED "/definition.dat"));
-=======
-            std::string(HEADER) +
-                "[AgentScan]\n"
-                "\"nightly\",\"17\"\n" +
-                filesystemRow(5, "/srv/a\"\"b", 17) + filesystemRow(6, "/var", 17, 23) +
-                "[MonDirSpec]\n"
-                "\"1\",\"1\",\"0\",\"/srv/a\"\"b/pro*\",\"N\"\n"
-                "[/MonDirSpec]\n"
-                "[MonDirSpec]\n"
-                "\"4\",\"1\",\"0\",\"/var/pro*\",\"N\"\n"
-                "[/MonDirSpec]\n"
-                "[MonDirSpec]\n"
-                "\"3\",\"1\",\"0\",\"/var/x\",\"N\"\n"
-                "[/MonDirSpec]\n"
-                "[CuStatDef]\n"
-                "\"2\",\"-1\",\"scandef\",\"File "
-                "systems\",null,\"3\",\"0\",\"0\",\"0\",\"0\",\"0\",\"0\",\"0\",\"Y\",\"N\","
-                "\"N\",\"N\",\"N\",\"N\",\"N\",\"N\",\"N\",\"0\",\"0\",\"0\",\"0\",\"N\",null\n"
-                "[/CuStatDef]\n"
-                "[CuStatDef]\n"
-                "\"1\",\"9\",\"anna\",\"all, of it\",\"for "
-                "\"\"me\"\"\",\"4\",\"2\",\"1\",\"2\",\"3\",\"4\",\"5\",\"6\","
-                "\"Y\",\"Y\",\"Y\",\"Y\",\"Y\",\"Y\",\"N\",\"N\",\"N\",\"32767\",\"7\",\"8\",\"9\",\"N\","
-                "\"33,61,84,0,0,0,1\"\n"
-                "[ResultsByFS]\n" +
-                filesystemRow(6, "/var", 17, 23) +
-                "[/ResultsByFS]\n"
-                "[/CuStatDef]\n"
-                "[CuStatDef]\n"
-                "\"3\",\"-1\",\"scandef\",\"dirs\",null,\"0\",\"0\",\"0\",\"0\",\"0\",\"0\",\"0\",\"0\","
-                "\"N\",\"N\",\"N\","
-                "\"N\",\"N\",\"N\",\"N\",\"N\",\"N\",\"0\",\"0\",\"0\",\"0\",\"N\",null\n"
-                "[/CuStatDef]\n"
-                "[/AgentScan]\n");
-}
-
-TEST(ScandefDefinitionTest, TheJobsOwnReaderFindsEveryCellInItsColumn) {
-  const test::TemporaryDirectory directory;
-  ParserAPI parser(
-      directory.file("scan.dat", definitionOf({"--filesystem", "7=/a,b", "--monitor", "/a,b/m", "--statistic",
-                                               "x", "--only", "/a,b", "--where", "orphan"})));
-  auto job = parser.findNextEntity({});
-  ASSERT_TRUE(job);
-  EXPECT_THAT(parser.getEntityData(*job), ElementsAre(ElementsAre("scan", "1")));
-  std::vector<std::string> classes;
-  std::vector<ParserAPI::Entity> children = parser.getEntityChildren(*job);
-  for (ParserAPI::Entity& child : children) {
-    classes.push_back(child.name);
-    const Rows rows = parser.getEntityData(child);
-    ASSERT_EQ(rows.size(), 1U);
-    const Row& header = parser.getEntityHeader(child).names();
-    ASSERT_EQ(rows[0].size(), header.size()) << child.name;
-    if (child.name == "Filesystem") {
-      EXPECT_EQ(rows[0][17], "/a,b");
-    }
-  }
-  EXPECT_THAT(classes, ElementsAre("Filesystem", "MonDirSpec", "CuStatDef", "CuStatDef"));
-  const auto sources = parser.getEntityChildren(children.back());
-  ASSERT_EQ(sources.size(), 1U);
-  EXPECT_EQ(sources[0].name, "ResultsByFS");
->>>>>>> 7c4c6f1 (common: say everything about a record's columns in one table):tests/selection/ScandefDefinitionTest.cpp
 }
 
 TEST(ScandefDefinitionTest, WhatTheFormatCannotHoldIsRefused) {
