@@ -7,8 +7,8 @@
 #include <string>
 
 #include "Common/VOXIOException.h"
-#include "support/TemporaryDirectory.h"
 #include "support/RefusedCalls.h"
+#include "support/TemporaryDirectory.h"
 
 namespace agent::test {
 namespace {

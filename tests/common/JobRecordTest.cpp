@@ -8,8 +8,8 @@
 #include <string>
 
 #include "Common/AgentNotification.h"
-#include "support/TemporaryDirectory.h"
 #include "support/RefusedCalls.h"
+#include "support/TemporaryDirectory.h"
 
 namespace agent::test {
 namespace {

@@ -12,8 +12,8 @@
 
 #include "QLMlib/common/nls/MessageCatalogs.h"
 #include "QLMlib/common/thrd/Thread.h"
-#include "support/TemporaryDirectory.h"
 #include "support/RefusedCalls.h"
+#include "support/TemporaryDirectory.h"
 
 namespace agent::test {
 namespace {

@@ -10,8 +10,8 @@
 
 #include "Common/GenericPrint.h"
 #include "Common/VOXParserException.h"
-#include "support/TemporaryDirectory.h"
 #include "support/RefusedCalls.h"
+#include "support/TemporaryDirectory.h"
 
 namespace agent::test {
 namespace {

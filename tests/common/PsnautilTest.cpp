@@ -11,8 +11,8 @@
 #include "Common/unix/psmsgutil.h"
 #include "Common/unix/pssignal.h"
 #include "support/ChildProcess.h"
-#include "support/TemporaryDirectory.h"
 #include "support/RefusedCalls.h"
+#include "support/TemporaryDirectory.h"
 
 namespace agent::test {
 namespace {

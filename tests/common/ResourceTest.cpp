@@ -16,8 +16,8 @@
 
 #include "Common/unix/FileDescriptor.h"
 #include "support/ChildProcess.h"
-#include "support/TemporaryDirectory.h"
 #include "support/RefusedCalls.h"
+#include "support/TemporaryDirectory.h"
 
 namespace agent::test {
 namespace {
