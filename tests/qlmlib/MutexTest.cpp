@@ -38,11 +38,13 @@ TEST_F(MutexTest, OnlyTheOwnerReleasesAndTheNestedFormCounts) {
   EXPECT_EQ(pkReleaseMutex(desc_), 0);
   EXPECT_FALSE(pkIsMutexOwner(desc_));
   {
-    MutexLock outer(mutex_, MutexForm::NESTED);
-    const MutexLock inner(mutex_, MutexForm::NESTED);
-    EXPECT_EQ(pkTryMutexNested(desc_), 0);
-    EXPECT_EQ(pkReleaseMutexNested(desc_), 0);
-    EXPECT_EQ(outer.release(), 0);  // inner holds it still, and at its end outer has nothing to release
+    const MutexLock outer(mutex_, MutexForm::NESTED);
+    {
+      MutexLock inner(mutex_, MutexForm::NESTED);
+      EXPECT_EQ(pkTryMutexNested(desc_), 0);
+      EXPECT_EQ(pkReleaseMutexNested(desc_), 0);
+      EXPECT_EQ(inner.release(), 0);  // and not again at its end
+    }
     EXPECT_EQ(elsewhere([&] { return pkTryMutexNested(desc_); }), MUTEX_BUSY);
   }
   EXPECT_EQ(pkReleaseMutexNested(desc_), 0);  // one too many does nothing
