@@ -76,13 +76,14 @@ TEST_F(AgentNotificationTest, WhatIsNotKnownIsLeftOutExceptTimesAndTheTracesOpti
                           "-serverName", "srv", "-debug", "MIN", "-exitCode", "13", "-jobstarttimestamp", "",
                           "-jobendtimestamp", "", "-debugfile"));
   bare.maxLogSize = 2048;
+  bare.jobRunNumber = 0;  // a number like any other
   bare.debug.clear();
   bare.traceFile = "a.trace.trace";
   bare.installLoc = "agent";
   EXPECT_THAT(notifyArguments(bare, 0, "1", ""),
               ElementsAre("agent/bin/Agent", "-notify", "scan", "-installLoc", "", "-serverName", "srv",
-                          "-exitCode", "0", "-jobstarttimestamp", "1", "-jobendtimestamp", "", "-debugfile",
-                          "a.trace.notify.trace"));
+                          "-jobRunNumber", "0", "-exitCode", "0", "-jobstarttimestamp", "1",
+                          "-jobendtimestamp", "", "-debugfile", "a.trace.notify.trace"));
 }
 
 TEST_F(AgentNotificationTest, FailuresAreToldByTheirCodes) {

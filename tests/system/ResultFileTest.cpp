@@ -11,7 +11,7 @@
 //   | docs/to.zip         | link   | root  | 800M     |          | a directory's file, but no file type    |
 //   | docs/inner/b.txt    | 88     | 54321 | 700M     | 1100M    | oldest by its change, not by its use    |
 //   | two<LF>lines        | 24     | root  | 1000M    |          | a line feed in a name                   |
-//   | link                | link   | root  | 900M     |          |                                         |
+//   | link                | link   | root  | 900M     |          | no orphan, though its group is gone     |
 //   | special/tool        | 0      | root  | 1000M    |          | others alone may execute it             |
 //   | special/...         |        | root  | 1000M    |          | a socket, a character and a block device|
 
@@ -96,7 +96,8 @@ TEST(ResultFileTest, TheWholeFileAndTheWholeLog) {
       mknod((special + "character").c_str(), S_IFCHR | 0600, makedev(1, 3)) != 0 ||
       mknod((special + "block").c_str(), S_IFBLK | 0600, makedev(7, 200)) != 0 ||
       chown((one.path() + "/docs/a.txt").c_str(), 54321, 54321) != 0 ||
-      chown((one.path() + "/docs/inner/b.txt").c_str(), 54321, 0) != 0) {
+      chown((one.path() + "/docs/inner/b.txt").c_str(), 54321, 0) != 0 ||
+      lchown((one.path() + "/link").c_str(), 0, 54321) != 0) {
     GTEST_SKIP() << "devices can't be made, or files not be given away";
   }
   shell("cd '" + tree.scratch() + R"sh(' && find one two -exec touch -h -d @1000000000 {} + && cd one &&
