@@ -133,7 +133,7 @@ std::vector<std::string> candidateKeys(const Filesystem& filesystem) {
     if (!address.empty() && differs) hosts.push_back(std::move(address));
   }
   for (const std::string& host : hosts) {
-    keys.push_back(host + ":" + mountPoint);
+    keys.emplace_back(host).append(":").append(mountPoint);
     // A filer's root volume is exported as "/".
     if (mountPoint == "vol/vol0") keys.push_back(host + ":/");
   }

@@ -96,7 +96,7 @@ TEST_F(UnixUserTableTest, ADatabaseThatFailsIsAskedAgainAndItsFailuresAreCounted
   EXPECT_EQ(takeFailures().numbers, 0U);
 
   database().failuresToCome = 9;
-  for (const uint32_t uid : {21, 22}) EXPECT_TRUE(user(uid).ugRemoved);
+  for (const uint32_t uid : {21U, 22U}) EXPECT_TRUE(user(uid).ugRemoved);
   EXPECT_TRUE(group(7).ugRemoved);
   EXPECT_TRUE(user(21).ugRemoved);  // not asked again
   EXPECT_EQ(database().asked[21], 3);

@@ -27,7 +27,7 @@ class MountsTest : public ::testing::Test {
  protected:
   /// Source and mount point of each entry that is kept.
   std::vector<std::pair<std::string, std::string>> kept(const std::string& table) {
-    Mounts mounts(directory.file("mtab", table));
+    Mounts mounts(directory_.file("mtab", table));
     EXPECT_TRUE(mounts.openMnttab());
     std::vector<std::pair<std::string, std::string>> entries;
     while (mounts.nextMount()) entries.emplace_back(mounts.filesystem, mounts.mntPt);
@@ -36,7 +36,7 @@ class MountsTest : public ::testing::Test {
   Mounts mountOf(const std::string& source, const std::string& type) {
     Mounts mount;
     mount.filesystem = source;
-    mount.mntPt = directory.path();
+    mount.mntPt = directory_.path();
     mount.fsType = type;
     return mount;
   }
@@ -46,11 +46,11 @@ class MountsTest : public ::testing::Test {
     for (const auto& [place, number] : numbers) {
       for (size_t i = 0; i < 4; ++i) bytes[place + i] = static_cast<char>(number >> (8 * i) & 0xFF);
     }
-    return directory.file("image", bytes);
+    return directory_.file("image", bytes);
   }
 
-  TemporaryDirectory directory;
-  JobLog log;
+  TemporaryDirectory directory_;
+  JobLog log_;
 };
 
 TEST_F(MountsTest, KeepsWhatAScanMayTouch) {
@@ -81,36 +81,37 @@ TEST_F(MountsTest, TakesDamagedTablesAsTheyCome) {
 }
 
 TEST_F(MountsTest, NamesAClusterByItsFirstDirectory) {
-  directory.file("set/.hidden/x");
-  directory.file("set/file");
-  directory.file("set/thecluster/x");
-  EXPECT_THAT(kept("c " + (directory / "set") + " clts_v1 rw 0 0\n"),
-              ElementsAre(Pair("thecluster", directory / "set")));
+  directory_.file("set/.hidden/x");
+  directory_.file("set/file");
+  directory_.file("set/thecluster/x");
+  EXPECT_THAT(kept("c " + (directory_ / "set") + " clts_v1 rw 0 0\n"),
+              ElementsAre(Pair("thecluster", directory_ / "set")));
 
   // Without a name the rest of the table stays unread.
   EXPECT_THAT(
-      kept("/dev/a /a xfs rw 0 0\nc " + (directory / "none") + " clfs rw 0 0\n/dev/b /b xfs rw 0 0\n"),
+      kept("/dev/a /a xfs rw 0 0\nc " + (directory_ / "none") + " clfs rw 0 0\n/dev/b /b xfs rw 0 0\n"),
       ElementsAre(Pair("/dev/a", "/a")));
-  EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("STA0620E"), HasSubstr("STA0622E")));
+  EXPECT_THAT(log_.lines(), ElementsAre(HasSubstr("STA0620E"), HasSubstr("STA0622E")));
 }
 
 TEST_F(MountsTest, SaysWhyATableCannotBeOpened) {
-  ASSERT_EQ(mkfifo((directory / "fifo").c_str(), 0600), 0);
+  ASSERT_EQ(mkfifo((directory_ / "fifo").c_str(), 0600), 0);
   const std::pair<std::string, std::string> cases[] = {
-      {directory / "none", "No such file or directory; and \"" + (directory / "kernel") + "\": No such file"},
-      {directory.path(), "Is a directory"},
-      {directory / "fifo", "it is no file"},
+      {directory_ / "none",
+       "No such file or directory; and \"" + (directory_ / "kernel") + "\": No such file"},
+      {directory_.path(), "Is a directory"},
+      {directory_ / "fifo", "it is no file"},
   };
   for (const auto& [table, reason] : cases) {
-    Mounts mounts(table, directory / "kernel");
+    Mounts mounts(table, directory_ / "kernel");
     EXPECT_FALSE(mounts.openMnttab()) << table;
     EXPECT_FALSE(mounts.nextMount());
-    EXPECT_THAT(log.lines().back(), AllOf(HasSubstr("STA0094E"), HasSubstr(reason)));
+    EXPECT_THAT(log_.lines().back(), AllOf(HasSubstr("STA0094E"), HasSubstr(reason)));
   }
 }
 
 TEST_F(MountsTest, TellsATableThatBreaksOffFromOneThatEnds) {
-  const std::string whole = directory.file("mtab", "/dev/a / ext4 rw 0 0\n");
+  const std::string whole = directory_.file("mtab", "/dev/a / ext4 rw 0 0\n");
   const std::string unreadable = "/proc/self/mem";  // a file whose first page can't be read
   for (const std::string& table : {unreadable, whole}) {
     Mounts mounts(table);
@@ -119,12 +120,12 @@ TEST_F(MountsTest, TellsATableThatBreaksOffFromOneThatEnds) {
     }
     EXPECT_EQ(mounts.readFailed(), table == unreadable);
   }
-  EXPECT_THAT(log.lines(), ElementsAre(AllOf(HasSubstr("STA0094E"), HasSubstr("Input/output error"))));
+  EXPECT_THAT(log_.lines(), ElementsAre(AllOf(HasSubstr("STA0094E"), HasSubstr("Input/output error"))));
 }
 
 TEST_F(MountsTest, FiguresAreThoseOfTheSystemInUnitsOf512Bytes) {
   struct statvfs expected = {};
-  ASSERT_EQ(statvfs(directory.path().c_str(), &expected), 0);
+  ASSERT_EQ(statvfs(directory_.path().c_str(), &expected), 0);
   const auto blocks = [&](uint64_t count) { return static_cast<int64_t>(count * expected.f_frsize / 512); };
   for (const int limit : {0, 5}) {
     Filesystem filesystem;
@@ -168,12 +169,13 @@ TEST_F(MountsTest, TakesThePhysicalSizeFromTheDevice) {
 
 TEST_F(MountsTest, GivesAFileSystemUpWhoseDeviceCannotBeRead) {
   Filesystem filesystem;
-  EXPECT_EQ(mountOf(directory / "none", "ext3").statFS(filesystem, 0), 4);
+  EXPECT_EQ(mountOf(directory_ / "none", "ext3").statFS(filesystem, 0), 4);
   EXPECT_NE(mountOf(image({}, 1100), "ext3").statFS(filesystem, 0), 0);
   EXPECT_NE(mountOf(image({}, 100), "msdos").statFS(filesystem, 0), 0);
-  EXPECT_EQ(mountOf(directory / "none", "vfat").statFS(filesystem, 0), 0);  // not a layout that is looked at
-  EXPECT_THAT(log.lines(), ElementsAre(AllOf(HasSubstr("STA0097E"), HasSubstr(directory / "none - No such")),
-                                       HasSubstr("STA0099E"), HasSubstr("STA0099E")));
+  EXPECT_EQ(mountOf(directory_ / "none", "vfat").statFS(filesystem, 0), 0);  // not a layout that is looked at
+  EXPECT_THAT(log_.lines(),
+              ElementsAre(AllOf(HasSubstr("STA0097E"), HasSubstr(directory_ / "none - No such")),
+                          HasSubstr("STA0099E"), HasSubstr("STA0099E")));
 }
 
 }  // namespace

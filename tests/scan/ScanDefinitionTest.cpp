@@ -19,10 +19,10 @@ const std::string HEADER =
 class ScanDefinitionTest : public ::testing::Test {
  protected:
   std::unique_ptr<AgentScan> read(const std::string& body) {
-    return readScanDefinition(directory.file("def", HEADER + body), place);
+    return readScanDefinition(directory_.file("def", HEADER + body), place_);
   }
-  TemporaryDirectory directory;
-  DefinitionPlace place;
+  TemporaryDirectory directory_;
+  DefinitionPlace place_;
 };
 
 TEST_F(ScanDefinitionTest, ReadsAFilerWithItsDomainsAndTree) {

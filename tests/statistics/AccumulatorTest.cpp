@@ -20,7 +20,7 @@ using ::testing::ElementsAre;
 class AccumulatorTest : public ::testing::Test {
  protected:
   void feed(Accumulator& accumulator, std::vector<FileAttributes> entries) {
-    for (FileAttributes& entry : entries) accumulator.accumulate(walk.scanner, entry);
+    for (FileAttributes& entry : entries) accumulator.accumulate(walk_.scanner, entry);
   }
   static std::vector<std::string> names(const std::vector<SFile>& files) {
     std::vector<std::string> found;
@@ -28,8 +28,8 @@ class AccumulatorTest : public ::testing::Test {
     return found;
   }
 
-  WalkStandIn walk;
-  CuStatResults results;
+  WalkStandIn walk_;
+  CuStatResults results_;
 };
 
 TEST_F(AccumulatorTest, SizeBucketsHaveInclusiveLimits) {
@@ -69,7 +69,7 @@ TEST_F(AccumulatorTest, AgesFallIntoBucketsWithADayOfGrace) {
     entry.faModified = ahead * 1000;
     feed(accumulator, {entry});
   }
-  accumulator.finish(results);
+  accumulator.finish(results_);
   EXPECT_THAT(distribution.tdCounts, ElementsAre(2, 2, 2, 2, 2, 2, 2, 2, 1, 1));
   EXPECT_THAT(distribution.tdSizes, ElementsAre(8, 8, 8, 8, 8, 8, 8, 8, 4, 4));
   EXPECT_EQ(distribution.tdAverageAge, (sum - 86400) / 17) << "cut; what lies in the future has no age";
@@ -82,9 +82,9 @@ TEST_F(AccumulatorTest, TheLargestFilesRankByTheLowThirtyTwoBits) {
   feed(largest, {WalkStandIn::file("wrapped", wrapped), WalkStandIn::file("two", 2),
                  WalkStandIn::file("negative", negative), WalkStandIn::directory("d", 99),
                  WalkStandIn::ofType(FileAttributes::SYMBOLIC_LINK, "link", 3)});
-  largest.finish(results);
-  EXPECT_THAT(names(results.srLargestFiles), ElementsAre("link", "two", "wrapped"));
-  EXPECT_EQ(results.srLargestFiles[0].sfFilesystemID, 11);
+  largest.finish(results_);
+  EXPECT_THAT(names(results_.srLargestFiles), ElementsAre("link", "two", "wrapped"));
+  EXPECT_EQ(results_.srLargestFiles[0].sfFilesystemID, 11);
 
   LargestOrphansAccum orphans(3);
   FileAttributes orphan = WalkStandIn::file("wrapped", wrapped);
@@ -92,16 +92,16 @@ TEST_F(AccumulatorTest, TheLargestFilesRankByTheLowThirtyTwoBits) {
   FileAttributes smaller = WalkStandIn::file("two", 2);
   smaller.faAttributes = ATTRIBUTE_ORPHAN;
   feed(orphans, {smaller, orphan, WalkStandIn::file("owned", 1 << 20)});
-  orphans.finish(results);
-  EXPECT_THAT(names(results.srLargestOrphans), ElementsAre("wrapped", "two"));
+  orphans.finish(results_);
+  EXPECT_THAT(names(results_.srLargestOrphans), ElementsAre("wrapped", "two"));
 
-  walk.filesystem.fsType = Filesystem::FAT32;  // there by length
+  walk_.filesystem.fsType = Filesystem::FAT32;  // there by length
   FileAttributes longest = WalkStandIn::file("longest", 1);
   longest.faLength = 1000;
   LargeFileAccum onFat(1);
   feed(onFat, {WalkStandIn::file("blocks", 50), longest});
-  onFat.finish(results);
-  EXPECT_THAT(names(results.srLargestFiles), ElementsAre("longest"));
+  onFat.finish(results_);
+  EXPECT_THAT(names(results_.srLargestFiles), ElementsAre("longest"));
 }
 
 TEST_F(AccumulatorTest, PlacesInADirectoryAreLopsided) {
@@ -127,9 +127,9 @@ TEST_F(AccumulatorTest, PlacesInADirectoryAreLopsided) {
     accumulator.newDirectory(WalkStandIn::directory("/m/"));
     feed(accumulator, c.entries);
     accumulator.closeDirectory();
-    accumulator.finish(results);
-    EXPECT_EQ(results.srLargestDirectories[0].dirLargestSize, c.largest) << c.why;
-    EXPECT_EQ(results.srLargestDirectories[0].dir2ndLargestSize, c.second) << c.why;
+    accumulator.finish(results_);
+    EXPECT_EQ(results_.srLargestDirectories[0].dirLargestSize, c.largest) << c.why;
+    EXPECT_EQ(results_.srLargestDirectories[0].dir2ndLargestSize, c.second) << c.why;
   }
 }
 
@@ -162,10 +162,10 @@ TEST_F(AccumulatorTest, FileTypesThatTieFollowTheRuleOfTheList) {
   FileTypeAccum accumulator(77, 11, 2);
   feed(accumulator, {WalkStandIn::file("/x.\xff", 5), WalkStandIn::file("/x.b", 5),
                      WalkStandIn::file("/x.ab", 5), WalkStandIn::file("/x.big", 9)});
-  accumulator.finish(results);
-  ASSERT_EQ(results.srFileTypes.size(), 2u);
-  EXPECT_EQ(results.srFileTypes[0].fileType.ftpFileExtension, ".big");
-  EXPECT_EQ(results.srFileTypes[1].fileType.ftpFileExtension, ".b");
+  accumulator.finish(results_);
+  ASSERT_EQ(results_.srFileTypes.size(), 2u);
+  EXPECT_EQ(results_.srFileTypes[0].fileType.ftpFileExtension, ".big");
+  EXPECT_EQ(results_.srFileTypes[1].fileType.ftpFileExtension, ".b");
 }
 
 }  // namespace

@@ -11,22 +11,22 @@ namespace {
 
 class CuStatAccumTest : public ::testing::Test {
  protected:
-  void act(FileAttributes entry) { accumulator.actUpon(walk.scanner, entry); }
+  void act(FileAttributes entry) { accumulator_.actUpon(walk_.scanner, entry); }
 
-  WalkStandIn walk;
-  CuStatDef definition;
-  CuStatAccum accumulator;
+  WalkStandIn walk_;
+  CuStatDef definition_;
+  CuStatAccum accumulator_;
 };
 
 TEST_F(CuStatAccumTest, CountsAnInodeOnceLessThanItHasNamesInTheTree) {
-  definition.sdSummary = true;
+  definition_.sdSummary = true;
   struct Case {
     int32_t names, inTree;
     int64_t counted;
   };
   for (const Case& c : {Case{1, 1, 1}, Case{2, 2, 1}, Case{3, 3, 2}, Case{4, 4, 3}, Case{2, 1, 0}}) {
-    accumulator.buildAccum(definition, walk.filesystem);
-    const auto results = accumulator.takeResults();
+    accumulator_.buildAccum(definition_, walk_.filesystem);
+    const auto results = accumulator_.takeResults();
     FileAttributes entry = WalkStandIn::file("f", 8);
     entry.faLinkCount = c.names;
     entry.faInodeNumber = -5;  // inode numbers are 64 bits of any value

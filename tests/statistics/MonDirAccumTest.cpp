@@ -20,55 +20,55 @@ using ::testing::IsEmpty;
 class MonDirAccumTest : public ::testing::Test {
  protected:
   MonDirAccumTest() {
-    first.sdSummary = true;
-    chain.append(firstAccum);
+    first_.sdSummary = true;
+    chain_.append(firstAccum_);
   }
 
   /// The walk meets a directory: the entry reaches every accumulator, then the activators fire.
   void meet(const std::string& name, const std::vector<const MonDirSpec*>& firing = {}) {
-    current = WalkStandIn::directory(name, 8);
-    for (FileAction* action : row) action->actUpon(walk.scanner, current);
-    for (const MonDirSpec* fired : firing) Activator(chain, *fired).actUpon(walk.scanner, current);
+    current_ = WalkStandIn::directory(name, 8);
+    for (FileAction* action : row_) action->actUpon(walk_.scanner, current_);
+    for (const MonDirSpec* fired : firing) Activator(chain_, *fired).actUpon(walk_.scanner, current_);
   }
   void enter(const std::string& name, const std::vector<const MonDirSpec*>& firing = {}) {
     meet(name, firing);
-    for (FileAction* action : row) action->directoryEntered(current);
+    for (FileAction* action : row_) action->directoryEntered(current_);
   }
   void leave() {
-    for (FileAction* action : row) action->directoryLeft();
+    for (FileAction* action : row_) action->directoryLeft();
   }
   void file(const std::string& name) {
-    current = WalkStandIn::file(name, 2);
-    for (FileAction* action : row) action->actUpon(walk.scanner, current);
+    current_ = WalkStandIn::file(name, 2);
+    for (FileAction* action : row_) action->actUpon(walk_.scanner, current_);
   }
   std::vector<std::string> completed() const {
     std::vector<std::string> names;
-    for (const SMonDir* directory : table.completed()) names.push_back(directory->faName);
+    for (const SMonDir* directory : table_.completed()) names.push_back(directory->faName);
     return names;
   }
 
-  WalkStandIn walk;
-  MonDirTable table;
-  CuStatDef first;
-  MonDirAccum firstAccum{first, walk.filesystem};
-  MonDirChain chain{table, walk.filesystem};
-  std::vector<FileAction*> row{&firstAccum, &chain};
-  MonDirSpec spec;
-  FileAttributes current;
+  WalkStandIn walk_;
+  MonDirTable table_;
+  CuStatDef first_;
+  MonDirAccum firstAccum_{first_, walk_.filesystem};
+  MonDirChain chain_{table_, walk_.filesystem};
+  std::vector<FileAction*> row_{&firstAccum_, &chain_};
+  MonDirSpec spec_;
+  FileAttributes current_;
 };
 
 TEST_F(MonDirAccumTest, ADirectoryThatIsNotEnteredDoesNotWaitForASibling) {
   enter("/m/");
-  meet("/m/tooDeep", {&spec});
-  for (FileAction* action : row) action->directoryPassedOver();
+  meet("/m/tooDeep", {&spec_});
+  for (FileAction* action : row_) action->directoryPassedOver();
   enter("/m/sibling");
   file("/m/sibling/x");
   leave();
   leave();
   EXPECT_THAT(completed(), IsEmpty());
-  EXPECT_TRUE(first.sdResults.empty());
+  EXPECT_TRUE(first_.sdResults.empty());
 
-  enter("/m/next", {&spec});  // the chain still works
+  enter("/m/next", {&spec_});  // the chain still works
   leave();
   EXPECT_THAT(completed(), ElementsAre("/m/next"));
 }

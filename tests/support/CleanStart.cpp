@@ -32,7 +32,7 @@ class CleanStart : public ::testing::Environment {
   }
 };
 
-const auto* const registered = ::testing::AddGlobalTestEnvironment(new CleanStart);
+const auto* const REGISTERED = ::testing::AddGlobalTestEnvironment(new CleanStart);
 
 }  // namespace
 }  // namespace agent::test

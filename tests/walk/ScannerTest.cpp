@@ -101,122 +101,122 @@ class RecordingAction : public FileAction {
 class ScannerTest : public ::testing::Test {
  protected:
   ScannerTest() {
-    filesystem.fsMountPoint = tree.path() + "/";
-    action = std::make_unique<RecordingAction>(filesystem.fsMountPoint.size());
+    filesystem_.fsMountPoint = tree_.path() + "/";
+    action_ = std::make_unique<RecordingAction>(filesystem_.fsMountPoint.size());
     Selection selection;
     selection.setExpression("");
     selection.compile("everything", 0);
-    everything = selection.takeRoot();
+    everything_ = selection.takeRoot();
   }
 
-  int walk() { return walk(tree.path()); }
+  int walk() { return walk(tree_.path()); }
   int walk(const std::string& localPath) {
-    ScannerUnix scanner({.filesystem = filesystem,
-                         .actions = {action.get()},
-                         .selections = {everything.get()},
-                         .userTable = users,
-                         .factory = factory,
+    ScannerUnix scanner({.filesystem = filesystem_,
+                         .actions = {action_.get()},
+                         .selections = {everything_.get()},
+                         .userTable = users_,
+                         .factory = factory_,
                          .localPath = localPath},
-                        calls);
+                        calls_);
     return scanner.scan();
   }
   /// What was acted upon, without the root, sorted.
   std::vector<std::string> visited() const {
-    std::vector<std::string> names = action->visited;
+    std::vector<std::string> names = action_->visited;
     std::erase(names, "");
     std::sort(names.begin(), names.end());
     return names;
   }
-  void directory(const std::string& name) { std::filesystem::create_directories(tree / name); }
+  void directory(const std::string& name) { std::filesystem::create_directories(tree_ / name); }
 
-  TemporaryDirectory tree;
-  JobLog log;
-  Filesystem filesystem;
-  RefusableCalls calls;
-  DirectoryReaderFactoryUnix factory{calls};
-  UberTable owners;
-  UnixUserTable users{owners, std::make_unique<FewUsers>()};
-  SelectTree everything;
-  std::unique_ptr<RecordingAction> action;
+  TemporaryDirectory tree_;
+  JobLog log_;
+  Filesystem filesystem_;
+  RefusableCalls calls_;
+  DirectoryReaderFactoryUnix factory_{calls_};
+  UberTable owners_;
+  UnixUserTable users_{owners_, std::make_unique<FewUsers>()};
+  SelectTree everything_;
+  std::unique_ptr<RecordingAction> action_;
 };
 
 TEST_F(ScannerTest, OffersEveryEntryOnceAndBalancesEnteringAndLeaving) {
-  tree.file("a/b/c");
+  tree_.file("a/b/c");
   directory("empty");
-  tree.file("d");
+  tree_.file("d");
 
   EXPECT_EQ(walk(), 0);
 
   EXPECT_THAT(visited(), ElementsAre("a", "a/b", "a/b/c", "d", "empty"));
-  EXPECT_EQ(action->events.front(), "");  // the root is offered like any entry,
-  EXPECT_EQ(action->events[1], "+");      // then entered,
-  EXPECT_EQ(action->events.back(), "-");  // and left last
-  EXPECT_EQ(std::count(action->events.begin(), action->events.end(), "-"), 4);
-  const auto empty = std::find(action->events.begin(), action->events.end(), "+empty");
-  ASSERT_NE(empty, action->events.end());
+  EXPECT_EQ(action_->events.front(), "");  // the root is offered like any entry,
+  EXPECT_EQ(action_->events[1], "+");      // then entered,
+  EXPECT_EQ(action_->events.back(), "-");  // and left last
+  EXPECT_EQ(std::count(action_->events.begin(), action_->events.end(), "-"), 4);
+  const auto empty = std::find(action_->events.begin(), action_->events.end(), "+empty");
+  ASSERT_NE(empty, action_->events.end());
   EXPECT_EQ(*std::next(empty), "-");
-  EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("6")));  // AGT0144I counts the root as well
+  EXPECT_THAT(log_.lines(), ElementsAre(HasSubstr("6")));  // AGT0144I counts the root as well
 }
 
 TEST_F(ScannerTest, ReportsAnUnreadableDirectoryOnceAndGoesOn) {
-  tree.file("docs/a");
-  tree.file("secret/b");
-  tree.file("tail/c");
+  tree_.file("docs/a");
+  tree_.file("secret/b");
+  tree_.file("tail/c");
   for (const int ours : {EMFILE, ENFILE}) {  // not the tree's fault, so the result must not look clean
-    calls.refusedToOpen["secret"] = ours;
+    calls_.refusedToOpen["secret"] = ours;
     EXPECT_EQ(walk(), 4);
   }
-  action = std::make_unique<RecordingAction>(filesystem.fsMountPoint.size());
-  calls.refusedToOpen["secret"] = EACCES;
+  action_ = std::make_unique<RecordingAction>(filesystem_.fsMountPoint.size());
+  calls_.refusedToOpen["secret"] = EACCES;
 
   EXPECT_EQ(walk(), 0);
 
   EXPECT_THAT(visited(), ElementsAre("docs", "docs/a", "secret", "tail", "tail/c"));
-  const auto entered = std::find(action->events.begin(), action->events.end(), "+secret");
-  ASSERT_NE(entered, action->events.end());
+  const auto entered = std::find(action_->events.begin(), action_->events.end(), "+secret");
+  ASSERT_NE(entered, action_->events.end());
   EXPECT_EQ(*std::next(entered), "-");
-  EXPECT_THAT(log.lines(), Contains("STA0121E Unable to open the directory \"" + (tree / "secret") +
-                                    "\": Permission denied. Its content is not counted; the scan goes on."));
+  EXPECT_THAT(log_.lines(), Contains("STA0121E Unable to open the directory \"" + (tree_ / "secret") +
+                                     "\": Permission denied. Its content is not counted; the scan goes on."));
 }
 
 TEST_F(ScannerTest, PassesOverAnEntryThatVanishedAndCountsIt) {
-  tree.file("gone");
-  tree.file("here");
-  calls.refusedToStat["gone"] = ENOENT;
+  tree_.file("gone");
+  tree_.file("here");
+  calls_.refusedToStat["gone"] = ENOENT;
 
   EXPECT_EQ(walk(), 0);
 
   EXPECT_THAT(visited(), ElementsAre("here"));
-  EXPECT_THAT(log.lines(),
-              ElementsAre(AllOf(HasSubstr("STA0063E"), HasSubstr(tree / "gone")), HasSubstr("3")));
+  EXPECT_THAT(log_.lines(),
+              ElementsAre(AllOf(HasSubstr("STA0063E"), HasSubstr(tree_ / "gone")), HasSubstr("3")));
 }
 
 // Whoever may rename in the tree must not be able to lead a scan that runs as root out of it.
 TEST_F(ScannerTest, DoesNotEnterADirectoryThatWasExchangedAfterItsStat) {
   TemporaryDirectory outside;
   outside.file("shadow");
-  tree.file("victim/inside");
-  tree.file("tail/c");
+  tree_.file("victim/inside");
+  tree_.file("tail/c");
   const auto exchangeForLink = [&] {
-    std::filesystem::rename(tree / "victim", tree / "aside");
-    std::filesystem::create_symlink(outside.path(), tree / "victim");
+    std::filesystem::rename(tree_ / "victim", tree_ / "aside");
+    std::filesystem::create_symlink(outside.path(), tree_ / "victim");
   };
   const auto exchangeForDirectory = [&] {
-    std::filesystem::rename(tree / "victim", outside / "aside");
-    tree.file("victim/other");
+    std::filesystem::rename(tree_ / "victim", outside / "aside");
+    tree_.file("victim/other");
   };
   for (const auto& exchange : std::vector<std::function<void()>>{exchangeForLink, exchangeForDirectory}) {
-    calls.beforeOpen["victim"] = exchange;
+    calls_.beforeOpen["victim"] = exchange;
     EXPECT_EQ(walk(), 0);
     EXPECT_THAT(visited(), Not(Contains(HasSubstr("shadow"))));
     EXPECT_THAT(visited(), Not(Contains("victim/other")));
     EXPECT_THAT(visited(), Contains("tail/c"));
-    EXPECT_THAT(log.lines(), Contains(AllOf(HasSubstr("STA0121E"), HasSubstr(tree / "victim"))));
-    calls.beforeOpen.clear();
-    action->visited.clear();
-    std::filesystem::remove_all(tree / "victim");
-    std::filesystem::remove_all(tree / "aside");
-    tree.file("victim/inside");
+    EXPECT_THAT(log_.lines(), Contains(AllOf(HasSubstr("STA0121E"), HasSubstr(tree_ / "victim"))));
+    calls_.beforeOpen.clear();
+    action_->visited.clear();
+    std::filesystem::remove_all(tree_ / "victim");
+    std::filesystem::remove_all(tree_ / "aside");
+    tree_.file("victim/inside");
   }
 }
 
@@ -228,39 +228,39 @@ TEST_F(ScannerTest, StopsAtTwoHundredLevelsWithoutFailing) {
   EXPECT_EQ(walk(), 0);
 
   EXPECT_THAT(visited(), SizeIs(200));
-  std::string deepest = tree.path();
+  std::string deepest = tree_.path();
   for (int i = 0; i < 200; ++i) deepest += "/d";
-  EXPECT_THAT(log.lines(), ElementsAre(AllOf(HasSubstr("STA0001E"), HasSubstr(deepest)), HasSubstr("201")));
-  EXPECT_EQ(std::count(action->events.begin(), action->events.end(), "!"), 1);
-  EXPECT_EQ(std::count(action->events.begin(), action->events.end(), "-"), 200);
+  EXPECT_THAT(log_.lines(), ElementsAre(AllOf(HasSubstr("STA0001E"), HasSubstr(deepest)), HasSubstr("201")));
+  EXPECT_EQ(std::count(action_->events.begin(), action_->events.end(), "!"), 1);
+  EXPECT_EQ(std::count(action_->events.begin(), action_->events.end(), "-"), 200);
 }
 
 TEST_F(ScannerTest, LosesTheFileSystemWhenItsRootCannotBeRead) {
-  EXPECT_EQ(walk(tree / "missing"), 8);
-  EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("STA0121E")));
+  EXPECT_EQ(walk(tree_ / "missing"), 8);
+  EXPECT_THAT(log_.lines(), ElementsAre(HasSubstr("STA0121E")));
 
-  calls.refusedToStat[""] = EIO;
+  calls_.refusedToStat[""] = EIO;
   EXPECT_EQ(walk(), 8);
-  EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("STA0121E"), HasSubstr("STA0063E")));
-  EXPECT_THAT(action->events, IsEmpty());
+  EXPECT_THAT(log_.lines(), ElementsAre(HasSubstr("STA0121E"), HasSubstr("STA0063E")));
+  EXPECT_THAT(action_->events, IsEmpty());
 
-  calls.refusedToStat.clear();
-  calls.readsBeforeFailure = 0;
+  calls_.refusedToStat.clear();
+  calls_.readsBeforeFailure = 0;
   EXPECT_EQ(walk(), 8);
-  EXPECT_EQ(log.lines().back(), "STA0121E Unable to open the directory \"" + tree.path() +
-                                    "\": Input/output error. Its content is not counted; the scan goes on.");
-  EXPECT_THAT(action->events, IsEmpty());
+  EXPECT_EQ(log_.lines().back(), "STA0121E Unable to open the directory \"" + tree_.path() +
+                                     "\": Input/output error. Its content is not counted; the scan goes on.");
+  EXPECT_THAT(action_->events, IsEmpty());
 }
 
 TEST_F(ScannerTest, CountsWhatItHasSeenOfARootWhoseListingBreaksOff) {
-  for (const char* name : {"a", "b", "c"}) tree.file(name);
-  calls.readsBeforeFailure = 3;  // at the latest the third gives a name that isn't "." or ".."
+  for (const char* name : {"a", "b", "c"}) tree_.file(name);
+  calls_.readsBeforeFailure = 3;  // at the latest the third gives a name that isn't "." or ".."
 
   EXPECT_EQ(walk(), 4);
 
   EXPECT_THAT(visited(), Not(IsEmpty()));
-  EXPECT_THAT(log.lines(),
-              Contains(AllOf(HasSubstr("GEN0104W"), HasSubstr(tree.path()), HasSubstr("error"))));
+  EXPECT_THAT(log_.lines(),
+              Contains(AllOf(HasSubstr("GEN0104W"), HasSubstr(tree_.path()), HasSubstr("error"))));
 }
 
 }  // namespace

@@ -39,6 +39,7 @@ std::vector<const ResultsByFS*> ResultsList::concerning(int32_t filesystemID) co
   std::sort(found.begin(), found.end(),
             [](const auto& a, const auto& b) { return a->first.second < b->first.second; });
   std::vector<const ResultsByFS*> results;
+  results.reserve(found.size());
   for (const auto& entry : found) results.push_back(entry->second.get());
   return results;
 }

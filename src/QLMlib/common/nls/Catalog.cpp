@@ -58,7 +58,7 @@ bool isDigit(char letter) {
 
 constexpr size_t HEADER_BYTES = 12;
 constexpr uint32_t CATALOG_MAGIC = 0x960408de;
-constexpr uint64_t CATALOG_SIZE_LIMIT = 16 * 1024 * 1024;
+constexpr uint64_t CATALOG_SIZE_LIMIT = uint64_t{16} * 1024 * 1024;
 
 uint32_t littleEndian(const std::string& bytes, size_t at) {
   uint32_t number = 0;

@@ -12,7 +12,7 @@ namespace agent {
 struct TraceLimit {
   uint64_t maxMB = 0;         // 0: no limit, the file only grows
   uint64_t segmentMB = 1000;  // a limit above this is spread over several files
-  uint64_t bytesPerMB = 1024 * 1024;
+  uint64_t bytesPerMB = uint64_t{1024} * 1024;
 };
 
 /// The file that trace records go to. The owner serialises the calls.
