@@ -17,7 +17,7 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 /// What the records of a place have in common.
-struct Context {
+struct Context {  // NOLINT(bugprone-exception-escape): the library swaps values that it calls noexcept
   Json filesystem;
   Json statistic;
   Json directory;

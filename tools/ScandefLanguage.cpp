@@ -313,7 +313,7 @@ std::string Compiler::parsePattern(const Field& field, size_t& position) {
 
 std::string Compiler::parseComparison(const Field& field) {
   bool unbounded = false;
-  const std::string test = parseValues(field, unbounded);
+  std::string test = parseValues(field, unbounded);
   if (!field.wide) {
     caveats_.allocated = caveats_.allocated || field.letter == 'S';
     return test;

@@ -243,7 +243,7 @@ std::vector<std::string> Parser::placesOf(const std::string& path) const {
   std::vector<std::string> places;
   for (const auto& [id, mountPoint, type] : request_.definition.filesystems) {
     const std::string mount = mountPoint.substr(0, mountPoint.find_last_not_of('/') + 1);
-    const std::string place = relative ? mount + "/" + path : path;
+    const std::string place = relative ? std::string(mount).append("/").append(path) : path;
     const Monitoring monitoring = monitoringOf(place, mountPoint);
     if (monitoring == Monitoring::MISREAD) {
       refuse("below " + shown(mountPoint) +
