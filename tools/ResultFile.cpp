@@ -235,16 +235,19 @@ void Reader::expected(const std::string& what) const {
 }  // namespace
 
 ResultClass::ResultClass(const std::string& tag, Row columnNames)
-    : names(std::move(columnNames)), kinds(names.size()) {
-  const std::vector<RecordClass> classes = recordClasses();
+    : names(std::move(columnNames)), kinds(names.size()), places(names.size()) {
+  const std::vector<RecordClass>& classes = recordClasses();
   const auto known = std::find_if(classes.begin(), classes.end(), [&tag](const RecordClass& candidate) {
     return candidate.record.tag == tag;
   });
-  for (size_t place = 0; place < names.size(); ++place) {
-    places.emplace(names[place], place);
-    if (known == classes.end()) continue;
-    for (const RecordDescription::Column& column : known->record.columns) {
-      if (column.tag == names[place]) kinds[place] = column.kind;
+  for (size_t place = 0; place < names.size(); ++place) places.emplace(names[place], place);
+  if (known == classes.end()) return;
+  for (size_t i = 0; i < known->record.columns.size(); ++i) {
+    const RecordDescription::Column& column = known->record.columns[i];
+    if (i < names.size() && names[i] == column.tag) {  // where the job writes it
+      kinds[i] = column.kind;
+    } else if (const auto found = places.find(column.tag); found != places.end()) {
+      kinds[found->second] = column.kind;
     }
   }
 }

@@ -15,6 +15,6 @@ struct RecordClass {
 };
 
 /// All record classes, as docs/file-formats.md goes through them.
-std::vector<RecordClass> recordClasses();
+const std::vector<RecordClass>& recordClasses();
 
 }  // namespace agent
