@@ -1,8 +1,11 @@
 #include "Scan/DirectoryAttachment.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <map>
 #include <memory>
+#include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -20,6 +23,37 @@ namespace {
 // The beginning of a compiled selection of a directory: "and", the type is directory, the path matches what
 // follows up to a NUL.
 constexpr std::string_view PREAMBLE("&=T\0\0\0\3=F", 9);
+
+/// Where a path's last component begins, where the path ends without a trailing slash, and how many slashes
+/// stand before that.
+struct Slashes {
+  size_t first = 0;
+  size_t last = 0;
+  int32_t slashes = 0;
+};
+
+Slashes findSlashes(const std::string& path) {
+  Slashes result;
+  result.last = path.ends_with('/') ? path.size() - 1 : path.size();
+  for (size_t i = 0; i < result.last; ++i) {
+    if (path[i] != '/') continue;
+    ++result.slashes;
+    result.first = i + 1;
+  }
+  return result;
+}
+
+/// True when the path, behind its first slash, holds a mask: "*", "?" or "[" without "&" in front.
+bool maskedPath(const std::string& path) {
+  for (size_t i = path.find('/'); i < path.size(); ++i) {
+    if (path[i] == '&') {
+      ++i;
+    } else if (path[i] == '*' || path[i] == '?' || path[i] == '[') {
+      return true;
+    }
+  }
+  return false;
+}
 
 bool regionMatches(const std::string& a, const std::string& b, size_t length) {
   return a.size() >= length && b.size() >= length && a.compare(0, length, b, 0, length) == 0;
@@ -106,28 +140,6 @@ bool attachDirectoryStatistic(CuStatDef& definition, Selection& selection, ScanP
 }
 
 }  // namespace
-
-Slashes findSlashes(const std::string& path) {
-  Slashes result;
-  result.last = path.ends_with('/') ? path.size() - 1 : path.size();
-  for (size_t i = 0; i < result.last; ++i) {
-    if (path[i] != '/') continue;
-    ++result.slashes;
-    result.first = i + 1;
-  }
-  return result;
-}
-
-bool maskedPath(const std::string& path) {
-  for (size_t i = path.find('/'); i < path.size(); ++i) {
-    if (path[i] == '&') {
-      ++i;
-    } else if (path[i] == '*' || path[i] == '?' || path[i] == '[') {
-      return true;
-    }
-  }
-  return false;
-}
 
 void prepareDirectories(const MonDirSpecList& directories) {
   for (const auto& spec : directories) {

@@ -1,26 +1,10 @@
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
-#include <string>
-
 #include "Scan/AgentScan.h"
 #include "Scan/ScanPlan.h"
 #include "Scan/selection/Selection.h"
 
 namespace agent {
-
-/// Where a path's last component begins, where the path ends without a trailing slash, and how many slashes
-/// stand before that.
-struct Slashes {
-  size_t first = 0;
-  size_t last = 0;
-  int32_t slashes = 0;
-};
-Slashes findSlashes(const std::string& path);
-
-/// True when the path, behind its first slash, holds a mask: "*", "?" or "[" without "&" in front.
-bool maskedPath(const std::string& path);
 
 /// Gives the paths of monitored directories their form: slashes alone, and whether they are masks.
 void prepareDirectories(const MonDirSpecList& directories);

@@ -83,8 +83,9 @@ TEST_F(AttachmentTest, ADirectoryIsFoundByComputerAndPath) {
   };
   for (const Case& c :
        {Case{"/m/a", 0, "1-"}, Case{"/m/deep/a", 17, "21"}, Case{"/m/deep/a", 18, "--"}, Case{"/m", 0, "0-"},
-        Case{"/m/deep/", 0, "10"}, Case{"\\m\\\\x", 0, "1-"}, Case{"/*", 0, "0-"}, Case{"/other/a", 0, "--"},
-        Case{"/mm/a", 0, "--"}, Case{"/m/d*/a", 0, "2-"}, Case{"/", 0, "--"}}) {
+        Case{"/m/deep/", 0, "10"}, Case{"\\m\\\\x", 0, "1-"}, Case{"/*", 0, "0-"}, Case{"/&*", 0, "--"},
+        Case{"/?", 0, "0-"}, Case{"/[m]", 0, "0-"}, Case{"m", 0, "--"}, Case{"", 0, "--"},
+        Case{"/other/a", 0, "--"}, Case{"/mm/a", 0, "--"}, Case{"/m/d*/a", 0, "2-"}, Case{"/", 0, "--"}}) {
     MonDirSpecList directories;
     directories.push_back(std::make_unique<MonDirSpec>());
     directories.back()->setMdsPath(c.path);
@@ -98,30 +99,6 @@ TEST_F(AttachmentTest, ADirectoryIsFoundByComputerAndPath) {
     }
     EXPECT_EQ(levels, c.levels) << c.path;
     plan_.directoryRoots.clear();
-  }
-}
-
-TEST(DirectoryAttachment, FindsTheSlashesOfAPath) {
-  struct Case {
-    const char* path;
-    size_t first, last;
-    int32_t slashes;
-  };
-  for (const Case& c : {Case{"/a/b/", 3, 4, 2}, Case{"/a/b", 3, 4, 2}, Case{"/", 0, 0, 0}, Case{"", 0, 0, 0},
-                        Case{"/m/", 1, 2, 1}, Case{"a", 0, 1, 0}}) {
-    const Slashes found = findSlashes(c.path);
-    EXPECT_EQ(found.first, c.first) << c.path;
-    EXPECT_EQ(found.last, c.last) << c.path;
-    EXPECT_EQ(found.slashes, c.slashes) << c.path;
-  }
-}
-
-TEST(DirectoryAttachment, TellsMasksFromPaths) {
-  for (const char* masked : {"/home/*", "/h?me", "/[ab]", "/a&&*"}) {
-    EXPECT_TRUE(maskedPath(masked)) << masked;
-  }
-  for (const char* plain : {"/home", "/a&*b", "/a&[", "*", "", "/&"}) {
-    EXPECT_FALSE(maskedPath(plain)) << plain;
   }
 }
 
