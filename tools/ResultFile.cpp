@@ -11,6 +11,7 @@
 #include "Common/ParserAPI.h"
 #include "Common/ScanVOXTags.h"
 #include "Common/unix/FileDescriptor.h"
+#include "Common/unix/psmsgutil.h"
 #include "QLMlib/common/unx/LineReader.h"
 #include "QLMlib/common/unx/SystemCalls.h"
 #include "Scan/RecordClasses.h"
@@ -29,9 +30,10 @@ LineReader opened(const std::string& fileName) {
   // Without O_NONBLOCK a pipe in the file's place would keep us waiting.
   FileDescriptor file = openFile(fileName.c_str(), O_RDONLY | O_NONBLOCK);
   struct stat status = {};
-  if (!file || sys.fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
-    throw ResultFileError("it can't be opened, or is no file");
+  if (!file || sys.fstat(file.get(), &status) != 0) {
+    throw ResultFileError("it can't be opened: " + getSystemErrorMessage());
   }
+  if (!S_ISREG(status.st_mode)) throw ResultFileError("it is no regular file");
   return LineReader(std::move(file));
 }
 
@@ -219,7 +221,9 @@ std::optional<std::string_view> Reader::nextLine() {
   for (;;) {
     const int64_t begin = lines_.position();
     const auto line = lines_.next();
-    if (!line && lines_.failed()) throw ResultFileError("it can't be read");
+    if (!line && lines_.failed()) {
+      throw ResultFileError("it can't be read: " + getSystemErrorMessage(lines_.error()));
+    }
     ++line_;
     atEnd_ = !line || lines_.position() - begin == static_cast<int64_t>(line->size());
     if (!line) return std::nullopt;

@@ -53,7 +53,8 @@ size_t rowsOf(const std::string& value) {
   size_t rows = 0;
   const char* const end = value.data() + value.size();
   const auto [stop, error] = std::from_chars(value.data(), end, rows);
-  if (error != std::errc() || stop != end || rows == 0) throw UsageError("--rows takes a number from 1 on");
+  if (error != std::errc() || stop != end || rows == 0)
+    throw UsageError("--rows: " + inQuotes(value) + " is no number from 1 on");
   return rows;
 }
 
@@ -63,7 +64,9 @@ Request parsed(const std::vector<std::string>& arguments) {
   for (size_t place = 0; place < arguments.size(); ++place) {
     const std::string& argument = arguments[place];
     if (!argument.starts_with("-") || argument.size() == 1) {
-      if (!request.file.empty()) throw UsageError("one file at a time");
+      if (!request.file.empty())
+        throw UsageError("two files are named, " + inQuotes(request.file) + " and " + inQuotes(argument) +
+                         ": it shows one at a time");
       request.file = argument;
       continue;
     }
@@ -80,7 +83,7 @@ Request parsed(const std::vector<std::string>& arguments) {
       throw UsageError("unknown option " + inQuotes(option));
     }
   }
-  if (request.file.empty() && !request.help) throw UsageError("which file?");
+  if (request.file.empty() && !request.help) throw UsageError("no result file is named");
   return request;
 }
 

@@ -92,8 +92,11 @@ TEST(ScanreportTest, WhatIsNoWholeResultIsToldWithTheLineAndWhatWasExpected) {
     EXPECT_THAT(shown.out, text.size() < 100 ? Matcher<std::string>(IsEmpty())
                                              : HasSubstr("\n  " + reason + "\n\n{two}"));
   }
-  EXPECT_EQ(Report({directory.path()}).err,
-            "scanreport: \"" + directory.path() + "\" can't be shown: it can't be opened, or is no file\n");
+  for (const auto& [path, reason] :
+       {std::pair(directory.path(), "it is no regular file"),
+        std::pair(directory / "none", "it can't be opened: No such file or directory")}) {
+    EXPECT_EQ(Report({path}).err, "scanreport: \"" + path + "\" can't be shown: " + reason + "\n");
+  }
   EXPECT_THAT(Report({"-\x1Bx"}).err, StartsWith("scanreport: unknown option \"-\\x1Bx\"\nusage: "));
   EXPECT_THAT(Report({"-h"}).out, StartsWith("usage: "));
 }
