@@ -1,11 +1,11 @@
 #include "ScandefDefinition.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <set>
 #include <stdexcept>
 #include <utility>
 
+#include "Common/LogUtil.h"
 #include "Common/SafeText.h"
 #include "Common/ScanVOXTags.h"
 #include "Probe/Filesystem.h"
@@ -263,9 +263,8 @@ std::string definitionText(const Definition& definition) {
 
 std::string definitionPath(const std::string& install, const std::string& server, const std::string& jobName,
                            int32_t sidRunNumber, int32_t jobRunNumber) {
-  std::array<char, 48> numbers{};
-  std::snprintf(numbers.data(), numbers.size(), ".%04d_scan.%08d.dat", sidRunNumber, jobRunNumber);
-  return install + "/input/" + (server.empty() ? "" : server + "/") + jobName + numbers.data();
+  return install + "/input/" + (server.empty() ? "" : server + "/") +
+         LogUtil::runFileName({jobName, sidRunNumber, jobRunNumber}, "scan", ".dat");
 }
 
 }  // namespace agent::scandef

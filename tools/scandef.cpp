@@ -8,6 +8,7 @@
 #include <iostream>
 
 #include "Common/SafeText.h"
+#include "Common/unix/psnautil.h"
 #include "ScandefDefinition.h"
 #include "ScandefLanguage.h"
 #include "ScandefOptions.h"
@@ -30,12 +31,9 @@ void remark(const std::vector<std::string>& sentences) {
 
 /// A word as a shell takes it; one that a terminal wouldn't show as it is with the escapes of $'...'.
 std::string shellWord(const std::string& word) {
-  const std::string shown = safeText(word);
-  const bool plain = safeText(word, Backslash::KEPT) == word;
-  std::string quoted = plain ? "'" : "$'";
-  for (const char byte : plain ? word : shown) {
-    quoted += byte != '\'' ? std::string(1, byte) : plain ? "'\\''" : "\\'";
-  }
+  if (safeText(word, Backslash::KEPT) == word) return shellQuoted(word);
+  std::string quoted = "$'";
+  for (const char byte : safeText(word)) quoted.append(byte == '\'' ? 1 : 0, '\\').append(1, byte);
   return quoted + "'";
 }
 

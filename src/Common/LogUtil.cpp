@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
-#include <cstdio>
 #include <limits>
 #include <optional>
 
@@ -11,6 +10,7 @@
 #include "Common/unix/psnautil.h"
 #include "QLMlib/common/unx/DirectoryStream.h"
 #include "QLMlib/common/unx/SystemCalls.h"
+#include "QLMlib/common/ut/NumberText.h"
 #include "QLMlib/common/ut/Trace.h"
 #include "QLMlib/common/ut/TraceOutput.h"
 
@@ -23,15 +23,9 @@ constexpr int64_t LEAST_ROOM = 1024;  // a file with less room than this is full
 constexpr int64_t SECONDS_PER_DAY = 86400;
 constexpr std::string_view TRACE_EXTENSION = ".trace";
 
-std::string zeroFilled(const char* format, int32_t number) {
-  char text[16];
-  std::snprintf(text, sizeof text, format, number);
-  return text;
-}
-
 std::string instanceFileName(std::string_view component, int32_t instance, std::string_view extension) {
   std::string name(component);
-  return name.append("_").append(zeroFilled("%06d", instance)).append(extension);
+  return name.append("_").append(zeroFilled(instance, 6)).append(extension);
 }
 
 /// The number that begins at `position`. Whether nothing else stands there is seen by building the name anew.
@@ -89,11 +83,11 @@ void removeRunFile(const std::string& path) {
 std::string LogUtil::runFileName(const Run& run, std::string_view component, std::string_view extension) {
   std::string name = run.jobName;
   name += '.';
-  name += zeroFilled("%04d", run.sid);
+  name += zeroFilled(run.sid, 4);
   name += '_';
   name += component;
   name += '.';
-  name += zeroFilled("%08d", run.run);
+  name += zeroFilled(run.run, 8);
   name += extension;
   return name;
 }

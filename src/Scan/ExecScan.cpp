@@ -25,6 +25,7 @@
 #include "QLMlib/common/nls/MessageCatalogs.h"
 #include "QLMlib/common/unx/StarterOutput.h"
 #include "QLMlib/common/unx/SystemCalls.h"
+#include "QLMlib/common/ut/NumberText.h"
 #include "QLMlib/common/ut/Trace.h"
 #include "QLMlib/common/ut/TraceFile.h"
 #include "Scan/ScanDefinition.h"
@@ -40,12 +41,6 @@ constexpr int OBJECT_CREATION_FAILED = 12;
 
 std::string now() {
   return std::to_string(time(nullptr));
-}
-
-std::string padded(int32_t number, size_t width) {
-  std::string digits = std::to_string(number);
-  // To the left of a sign as well: numbers that were never given look odd, and nothing is hidden.
-  return digits.size() < width ? std::string(width - digits.size(), '0') + digits : digits;
 }
 
 /// Logs what ends the job without a result. Where the log can't be written, as in the directory that has just
@@ -172,7 +167,9 @@ std::string ExecScan::definitionFileName() const {
   const CmdArgs& args = *cmdArgs_;
   const std::string stem = args.installLoc + "/input/" + args.serverName + "/" + args.jobName;
   if (args.isInitialScan()) return stem + ".dat";
-  return stem + "." + padded(args.sidRunNumber, 4) + "_scan." + padded(args.jobRunNumber, 8) + ".dat";
+  // Zeros to the left of a sign as well: numbers that were never given look odd, and nothing is hidden.
+  return stem + "." + filledLeft(std::to_string(args.sidRunNumber), 4, '0') + "_scan." +
+         filledLeft(std::to_string(args.jobRunNumber), 8, '0') + ".dat";
 }
 
 /// @return false when there is no usable definition; the return code says why and the log tells it

@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cerrno>
-#include <charconv>
 
 #include <fcntl.h>
 #include <stdio.h>
@@ -12,6 +11,7 @@
 #include "QLMlib/common/nls/LibraryMessages.h"
 #include "QLMlib/common/nls/Messages.h"
 #include "QLMlib/common/unx/SystemCalls.h"
+#include "QLMlib/common/ut/NumberText.h"
 #include "QLMlib/common/ut/Product.h"
 #include "QLMlib/common/ut/Trace.h"
 
@@ -25,20 +25,6 @@ constexpr size_t WRAP_SIZE_COLUMNS = 10;
 constexpr size_t HEADER_LIMIT = 512;
 
 constexpr uint64_t SHORTEST_LINE = 128;  // a ring that can't hold this much is none
-
-std::string padded(uint64_t number, size_t width) {
-  std::string text = std::to_string(number);
-  if (text.size() < width) text.append(width - text.size(), ' ');
-  return text;
-}
-
-bool takeNumber(std::string_view& text, uint64_t& number) {
-  text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (error != std::errc()) return false;
-  text.remove_prefix(static_cast<size_t>(end - text.data()));
-  return true;
-}
 
 /// The text of a mark; the catalog may be missing while a log is not.
 std::string markText(const Message& message, std::string_view builtIn) {
@@ -73,8 +59,8 @@ bool LogRing::parseHeader(std::string_view bytes, Header& header) {
 }
 
 std::string LogRing::headerLine(uint64_t nextWrite) const {
-  return std::string(HEADER_WORD) + padded(nextWrite, NEXT_WRITE_COLUMNS) +
-         padded(wrapSize_, WRAP_SIZE_COLUMNS) + " " + PRODUCT_NAME + " " + PRODUCT_VERSION +
+  return std::string(HEADER_WORD) + blankFilled(nextWrite, NEXT_WRITE_COLUMNS) +
+         blankFilled(wrapSize_, WRAP_SIZE_COLUMNS) + " " + PRODUCT_NAME + " " + PRODUCT_VERSION +
          "   Build date: " + buildDate() + "\n";
 }
 
@@ -183,7 +169,7 @@ int LogRing::write(std::string_view text) {
   }
   position += text.size();
   TRACE(TR_GENERAL, "utSetNextWrite(): nextWrite for END OF DATA is %d .\n", static_cast<int>(position));
-  return writeAll(descriptor_.get(), padded(position, NEXT_WRITE_COLUMNS),
+  return writeAll(descriptor_.get(), blankFilled(position, NEXT_WRITE_COLUMNS),
                   static_cast<off_t>(HEADER_WORD.size()));
 }
 

@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cerrno>
-#include <charconv>
 #include <cstdio>
 
 #include <fcntl.h>
@@ -11,6 +10,7 @@
 
 #include "QLMlib/common/unx/StarterOutput.h"
 #include "QLMlib/common/unx/SystemCalls.h"
+#include "QLMlib/common/ut/NumberText.h"
 #include "QLMlib/common/ut/Product.h"
 
 namespace agent {
@@ -28,21 +28,6 @@ constexpr uint64_t NUMBER_POSITION = 12;
 constexpr uint64_t HEADER_POSITION = 24;
 constexpr uint64_t ROOM_FOR_MARK = 17;  // kept free behind each record
 constexpr int OPEN_FAILED = 426;
-
-/// Takes a decimal number and the blanks in front of it off `text`.
-bool takeNumber(std::string_view& text, uint64_t& number) {
-  text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (error != std::errc()) return false;
-  text.remove_prefix(static_cast<size_t>(end - text.data()));
-  return true;
-}
-
-std::string padded(uint64_t number, size_t width) {
-  std::string text = std::to_string(number);
-  if (text.size() < width) text.append(width - text.size(), ' ');
-  return text;
-}
 
 std::string segmentName(const std::string& name, uint64_t segment) {
   if (segment == 1) return name;
@@ -90,7 +75,7 @@ bool TraceOutput::startPlain() {
 }
 
 std::string TraceOutput::headerLine() const {
-  return padded(limit_.maxMB, 10) + " " + PRODUCT_NAME + " " + PRODUCT_VERSION +
+  return blankFilled(limit_.maxMB, 10) + " " + PRODUCT_NAME + " " + PRODUCT_VERSION +
          "   Build date: " + buildDate() + "\n\n";
 }
 
@@ -171,7 +156,7 @@ bool TraceOutput::put(std::string_view text, std::string_view mark) {
 }
 
 bool TraceOutput::storeNextWrite() {
-  return writeAll(descriptor_.get(), padded(nextWrite_, UNWRITTEN_NUMBER.size()),
+  return writeAll(descriptor_.get(), blankFilled(nextWrite_, UNWRITTEN_NUMBER.size()),
                   static_cast<off_t>(NUMBER_POSITION)) == 0;
 }
 
