@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <vector>
 
+#include "QLMlib/common/ut/NumberText.h"
 #include "Scan/selection/PatternMatcher.h"
 #include "Scan/selection/Selection.h"
 #include "Scan/selection/pathmatch.h"
@@ -643,12 +644,11 @@ std::string expressionOf(std::string_view cell) {
   for (size_t position = 0;
        (position = cell.find_first_not_of(SEPARATORS, position)) != std::string_view::npos;) {
     const size_t end = std::min(cell.find_first_of(SEPARATORS, position), cell.size());
-    int number = 0;
-    const auto [stop, error] = std::from_chars(cell.data() + position, cell.data() + end, number);
-    if (error != std::errc() || stop != cell.data() + end || number < -128 || number > 255) {
+    const std::optional<int> number = wholeNumber<int>(cell.substr(position, end - position));
+    if (!number || *number < -128 || *number > 255) {
       throw LanguageError(position, "expected a byte, a number from -128 to 255");
     }
-    expression += static_cast<char>(number);
+    expression += static_cast<char>(*number);
     position = end;
   }
   return expression;

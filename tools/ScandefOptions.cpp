@@ -1,7 +1,6 @@
 #include "ScandefOptions.h"
 
 #include <algorithm>
-#include <charconv>
 #include <functional>
 #include <limits>
 #include <map>
@@ -9,6 +8,7 @@
 
 #include "Common/SafeText.h"
 #include "Common/ScanVOXTags.h"
+#include "QLMlib/common/ut/NumberText.h"
 #include "ScandefLanguage.h"
 #include "ScandefPatterns.h"
 
@@ -17,14 +17,12 @@ namespace agent::scandef {
 namespace {
 
 int32_t number(const std::string& option, const std::string& value, int32_t lowest, int32_t highest) {
-  int32_t result = 0;
-  const char* const end = value.data() + value.size();
-  const auto [stop, error] = std::from_chars(value.data(), end, result);
-  if (error != std::errc() || stop != end || result < lowest || result > highest) {
+  const std::optional<int32_t> result = wholeNumber<int32_t>(value);
+  if (!result || *result < lowest || *result > highest) {
     throw UsageError(option + ": " + shown(value) + " is no number from " + std::to_string(lowest) + " to " +
                      std::to_string(highest));
   }
-  return result;
+  return *result;
 }
 
 int32_t id(const std::string& option, const std::string& value) {

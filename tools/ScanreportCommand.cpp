@@ -1,11 +1,11 @@
 #include "ScanreportCommand.h"
 
-#include <charconv>
 #include <stdexcept>
 #include <string_view>
 
 #include "Common/SafeText.h"
 #include "JsonReport.h"
+#include "QLMlib/common/ut/NumberText.h"
 #include "ResultFile.h"
 #include "TextReport.h"
 
@@ -50,12 +50,9 @@ std::string inQuotes(std::string_view text) {
 }
 
 size_t rowsOf(const std::string& value) {
-  size_t rows = 0;
-  const char* const end = value.data() + value.size();
-  const auto [stop, error] = std::from_chars(value.data(), end, rows);
-  if (error != std::errc() || stop != end || rows == 0)
-    throw UsageError("--rows: " + inQuotes(value) + " is no number from 1 on");
-  return rows;
+  const std::optional<size_t> rows = wholeNumber<size_t>(value);
+  if (!rows || *rows == 0) throw UsageError("--rows: " + inQuotes(value) + " is no number from 1 on");
+  return *rows;
 }
 
 // "--option value" and "--option=value".

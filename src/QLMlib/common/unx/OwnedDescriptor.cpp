@@ -45,6 +45,10 @@ int writeAll(int descriptor, std::string_view bytes, off_t position) {
   return 0;
 }
 
+std::string workingCopyOf(const std::string& path) {
+  return path + ".tmp";
+}
+
 ssize_t readAt(int descriptor, char* buffer, size_t size, off_t position) {
   size_t done = 0;
   while (done < size) {

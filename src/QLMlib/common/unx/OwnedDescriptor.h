@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -46,6 +47,10 @@ int openPipe(OwnedDescriptor& readEnd, OwnedDescriptor& writeEnd, int flags = 0)
 /// @param position offset in the file, or -1 to write where the descriptor stands
 /// @return 0 or errno
 int writeAll(int descriptor, std::string_view bytes, off_t position = -1);
+
+/// Where a file is written anew before it is renamed over the one of this path. A name of its own for each
+/// path, not for each process: what a killed process left is overwritten by the next.
+std::string workingCopyOf(const std::string& path);
 
 /// Reads up to `size` bytes from `position`, short only at the end of the file.
 /// @return bytes read, or -1 and errno

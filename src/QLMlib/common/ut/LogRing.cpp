@@ -132,7 +132,7 @@ int LogRing::rewrite(const std::string& path, std::string_view bytes) {
 
   struct stat status;
   if (sys.fstat(descriptor_.get(), &status) == -1) return errno;
-  const std::string temporary = path + ".tmp";
+  const std::string temporary = workingCopyOf(path);
   OwnedDescriptor ring = openFile(temporary.c_str(), O_RDWR | O_CREAT | O_TRUNC, status.st_mode & 0777);
   if (!ring) return errno;
   const std::string whole =
