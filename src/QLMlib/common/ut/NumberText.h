@@ -9,8 +9,8 @@
 
 namespace agent {
 
-// Numbers in texts: those of a fixed width in headers of logs and traces and in names of files, and those that
-// people give.
+// Numbers in texts: those of a fixed width in headers of logs and traces and in names of files, and those
+// that people give.
 
 /// The text with `fill` in front, up to a width. A longer one stays as it is.
 std::string filledLeft(std::string text, size_t width, char fill);
@@ -25,7 +25,8 @@ std::string blankFilled(uint64_t number, size_t width);
 /// @return false, and only the blanks are taken, when none stands there or it is too large
 bool takeNumber(std::string_view& text, uint64_t& number);
 
-/// The text as one decimal number; nothing when it holds anything else or the number is too large for its type.
+/// The text as one decimal number; nothing when it holds anything else or the number is too large for its
+/// type.
 template <typename Number>
 std::optional<Number> wholeNumber(std::string_view text) {
   Number number = 0;
