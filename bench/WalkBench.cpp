@@ -6,9 +6,9 @@
 #include <string>
 
 #include "Probe/Filesystem.h"
+#include "Scan/ahead/ReadingPlan.h"
 #include "Scan/identity/UberTable.h"
 #include "Scan/unix/DirectoryReaderUnix.h"
-#include "Scan/unix/LimitedDirectoryCalls.h"
 #include "Scan/unix/ScannerUnix.h"
 #include "Scan/unix/UnixUserTable.h"
 #include "support/TemporaryDirectory.h"
@@ -29,34 +29,34 @@ const std::string& tree() {
   return DIRECTORY.path();
 }
 
-void walk(benchmark::State& state, DirectoryCalls& calls) {
+void walk(benchmark::State& state, int limit) {
   Filesystem filesystem;
   filesystem.fsMountPoint = tree() + "/";
-  DirectoryReaderFactoryUnix factory(calls);
+  const WalkRules rules(filesystem, tree());
   UberTable owners;
   UnixUserTable users(owners);
   for (auto _ : state) {
+    const std::unique_ptr<DirectoryCalls> calls = readingCalls(tree(), rules, limit);
+    DirectoryReaderFactoryUnix factory(*calls);
     ScannerUnix scanner({.filesystem = filesystem,
                          .actions = {},
                          .selections = {},
                          .userTable = users,
                          .factory = factory,
-                         .localPath = tree()},
-                        calls);
+                         .rules = rules},
+                        *calls);
     if (scanner.scan() != 0) state.SkipWithError("the walk failed");
   }
   state.SetItemsProcessed(state.iterations() * FILES);
 }
 
 void walkWithoutLimit(benchmark::State& state) {
-  DirectoryCalls calls;
-  walk(state, calls);
+  walk(state, 0);
 }
 BENCHMARK(walkWithoutLimit)->Unit(benchmark::kMillisecond);
 
 void walkWithLimit(benchmark::State& state) {
-  LimitedDirectoryCalls calls(60);
-  walk(state, calls);
+  walk(state, 60);
 }
 BENCHMARK(walkWithLimit)->Unit(benchmark::kMillisecond);
 

@@ -12,19 +12,15 @@
 #include "QLMlib/common/ut/Trace.h"
 #include "Scan/FilesystemPairing.h"
 #include "Scan/FilesystemResults.h"
+#include "Scan/ahead/ReadingPlan.h"
 #include "Scan/results/ResultsByFS.h"
 #include "Scan/statistics/CuStatAccum.h"
-#include "Scan/unix/LimitedDirectoryCalls.h"
+#include "Scan/unix/DirectoryReaderUnix.h"
 #include "Scan/unix/ScannerUnix.h"
 
 namespace agent {
 
 namespace {
-
-std::unique_ptr<DirectoryCalls> directoryCalls(int nfsTimeout) {
-  if (nfsTimeout > 0) return std::make_unique<LimitedDirectoryCalls>(nfsTimeout);
-  return std::make_unique<DirectoryCalls>();
-}
 
 SelectTree matchEverything() {
   Selection selection;
@@ -43,7 +39,7 @@ void ActionRow::releaseFileActionVector() {
 }
 
 FilesystemWalks::FilesystemWalks(ScanPlan& plan, GenericPrint& print, FileAction* observer, int nfsTimeout)
-    : plan_(plan), print_(print), observer_(observer), calls_(directoryCalls(nfsTimeout)) {}
+    : plan_(plan), print_(print), observer_(observer), nfsTimeout_(nfsTimeout) {}
 
 void FilesystemWalks::run(StatisticList& statistics) {
   for (const auto& fsRef : plan_.fsRefs) {
@@ -73,13 +69,18 @@ int FilesystemWalks::walk(const FSRef& fsRef) {
   addDirectoryActions(fsRef);
   addStatistics(fsRef);
   addObserver();
+  const WalkRules rules(*fsRef.filesystem, fsRef.localPath);
+  const std::string root =
+      rules.localPath() != nullptr ? rules.localPath()->localName(rules.rootPath()) : rules.rootPath();
+  const std::unique_ptr<DirectoryCalls> calls = readingCalls(root, rules, nfsTimeout_);
+  DirectoryReaderFactoryUnix factory(*calls);
   ScannerUnix scanner({.filesystem = *fsRef.filesystem,
                        .actions = row_.actions(),
                        .selections = row_.selections(),
                        .userTable = userTable_,
-                       .factory = factory_,
-                       .localPath = fsRef.localPath},
-                      *calls_);
+                       .factory = factory,
+                       .rules = rules},
+                      *calls);
   return scanner.scan();
 }
 

@@ -9,7 +9,6 @@
 #include "Scan/selection/Selection.h"
 #include "Scan/statistics/CuStatDef.h"
 #include "Scan/statistics/MonDirAccum.h"
-#include "Scan/unix/DirectoryReaderUnix.h"
 #include "Scan/unix/UnixUserTable.h"
 
 namespace agent {
@@ -70,8 +69,7 @@ class FilesystemWalks {
   GenericPrint& print_;
   FileAction* observer_;
   SelectTree everything_;  // the observer's selection
-  std::unique_ptr<DirectoryCalls> calls_;
-  DirectoryReaderFactoryUnix factory_{*calls_};
+  const int nfsTimeout_;   // seconds for each call of a walk; 0 or less: any
   UberTable owners_;
   UnixUserTable userTable_{owners_};
   MonDirTable monDirs_;

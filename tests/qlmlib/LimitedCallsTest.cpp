@@ -5,10 +5,8 @@
 #include <chrono>
 #include <csignal>
 #include <cstring>
-#include <functional>
 #include <thread>
 
-#include <fcntl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -77,17 +75,8 @@ class LimitedCallsTest : public FilesTest {
       if (std::strstr(path, "sleep") != nullptr) sleepForEver();
       return ::lstat(path, result);
     });
-    calls_.replace<&Calls::openat>([](int directory, const char* name, int flags) {
-      hangIfToldTo(name);
-      return ::openat(directory, name, flags);
-    });
-    calls_.replace<&Calls::fstatat>([](int directory, const char* name, struct stat* result, int flags) {
-      hangIfToldTo(name);
-      return ::fstatat(directory, name, result, flags);
-    });
     std::thread([] {}).join();  // ThreadSanitizer adds a thread of its own to the first one
     writeFile(path("a"), "12345");
-    std::filesystem::create_directory(path("hangdir"));
     threads_ = threads();
     descriptors_ = descriptors();
   }
@@ -126,21 +115,6 @@ TEST_F(LimitedCallsTest, AThreadGivesTheAnswersThatTheCallerGets) {
     EXPECT_EQ(lstat("missing", seconds), ENOENT);
     EXPECT_EQ(lstat("a", seconds, 7), EINVAL);               // no such operation
     EXPECT_EQ(threads(), threads_ + (seconds > 0 ? 1 : 0));  // one for all
-
-    SharedDirectory top;
-    SharedDirectory sub;
-    ASSERT_EQ(limitedOpenDirectory(nullptr, path().c_str(), 0, seconds, top), 0);
-    EXPECT_EQ(limitedOpenDirectory(top, "a", O_NOFOLLOW, seconds, sub), ENOTDIR);
-    EXPECT_EQ(sub, nullptr);
-    EXPECT_NE(::fcntl(top->get(), F_GETFD) & FD_CLOEXEC, 0);
-    char buffer[256];
-    size_t bytes = 0;
-    EXPECT_EQ(limitedReadDirectory(top, buffer, sizeof buffer, seconds, bytes), 0);
-    EXPECT_NE(std::string_view(buffer, bytes).find("hangdir"), std::string_view::npos);
-    EXPECT_EQ(limitedReadDirectory(nullptr, buffer, sizeof buffer, seconds, bytes), EBADF);
-    EXPECT_EQ(limitedStatAt(top, "a", AT_SYMLINK_NOFOLLOW, seconds, status_), 0);
-    EXPECT_EQ(status_.st_ino, plain.st_ino);
-    EXPECT_EQ(limitedStatAt(nullptr, path("missing").c_str(), 0, seconds, status_), ENOENT);
   }
   virtStatCleanUp();
   EXPECT_TRUE(eventually([this] { return nothingIsLeft(); }));  // the kernel takes a moment for a thread
@@ -173,47 +147,19 @@ TEST_F(LimitedCallsTest, SpaceFiguresAreThoseOfTheSystem) {
             (std::vector<unsigned long>{65536, 4096, 1000, 100, 50, 70, 60, 60}));
 }
 
-TEST_F(LimitedCallsTest, ACallThatHangsIsStaleAndKeepsWhatItNeeds) {
-  char buffer[256] = {};
-  size_t bytes = 99;
-  SharedDirectory opened;
-  calls_.replace<&Calls::getdents64>([](int, void*, size_t) {
-    hang();
-    return ssize_t{0};
-  });
-  const std::function<int(const SharedDirectory&)> operations[] = {
-      [&](const SharedDirectory&) { return lstat("hang", 1); },
-      [&](const SharedDirectory& top) { return limitedOpenDirectory(top, "hangdir", 0, 1, opened); },
-      [&](const SharedDirectory& top) { return limitedReadDirectory(top, buffer, sizeof buffer, 1, bytes); },
-      [&](const SharedDirectory& top) { return limitedStatAt(top, "hang", 0, 1, status_); }};
-  for (const auto& operation : operations) {
-    letGo = false;
-    SharedDirectory top;
-    ASSERT_EQ(limitedOpenDirectory(nullptr, path().c_str(), 0, 0, top), 0);
-    const int number = top->get();
-    const auto start = Clock::now();
-    EXPECT_EQ(operation(top), ESTALE);
-    EXPECT_GE(Clock::now() - start, 1s);
-    EXPECT_LT(Clock::now() - start, 3s);
+TEST_F(LimitedCallsTest, ACallThatHangsIsStale) {
+  const auto start = Clock::now();
+  EXPECT_EQ(lstat("hang", 1), ESTALE);
+  EXPECT_GE(Clock::now() - start, 1s);
+  EXPECT_LT(Clock::now() - start, 3s);
 
-    // The directory stays open: else the late call would work on whatever bears the number next.
-    const bool needsDirectory = &operation != operations;
-    top.reset();
-    EXPECT_EQ(::fcntl(number, F_GETFD) != -1, needsDirectory);
-    struct stat next {};
-    EXPECT_EQ(limitedStatAt(nullptr, path("a").c_str(), 0, 1, next), 0);
-    EXPECT_EQ(hanging, 1);
-    EXPECT_EQ(threads(), threads_ + 2);  // the new one and the one that the kernel holds
-    // Two pipes, and the thread's ends of the old ones.
-    EXPECT_EQ(descriptors(), descriptors_ + 6 + (needsDirectory ? 1 : 0));
+  EXPECT_EQ(lstat("missing", 1), ENOENT);
+  EXPECT_EQ(hanging, 1);
+  EXPECT_EQ(threads(), threads_ + 2);              // the new one and the one that the kernel holds
+  EXPECT_EQ(descriptors(), descriptors_ + 4 + 2);  // two pipes, and the thread's ends of the old ones
 
-    letGo = true;  // a late answer reaches nobody
-    EXPECT_TRUE(eventually([&] { return threads() == threads_ + 1 && descriptors() == descriptors_ + 4; }));
-    virtStatCleanUp();
-    EXPECT_TRUE(eventually([this] { return nothingIsLeft(); }));
-  }
-  EXPECT_EQ(opened, nullptr);
-  EXPECT_EQ(bytes, 0u);
+  letGo = true;  // a late answer reaches nobody
+  EXPECT_TRUE(eventually([&] { return threads() == threads_ + 1 && descriptors() == descriptors_ + 4; }));
   EXPECT_EQ(status_.st_ino, 0u);
 }
 

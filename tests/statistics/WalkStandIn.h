@@ -54,7 +54,7 @@ class WalkStandIn {
                        .selections = {},
                        .userTable = users,
                        .factory = factory,
-                       .localPath = ""},
+                       .rules = WalkRules(filesystem)},
                       calls};
 };
 

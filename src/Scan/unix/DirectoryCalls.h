@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <sys/types.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstddef>
 
@@ -15,8 +16,9 @@ inline bool isOutOfDescriptors(int error) {
   return error == EMFILE || error == ENFILE;
 }
 
-/// The system calls of a walk, by name: serial ones here, with a time limit in LimitedDirectoryCalls. All
-/// keep the manners of QLMlib/common/unx/SystemCalls.h, on which they stand: -1 and errno on failure.
+/// The system calls of a walk, by name. Any number of threads may call them. Those of a class that derives
+/// from this one, which answers a walk in another way, keep the same manners: those of
+/// QLMlib/common/unx/SystemCalls.h, on which they stand: -1 and errno on failure.
 class DirectoryCalls {
  public:
   virtual ~DirectoryCalls() = default;
@@ -54,7 +56,7 @@ class DirectoryCalls {
   }
 
  private:
-  bool keepAccessTimes_ = true;
+  std::atomic<bool> keepAccessTimes_ = true;
 };
 
 }  // namespace agent

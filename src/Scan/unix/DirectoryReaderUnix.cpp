@@ -12,7 +12,6 @@
 #include "Common/ScanAbortException.h"
 #include "Common/unix/psmsgutil.h"
 #include "Common/unix/pssignal.h"
-#include "Probe/Filesystem.h"
 #include "QLMlib/common/ut/Trace.h"
 #include "Scan/walk/Scanner.h"
 
@@ -115,7 +114,7 @@ void DirectoryReaderUnix::logBreakOff() const {
   if (isRoot()) scanner().giveUp();
 }
 
-bool DirectoryReaderUnix::nextEntry(std::string& path, int handle, int16_t fsType) {
+bool DirectoryReaderUnix::nextEntry(std::string& path, int handle, int16_t /*fsType*/) {
   while (true) {
     // For each entry, skipped ones included: a stop takes effect within one, however large the directory is.
     if (stopRequested()) {
@@ -128,8 +127,7 @@ bool DirectoryReaderUnix::nextEntry(std::string& path, int handle, int16_t fsTyp
       return false;
     }
     const std::string_view text(name);
-    if (text == "." || text == "..") continue;
-    if (text == ".quickcopy" && Filesystem::isCLFSFileset(fsType)) continue;
+    if (scanner().rules().isNoEntry(text)) continue;
     Scanner::ScannerFinishOffNextEntry(path, pathLength(), text);
     return true;
   }
@@ -153,7 +151,7 @@ int32_t DirectoryReaderUnix::stat(const std::string& path, FileAttributes& attri
 /// Anybody can hide files behind a long path, so the log tells; once, for whoever can make one can make many.
 void DirectoryReaderUnix::logLongPath(const std::string& path) {
   if (std::exchange(longPathLogged_, true)) return;
-  logJobMessage(messages::PATH_TOO_LONG, {scanner().localName(path).substr(0, Scanner::NAME_BUFFER)});
+  logJobMessage(messages::PATH_TOO_LONG, {scanner().localName(path).substr(0, WalkRules::NAME_BUFFER)});
 }
 
 std::unique_ptr<DirectoryReader> DirectoryReaderFactoryUnix::newDirectoryReader(Scanner& scanner,

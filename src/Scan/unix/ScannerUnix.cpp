@@ -27,14 +27,6 @@ uint32_t attributeWord(mode_t mode, int32_t type) {
 
 }  // namespace
 
-ScannerUnix::ScannerUnix(const Setup& setup, DirectoryCalls& calls) : Scanner(setup), calls_(calls) {
-  if (!setup.localPath.empty()) setLocalPath(setup.localPath);
-}
-
-void ScannerUnix::setLocalPath(const std::string& localPath) {
-  localPath_.emplace(path(), localPath);
-}
-
 bool ScannerUnix::Stat(fileInfo& file, bool /*remote*/) {
   const DirectoryReader& directory = *readerAt(currentLevel());
   // The entry's name is what its path has more than its directory's; nothing more: the directory itself.

@@ -19,24 +19,18 @@ namespace {
 
 constexpr int64_t ENTRIES_BETWEEN_REPORTS = 99'999;
 
-std::string rootPathOf(const Filesystem& filesystem) {
-  // A cluster's file set has its root at "/" whatever it is mounted on.
-  if (Filesystem::isCLFSFileset(filesystem.fsType)) return "/";
-  const std::string& mountPoint = filesystem.fsMountPoint;
-  return mountPoint.ends_with('/') ? mountPoint : mountPoint + '/';
-}
-
 }  // namespace
 
 Scanner::Scanner(const Setup& setup)
-    : path_(rootPathOf(setup.filesystem)),
+    : rules_(setup.rules),
+      path_(rules_.rootPath()),
       userTable_(setup.userTable),
       actions_(setup.actions),
       factory_(setup.factory),
       selections_(setup.selections),
       filesystem_(setup.filesystem) {
   matchedActions_.reserve(selections_.size());
-  attributes_.faName.reserve(NAME_BUFFER);
+  attributes_.faName.reserve(WalkRules::NAME_BUFFER);
 }
 
 Scanner::~Scanner() = default;
@@ -68,7 +62,7 @@ int Scanner::scan() {
 bool Scanner::openRoot() {
   attributes_.faName = path_;
   pushReader(true);
-  if (filesystem_.fsType == Filesystem::MXFS) snapshotPath_ = getSnapshotDirMXFS(filesystem_.fsMountPoint);
+  if (rules_.asksForSnapshots()) snapshotPath_ = getSnapshotDirMXFS(filesystem_.fsMountPoint);
   DirectoryReader& root = *arrayReader_.front();
   if (root.handle() == DirectoryReader::CLOSED) return false;
   rootDevice_ = root.stat(path_, attributes_, filesystem_.fsType);
@@ -87,9 +81,9 @@ void Scanner::offer() {
 
 /// Goes down into the directory that `attributes_` describes, if there is room below.
 void Scanner::advance() {
-  if (level_ >= MAX_COMPONENTS - 1) {
+  if (!WalkRules::hasRoomBelow(level_)) {
     TRACE(TR_MAX, "Scanner::advance() : level >= (MAX_COMPONENTS - 1): MAX_COMPONENTS = %d.\n",
-          MAX_COMPONENTS);
+          WalkRules::MAX_COMPONENTS);
     logJobMessage(messages::TOO_DEEP, {attributes_.faName});
     for (FileAction* action : actions_) action->directoryPassedOver();
     return;
@@ -123,8 +117,8 @@ void Scanner::pushReader(bool isRoot) {
 /// Whether the entry is the file system's own copy of itself, directly below the root.
 bool Scanner::isSnapshotDirectory() const {
   if (level_ > 0 || attributes_.faType != FileAttributes::DIRECTORY) return false;
-  const bool isCopy = (filesystem_.fsType == Filesystem::MXFS && attributes_.faName == snapshotPath_) ||
-                      attributes_.faName.find(snapshotDir) != std::string::npos;
+  const bool isCopy = (rules_.asksForSnapshots() && attributes_.faName == snapshotPath_) ||
+                      WalkRules::isSnapshot(attributes_.faName);
   if (isCopy) {
     TRACE(TR_MID, "Scanner::scan() : Skipping the snapshot directory %s\n", attributes_.faName.c_str());
   }
@@ -144,14 +138,13 @@ std::string Scanner::localName(std::string_view path) const {
 }
 
 bool Scanner::ScannerInitOpen(std::string_view path) const {
+  if (rules_.fitsOpen(path.size())) return true;
   if (const LocalPathInfo* local = localPath(); local != nullptr) {
-    if (local->localLength(path) <= MAX_OPEN_PATH) return true;
     TRACE(TR_MIN, "path is too long ... throwing Exception with STA0139W for %s\n",
-          local->localName(path).substr(0, MAX_OPEN_PATH).c_str());
+          local->localName(path).substr(0, WalkRules::MAX_OPEN_PATH).c_str());
     return false;
   }
-  if (path.size() <= MAX_OPEN_PATH) return true;
-  const std::string cut(path.substr(0, MAX_OPEN_PATH));
+  const std::string cut(path.substr(0, WalkRules::MAX_OPEN_PATH));
   TRACE(TR_MIN,
         "Scanner::ScannerInitOpen() : ERROR: Logging problem with STA0139W ... Path %s is too long.\n",
         cut.c_str());
@@ -162,10 +155,9 @@ bool Scanner::ScannerInitOpen(std::string_view path) const {
 bool Scanner::ScannerInitStat(std::string_view path, fileInfo& file) const {
   file.path = path.data();
   file.pathLength = path.size();
-  const LocalPathInfo* local = localPath();
-  if (local == nullptr || local->localLength(path) <= NAME_BUFFER - local->reservedLength()) return true;
+  if (rules_.fitsStat(path.size())) return true;
   TRACE(TR_MIN, "path is too long ... throwing Exception with STA0139W for %s\n",
-        local->localName(path).substr(0, NAME_BUFFER).c_str());
+        localName(path).substr(0, WalkRules::NAME_BUFFER).c_str());
   return false;
 }
 

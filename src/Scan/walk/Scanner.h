@@ -9,7 +9,7 @@
 #include "Scan/selection/fileInfo.h"
 #include "Scan/walk/DirectoryReader.h"
 #include "Scan/walk/FileAttributes.h"
-#include "Scan/walk/LocalPathInfo.h"
+#include "Scan/walk/WalkRules.h"
 
 namespace agent {
 
@@ -23,18 +23,10 @@ struct selectNode;
 /// matched. Computes no statistic itself. Used once: made, scan() called, destroyed.
 class Scanner : public WalkPosition {
  public:
-  /// Deepest stack of directories; entries below it are counted, their content isn't.
-  static constexpr int32_t MAX_COMPONENTS = 200;
-  /// Longest path that a directory is opened by, in bytes.
-  static constexpr size_t MAX_OPEN_PATH = 4098;
-  /// Space of a name that is stat'ed, in bytes.
-  static constexpr size_t NAME_BUFFER = 4096;
   /// What a walk answers that has lost something of its tree.
   static constexpr int GIVEN_UP = 4;
   /// What a walk answers whose root could not be opened, read or stat'ed.
   static constexpr int ROOT_LOST = 8;
-  /// A directory directly below the root whose path contains this is a file system's own copy: not walked.
-  static constexpr std::string_view snapshotDir = ".snapshot";
 
   /// What a walk needs; everything but the path is borrowed and must outlive the walk.
   struct Setup {
@@ -43,7 +35,7 @@ class Scanner : public WalkPosition {
     std::vector<const selectNode*> selections;  ///< selections[i] decides for actions[i]; null never matches
     UserTable& userTable;
     DirectoryReaderFactory& factory;
-    std::string localPath;  ///< where the file system is mounted on this host
+    WalkRules rules;  ///< of that file system
   };
 
   explicit Scanner(const Setup& setup);
@@ -59,14 +51,14 @@ class Scanner : public WalkPosition {
   // Reads the entry that `file.path` names and normalises its record.
   // @return false after a failure that has been logged
   virtual bool Stat(fileInfo& file, bool remote) = 0;
-  virtual const LocalPathInfo* localPath() const = 0;
-  virtual void setLocalPath(const std::string& localPath) = 0;
 
   // What actions read.
   Filesystem& filesystem() const { return filesystem_; }
   int32_t scanStartSeconds() const { return scanStartSeconds_; }
 
   // What readers use.
+  const WalkRules& rules() const { return rules_; }
+  const LocalPathInfo* localPath() const { return rules_.localPath(); }
   const std::string& path() const { return path_; }
   FileAttributes& attributes() { return attributes_; }
   int32_t rootDevice() const { return rootDevice_; }
@@ -107,6 +99,7 @@ class Scanner : public WalkPosition {
   void reportProgress();
 
   int32_t rc_ = 0;
+  const WalkRules rules_;
   std::string path_;  // logical path of the directory on top of the stack; the root's ends in a slash
   UserTable& userTable_;
   std::vector<FileAction*> actions_;

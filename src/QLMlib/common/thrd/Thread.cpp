@@ -1,5 +1,6 @@
 #include "QLMlib/common/thrd/Thread.h"
 
+#include <csignal>
 #include <new>
 
 #include <unistd.h>
@@ -67,6 +68,16 @@ int pkStartThread(ThreadDescriptor* descriptor) {
   if (block == nullptr) return -1;
   const int rc = createThread(*descriptor, block);
   if (rc != 0) delete block;
+  return rc;
+}
+
+int startThreadWithoutSignals(ThreadDescriptor& descriptor) {
+  sigset_t all;
+  sigset_t before;
+  sigfillset(&all);
+  pthread_sigmask(SIG_SETMASK, &all, &before);
+  const int rc = pkStartThread(&descriptor);
+  pthread_sigmask(SIG_SETMASK, &before, nullptr);
   return rc;
 }
 

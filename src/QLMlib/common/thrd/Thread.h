@@ -37,4 +37,7 @@ struct ThreadDescriptor {
 /// @return 0; 109 for a null descriptor; -1 where memory is short; an error number of the system
 int pkStartThread(ThreadDescriptor* descriptor);
 
+/// pkStartThread for a thread that runs with all signals blocked: they are the main thread's.
+int startThreadWithoutSignals(ThreadDescriptor& descriptor);
+
 }  // namespace agent

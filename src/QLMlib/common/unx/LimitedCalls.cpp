@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <csignal>
 #include <cstring>
 #include <utility>
 
@@ -93,17 +92,11 @@ bool openTapPipe(OwnedDescriptor& readEnd, OwnedDescriptor& writeEnd) {
   return true;
 }
 
-/// Starts the thread with all signals blocked: they are the main thread's, and a late answer to a closed pipe
-/// must not raise SIGPIPE.
+/// Starts the thread without signals: a late answer to a closed pipe must not raise SIGPIPE.
 int startThread(std::shared_ptr<StatExchange>* argument) {
   ThreadDescriptor descriptor{
       .name = "StatFsThread", .function = StatFsThread, .argument = argument, .stackSize = THREAD_STACK_SIZE};
-  sigset_t all;
-  sigset_t before;
-  sigfillset(&all);
-  pthread_sigmask(SIG_SETMASK, &all, &before);
-  const int rc = pkStartThread(&descriptor);
-  pthread_sigmask(SIG_SETMASK, &before, nullptr);
+  const int rc = startThreadWithoutSignals(descriptor);
   facility.thread = descriptor.thread;
   return rc;
 }
@@ -238,7 +231,6 @@ LimitedResult exchangeRequest(unsigned seconds, Fill fill, Take take) {
     }
   }
   StatRequest& request = facility.exchange->request;
-  request.directory.reset();
   request.errCode = request.rc = 0;
   fill(request);
 
@@ -249,7 +241,6 @@ LimitedResult exchangeRequest(unsigned seconds, Fill fill, Take take) {
   if (failure != 0) return {-1, failure};
   facility.answerAwaited = false;
 
-  request.directory.reset();
   if (request.rc == 0) take(request);
   return {request.rc, request.errCode};
 }
@@ -305,8 +296,6 @@ void convertStatus(const struct statfs& from, struct statvfs& to) {
 }  // namespace
 
 int zemNFSsyscalls(const char* path, int arg, void* result, int flag, int seconds, int* errCode) {
-  // The directory operations have their own functions.
-  if (flag > NFS_LSTAT) flag = -1;
   if (TR_GENERAL || TR_FILEOPS || TR_FS || TR_FSPS) {
     traceWrite(__FILE__, __LINE__, "zemNFSsyscall %s for path %s\n", operationName(flag), path);
   }
@@ -327,71 +316,6 @@ int zemNFSsyscalls(const char* path, int arg, void* result, int flag, int second
   *errCode = outcome.errCode;
   TRACE(TR_MAX, "zemNFSsyscalls: returns(%d), errCode(%d).\n", outcome.rc, outcome.errCode);
   return outcome.rc;
-}
-
-int limitedOpenDirectory(const SharedDirectory& parent, const char* name, int flags, int seconds,
-                         SharedDirectory& opened) {
-  // O_NONBLOCK: an entry that became a pipe meanwhile is refused by O_DIRECTORY before anything waits for it.
-  const int allFlags = flags | O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK;
-  if (seconds <= 0) {
-    OwnedDescriptor descriptor(sys.openat(parent ? parent->get() : AT_FDCWD, name, allFlags));
-    if (!descriptor) return errno;
-    opened = std::make_shared<const OwnedDescriptor>(std::move(descriptor));
-    return 0;
-  }
-  return callWithLimit(
-             seconds,
-             [&](StatRequest& request) {
-               request.flag = OP_OPEN_DIRECTORY;
-               request.arg = allFlags;
-               request.path = name;
-               request.directory = parent;
-             },
-             [&](StatRequest& r) { opened = std::make_shared<const OwnedDescriptor>(std::move(r.opened)); })
-      .errCode;
-}
-
-int limitedReadDirectory(const SharedDirectory& directory, char* buffer, size_t size, int seconds,
-                         size_t& bytes) {
-  bytes = 0;
-  if (!directory) return EBADF;
-  if (seconds <= 0) {
-    const ssize_t rc = sys.getdents64(directory->get(), buffer, size);
-    if (rc < 0) return errno;
-    bytes = static_cast<size_t>(rc);
-    return 0;
-  }
-  return callWithLimit(
-             seconds,
-             [&](StatRequest& request) {
-               request.flag = OP_READ_DIRECTORY;
-               request.path.clear();
-               request.directory = directory;
-               request.entries.resize(size);
-             },
-             [&](const StatRequest& request) {
-               bytes = std::min(request.entryBytes, size);
-               std::memcpy(buffer, request.entries.data(), bytes);
-             })
-      .errCode;
-}
-
-int limitedStatAt(const SharedDirectory& directory, const char* name, int flags, int seconds,
-                  struct stat& result) {
-  if (seconds <= 0) {
-    const int descriptor = directory ? directory->get() : AT_FDCWD;
-    return sys.fstatat(descriptor, name, &result, flags) == 0 ? 0 : errno;
-  }
-  return callWithLimit(
-             seconds,
-             [&](StatRequest& request) {
-               request.flag = OP_STAT_AT;
-               request.arg = flags;
-               request.path = name;
-               request.directory = directory;
-             },
-             [&](const StatRequest& request) { result = request.status; })
-      .errCode;
 }
 
 int limitedStatvfs(const char* path, int seconds, struct statvfs& result) {

@@ -17,31 +17,8 @@ namespace agent {
 // request, the path and the place for the answer, and ends when the kernel lets it go. The next call starts a
 // new thread. With a limit of 0 or below the caller makes the call itself, at no cost.
 //
-// What hangs in the kernel is one thread and two descriptors for each call that was given up, three where it
-// worked on a directory. All functions may be called from any thread; callers queue.
-
-/// An open directory. Shared with a thread that was given up in a call on it, so that the number can't be
-/// closed and opened as something else before that thread is done.
-using SharedDirectory = std::shared_ptr<const OwnedDescriptor>;
-
-// Each returns 0, or errno: that of the call, ESTALE when the limit passed, EINVAL where the thread failed.
-
-/// openat(2) of a directory.
-/// @param parent null: `name` is a path of its own
-/// @param flags in addition to O_RDONLY, O_DIRECTORY, O_CLOEXEC and O_NONBLOCK
-int limitedOpenDirectory(const SharedDirectory& parent, const char* name, int flags, int seconds,
-                         SharedDirectory& opened);
-
-/// getdents64(2): as many whole entries (linux_dirent64) as fit.
-/// @param bytes how many of `buffer` were filled; 0 at the end of the directory
-int limitedReadDirectory(const SharedDirectory& directory, char* buffer, size_t size, int seconds,
-                         size_t& bytes);
-
-/// fstatat(2).
-/// @param directory null: `name` is a path of its own
-/// @param flags as fstatat(2) takes them
-int limitedStatAt(const SharedDirectory& directory, const char* name, int flags, int seconds,
-                  struct stat& result);
+// What hangs in the kernel is one thread and two descriptors for each call that was given up. All functions
+// may be called from any thread; callers queue. The calls of a walk have their own way (Scan/ahead).
 
 /// statvfs(3). The figures with a limit are those without.
 int limitedStatvfs(const char* path, int seconds, struct statvfs& result);
