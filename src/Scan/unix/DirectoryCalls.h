@@ -16,9 +16,9 @@ inline bool isOutOfDescriptors(int error) {
   return error == EMFILE || error == ENFILE;
 }
 
-/// The system calls of a walk, by name. Any number of threads may call them. Those of a class that derives
-/// from this one, which answers a walk in another way, keep the same manners: those of
-/// QLMlib/common/unx/SystemCalls.h, on which they stand: -1 and errno on failure.
+/// The system calls of a walk, by name, with the manners of QLMlib/common/unx/SystemCalls.h, on which they
+/// stand: -1 and errno on failure. Any number of threads may call these; a class that answers a walk in
+/// another way serves that walk alone.
 class DirectoryCalls {
  public:
   virtual ~DirectoryCalls() = default;
