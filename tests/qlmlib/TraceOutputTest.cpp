@@ -36,23 +36,7 @@ class TraceOutputTest : public FilesTest {
     for (const std::string& record : records) ASSERT_TRUE(output.write(record));
     ASSERT_EQ(output.close(), 0);
   }
-
-  /// Fills the ring so far that `room` bytes are left before the limit.
-  static void fillUpTo(TraceOutput& output, uint64_t room) {
-    ASSERT_TRUE(output.write(std::string(RING_BYTES - room - FIRST_RECORD, 'f')));
-  }
 };
-
-TEST_F(TraceOutputTest, ANewFileHoldsHeaderRecordsAndEndMark) {
-  TraceOutput output;
-  ASSERT_EQ(output.open(file(), small()), 0);
-  ASSERT_TRUE(output.write("one\n"));
-  ASSERT_TRUE(output.write("two\n"));
-  EXPECT_EQ(content(), header(padded(FIRST_RECORD + 8, 12), 1) + BEGINNING + "one\ntwo\n" + END_MARK);
-
-  ASSERT_EQ(output.close(), 0);
-  EXPECT_EQ(content(), header(padded(FIRST_RECORD + 8, 12), 1) + BEGINNING + "one\ntwo\n" + CLOSE_MARK);
-}
 
 TEST_F(TraceOutputTest, ASecondRunGoesOnBehindTheFirst) {
   run({"one\n"});
@@ -66,11 +50,7 @@ TEST_F(TraceOutputTest, WhatIsNoSoundRingIsReplaced) {
   const auto ring = [](const std::string& next, uint64_t maxMB, size_t dataBytes) {
     return header(next, maxMB) + std::string(dataBytes, 'x');
   };
-  struct Case {
-    const char* why;
-    std::string before;
-  };
-  const Case cases[] = {
+  const std::pair<const char*, std::string> cases[] = {
       {"a limit larger than ours", ring(padded(300, 12), 2, 500)},
       {"a file longer than the limit allows", ring(padded(300, 12), 1, 1024)},
       {"a position inside the header", ring(padded(WRAP_START - 1, 12), 1, 500)},
@@ -82,17 +62,18 @@ TEST_F(TraceOutputTest, WhatIsNoSoundRingIsReplaced) {
       {"a text of somebody else", "Dear diary,\n" + std::string(500, 'x')},
       {"a header that is cut off", "NRV Tr"},
   };
-  for (const Case& c : cases) {
-    writeFile(file(), c.before);
+  for (const auto& [why, before] : cases) {
+    writeFile(file(), before);
     run({"new\n"});
-    EXPECT_EQ(content(), fresh) << c.why;
+    EXPECT_EQ(content(), fresh) << why;
   }
 }
 
 TEST_F(TraceOutputTest, ARecordThatJustFitsStaysAndOneByteMoreGoesRound) {
   TraceOutput output;
   ASSERT_EQ(output.open(file(), small()), 0);
-  fillUpTo(output, 17 + 10);
+  ASSERT_TRUE(
+      output.write(std::string(RING_BYTES - FIRST_RECORD - 10 - 17, 'f')));  // all but record and mark
   ASSERT_TRUE(output.write("123456789\n"));
   EXPECT_EQ(content().substr(RING_BYTES - 27), std::string("123456789\n") + END_MARK);
 
@@ -105,11 +86,11 @@ TEST_F(TraceOutputTest, ARecordThatJustFitsStaysAndOneByteMoreGoesRound) {
 }
 
 TEST_F(TraceOutputTest, ARingThatHasWrappedIsKeptAtTheNextStart) {
-  const std::string record(399, 'a');
-  run({record + "\n", std::string(399, 'b') + "\n", std::string(399, 'c') + "\n"});
+  const auto record = [](char letter) { return std::string(399, letter) + "\n"; };
+  run({record('a'), record('b'), record('c')});
   run({"new\n"});
   const std::string ring = content();
-  EXPECT_EQ(ring.substr(WRAP_START, 425), std::string(399, 'c') + "\n" + BEGINNING + "new\n");
+  EXPECT_EQ(ring.substr(WRAP_START, 425), record('c') + BEGINNING + "new\n");
   EXPECT_NE(ring.find("bbb\n\nContinued at beginning of file\n\n"), std::string::npos);
 }
 
@@ -122,13 +103,12 @@ TEST_F(TraceOutputTest, ARecordLongerThanTheRingIsCut) {
 }
 
 TEST_F(TraceOutputTest, ALargeLimitIsSpreadOverSegments) {
-  const TraceLimit limit{.maxMB = 3, .segmentMB = 2, .bytesPerMB = 512};  // 1,024 and 512 bytes
-  writeFile(path("job.2.trace"), "left by an earlier run");
-  writeFile(path("job.3.trace"), "left by an earlier run with a larger limit");
+  const TraceLimit limit{.maxMB = 3, .segmentMB = 2, .bytesPerMB = 512};     // 1,024 and 512 bytes
+  const std::string earlier[] = {path("job.2.trace"), path("job.3.trace")};  // of a larger limit
+  for (const std::string& left : earlier) writeFile(left, "left by an earlier run");
   TraceOutput output;
   ASSERT_EQ(output.open(file(), limit), 0);
-  EXPECT_FALSE(std::filesystem::exists(path("job.2.trace")));
-  EXPECT_FALSE(std::filesystem::exists(path("job.3.trace")));
+  for (const std::string& left : earlier) EXPECT_FALSE(std::filesystem::exists(left));
 
   const std::string first(800, '1');
   const std::string second(300, '2');
