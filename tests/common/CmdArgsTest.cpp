@@ -90,11 +90,7 @@ TEST_F(CmdArgsTest, TheInstallLocationFollowsFromTheProgramsPath) {
   std::filesystem::current_path(install());
   const std::string here = std::filesystem::current_path();
 
-  const struct {
-    std::string program;
-    std::string path;
-    std::string installLocation;
-  } cases[] = {
+  const std::tuple<std::string, std::string, std::string> cases[] = {
       {"/opt/./agent/x/../bin//scan", "", "/opt/agent"},
       {"/../opt/bin/scan", "", "/opt"},
       {"/opt/agent/bin2/scan", "", ""},  // exactly "bin"
@@ -105,12 +101,10 @@ TEST_F(CmdArgsTest, TheInstallLocationFollowsFromTheProgramsPath) {
       {"scan", "bin", here},
       {"scan", install() + "/plain/bin:", ""},
   };
-  for (const auto& testCase : cases) {
-    ::setenv("PATH", testCase.path.c_str(), 1);
-    CommandLine line({testCase.program});
-    CmdArgs args = line.args();
-    EXPECT_EQ(args.getInstallLocation(), testCase.installLocation)
-        << testCase.program << " " << testCase.path;
+  for (const auto& [called, path, location] : cases) {
+    ::setenv("PATH", path.c_str(), 1);
+    CommandLine line({called});
+    EXPECT_EQ(line.args().getInstallLocation(), location) << called << " " << path;
   }
   ::setenv("PATH", keptPath.c_str(), 1);
   std::filesystem::current_path(oldDirectory);

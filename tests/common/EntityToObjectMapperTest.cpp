@@ -5,30 +5,8 @@
 #include <cstdint>
 #include <string>
 
-#include "Common/VoxObjectCreationException.h"
-
 namespace agent::test {
 namespace {
-
-/// The code of the refusal; 0: none.
-int refusalOf(const Row& header, const Rows& rows) {
-  try {
-    theRow(header, rows, "row and header differ");
-  } catch (const VoxObjectCreationException& failure) {
-    return failure.getCode();
-  }
-  return 0;
-}
-
-TEST(EntityToObjectMapperTest, ARowMustBeAsLongAsItsHeader) {
-  const Row header{"asJobName", "asScanningCompID"};
-  EXPECT_EQ(refusalOf(header, {{"daily", "17"}}), 0);
-  EXPECT_EQ(refusalOf(header, {{"daily", "17"}, {"one cell"}}), 0);  // only the first counts
-  EXPECT_EQ(refusalOf(header, {{"daily"}}), 325);
-  EXPECT_EQ(refusalOf(header, {{"daily", "17", "more"}}), 325);
-  EXPECT_EQ(refusalOf(header, {}), 325);  // no row is a row of no cells
-  EXPECT_EQ(refusalOf({}, {}), 0);
-}
 
 TEST(EntityToObjectMapperTest, AHeaderRowKnowsItsColumnsInEachTableThatItIsReadBy) {
   struct Table {
@@ -49,12 +27,7 @@ TEST(EntityToObjectMapperTest, AHeaderRowKnowsItsColumnsInEachTableThatItIsReadB
 }
 
 TEST(EntityToObjectMapperTest, NumbersAreWhatTheLeadingDigitsGive) {
-  const struct {
-    const char* cell;
-    int16_t narrow;
-    int32_t word;
-    int64_t wide;
-  } cases[] = {
+  const std::tuple<const char*, int16_t, int32_t, int64_t> cases[] = {
       {"17", 17, 17, 17},
       {" \t-17 files", -17, -17, -17},
       {"+-5", 0, 0, 0},
@@ -66,10 +39,10 @@ TEST(EntityToObjectMapperTest, NumbersAreWhatTheLeadingDigitsGive) {
       {"99999999999999999999", -1, INT32_MAX, INT64_MAX},  // and so do 64
       {"-99999999999999999999", 0, INT32_MIN, INT64_MIN},
   };
-  for (const auto& testCase : cases) {
-    EXPECT_EQ(toInt16(testCase.cell), testCase.narrow) << testCase.cell;
-    EXPECT_EQ(toInt32(testCase.cell), testCase.word) << testCase.cell;
-    EXPECT_EQ(toInt64(testCase.cell), testCase.wide) << testCase.cell;
+  for (const auto& [cell, narrow, word, wide] : cases) {
+    EXPECT_EQ(toInt16(cell), narrow) << cell;
+    EXPECT_EQ(toInt32(cell), word) << cell;
+    EXPECT_EQ(toInt64(cell), wide) << cell;
   }
 }
 

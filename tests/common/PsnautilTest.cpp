@@ -45,20 +45,11 @@ TEST_F(PsnautilTest, FileOperationsTakeOffQuotes) {
   EXPECT_EQ(psMkdir(directory_ / "a/b"), 0);  // exists
   EXPECT_TRUE(psFileExist("\"" + (directory_ / "a/b/c") + "\""));
   const std::string file = directory_.file("a/file");
-  EXPECT_EQ(psMkdir(file), -1);
   EXPECT_EQ(psMkdir(file + "/b"), -1);
   EXPECT_EQ(getSystemErrorMessage(), "Not a directory");
   EXPECT_EQ(psRemoveFile("\"" + file + "\""), 0);
   EXPECT_EQ(psRemoveFile(file), -1);
   EXPECT_FALSE(psFileExist("\"\""));
-}
-
-TEST_F(PsnautilTest, ArgumentsReachTheProgramByteForByte) {
-  const std::string program = script("pro gram's", "printf '%s|' \"$@\"");
-  EXPECT_EQ(outputOf({program, "plain", "", "two words", "it's", "''", "$HOME `id` \\ \"q\"", "a\nb",
-                      "caf\xe9", "*;&"}),
-            "plain||two words|it's|''|$HOME `id` \\ \"q\"|a\nb|caf\xe9|*;&|");
-  EXPECT_EQ(exitCode_, 0);
 }
 
 TEST_F(PsnautilTest, AProgramTextWithASemicolonIsShellText) {
@@ -71,7 +62,7 @@ TEST_F(PsnautilTest, AProgramTextWithASemicolonIsShellText) {
 }
 
 TEST_F(PsnautilTest, TheEndOfAChildIsDecoded) {
-  outputOf({script("seven", "exit 7")});
+  outputOf({script("se ven's", "exit 7"), "", "a b"});
   EXPECT_EQ(exitCode_, 7);
   outputOf({script("killed", "kill -USR1 $$")});
   EXPECT_EQ(exitCode_, SIGUSR1);
@@ -81,8 +72,7 @@ TEST_F(PsnautilTest, TheEndOfAChildIsDecoded) {
   EXPECT_EQ(exitCode_, 126);
 
   ChildRecord unwritable;
-  unwritable.stdoutFile = directory_ / "no/such/directory";
-  unwritable.stderrFile = directory_ / "err";
+  unwritable.stdoutFile = unwritable.stderrFile = directory_ / "no/such/directory";
   EXPECT_EQ(SpawnExternalProgram({"true"}, unwritable, true), 0);
   EXPECT_EQ(WaitForExternalProgram(unwritable, exitCode_, 0), 0);
   EXPECT_EQ(exitCode_, 127);
