@@ -4,11 +4,11 @@
 #include <vector>
 
 #include "Scan/results/CuStatResults.h"
+#include "Scan/results/SizeRanges.h"
 #include "Scan/selection/fileInfo.h"
 #include "Scan/statistics/FileAccum.h"
 #include "Scan/statistics/FileTypeAccum.h"
 #include "Scan/statistics/LargeDirAccum.h"
-#include "Scan/statistics/SizeDistAccum.h"
 #include "Scan/statistics/TimeDistAccum.h"
 #include "statistics/WalkStandIn.h"
 
@@ -33,46 +33,33 @@ class AccumulatorTest : public ::testing::Test {
 };
 
 TEST_F(AccumulatorTest, SizeBucketsHaveInclusiveLimits) {
-  struct Case {
-    int64_t blocks;
-    size_t bucket;
-  };
-  const Case cases[] = {{0, 0},      {2, 0},       {3, 1},       {20, 1},    {21, 2},    {200, 2},
-                        {201, 3},    {2048, 3},    {2049, 4},    {20480, 4}, {20481, 5}, {204800, 5},
-                        {204801, 6}, {1024000, 6}, {1024001, 7}, {-1, 0}};
-  for (const Case& c : cases) EXPECT_EQ(SizeRanges::bucket(c.blocks), c.bucket) << c.blocks;
-
-  SSizeDist distribution;
-  SizeDistAccum accumulator(distribution);
-  feed(accumulator, {WalkStandIn::file("a", 3), WalkStandIn::directory("d", 8),
-                     WalkStandIn::ofType(FileAttributes::DEVICE, "dev", 0)});
-  EXPECT_THAT(distribution.szdSizes, ElementsAre(0, 11, 0, 0, 0, 0, 0, 0));
-  EXPECT_THAT(distribution.szdCounts, ElementsAre(1, 2, 0, 0, 0, 0, 0, 0));
+  const std::pair<int64_t, size_t> cases[] = {
+      {0, 0},    {2, 0},     {3, 1},     {20, 1},     {21, 2},     {200, 2},     {201, 3},     {2048, 3},
+      {2049, 4}, {20480, 4}, {20481, 5}, {204800, 5}, {204801, 6}, {1024000, 6}, {1024001, 7}, {-1, 0}};
+  for (const auto& [blocks, bucket] : cases) EXPECT_EQ(SizeRanges::bucket(blocks), bucket) << blocks;
 }
 
 TEST_F(AccumulatorTest, AgesFallIntoBucketsWithADayOfGrace) {
   STimeDist distribution;
   ModifiedDistAccum accumulator(distribution);
   int64_t sum = 0;
-  const std::vector<int64_t> limits = {86400,   604800,   2592000,  5184000,
-                                       7776000, 15552000, 23328000, 31557600};
-  for (const int64_t limit : limits) {
-    for (const int64_t age : {limit, limit + 1}) {  // each at its bucket's end and at the next one's begin
-      FileAttributes entry = WalkStandIn::file("f", 4);
-      entry.faModified = -age * 1000;
-      feed(accumulator, {entry});
-      sum += age;
-    }
-  }
-  for (const int64_t ahead : {86400, 86401}) {  // within the grace of clocks that differ, and in the future
+  const auto feedAge = [&](int64_t age) {
     FileAttributes entry = WalkStandIn::file("f", 4);
-    entry.faModified = ahead * 1000;
+    entry.faModified = -age * 1000;
     feed(accumulator, {entry});
+    sum += age;
+  };
+  for (const int64_t limit : {86400, 604800, 2592000, 5184000, 7776000, 15552000, 23328000, 31557600}) {
+    feedAge(limit);
+    feedAge(limit + 1);
   }
+  feedAge(-86400);  // within the grace of clocks that differ
+  const int64_t past = sum;
+  feedAge(-86401);
   accumulator.finish(results_);
   EXPECT_THAT(distribution.tdCounts, ElementsAre(2, 2, 2, 2, 2, 2, 2, 2, 1, 1));
   EXPECT_THAT(distribution.tdSizes, ElementsAre(8, 8, 8, 8, 8, 8, 8, 8, 4, 4));
-  EXPECT_EQ(distribution.tdAverageAge, (sum - 86400) / 17) << "cut; what lies in the future has no age";
+  EXPECT_EQ(distribution.tdAverageAge, past / 17) << "cut; what lies in the future has no age";
 }
 
 TEST_F(AccumulatorTest, TheLargestFilesRankByTheLowThirtyTwoBits) {
@@ -87,11 +74,9 @@ TEST_F(AccumulatorTest, TheLargestFilesRankByTheLowThirtyTwoBits) {
   EXPECT_EQ(results_.srLargestFiles[0].sfFilesystemID, 11);
 
   LargestOrphansAccum orphans(3);
-  FileAttributes orphan = WalkStandIn::file("wrapped", wrapped);
-  orphan.faAttributes = ATTRIBUTE_ORPHAN;
-  FileAttributes smaller = WalkStandIn::file("two", 2);
-  smaller.faAttributes = ATTRIBUTE_ORPHAN;
-  feed(orphans, {smaller, orphan, WalkStandIn::file("owned", 1 << 20)});
+  std::vector<FileAttributes> entries{WalkStandIn::file("two", 2), WalkStandIn::file("wrapped", wrapped)};
+  for (FileAttributes& entry : entries) entry.faAttributes = ATTRIBUTE_ORPHAN;
+  feed(orphans, entries);
   orphans.finish(results_);
   EXPECT_THAT(names(results_.srLargestOrphans), ElementsAre("wrapped", "two"));
 
@@ -105,39 +90,31 @@ TEST_F(AccumulatorTest, TheLargestFilesRankByTheLowThirtyTwoBits) {
 }
 
 TEST_F(AccumulatorTest, PlacesInADirectoryAreLopsided) {
-  struct Case {
-    const char* why;
-    std::vector<FileAttributes> entries;
-    int64_t largest, second;
-  };
   const auto f = [](int64_t blocks) { return WalkStandIn::file("f", blocks); };
   const auto l = [](int64_t blocks) {
     return WalkStandIn::ofType(FileAttributes::SYMBOLIC_LINK, "l", blocks);
   };
   const auto d = [](int64_t blocks) { return WalkStandIn::directory("d", blocks); };
-  const Case cases[] = {
+  const std::tuple<const char*, std::vector<FileAttributes>, int64_t, int64_t> cases[] = {
       {"files alone", {f(3), f(5), f(4)}, 5, 4},
       {"a larger subdirectory shifts the largest down and takes no place", {f(5), d(9)}, 5, 5},
       {"a larger link does the same", {f(5), f(2), l(7)}, 5, 5},
       {"one between the places does nothing", {f(5), f(2), d(4)}, 5, 2},
       {"an empty subdirectory alone", {d(8)}, 0, 0},
   };
-  for (const Case& c : cases) {
+  for (const auto& [why, entries, greatest, second] : cases) {
     LargeDirAccum accumulator(1, 11);
     accumulator.newDirectory(WalkStandIn::directory("/m/"));
-    feed(accumulator, c.entries);
+    feed(accumulator, entries);
     accumulator.closeDirectory();
     accumulator.finish(results_);
-    EXPECT_EQ(results_.srLargestDirectories[0].dirLargestSize, c.largest) << c.why;
-    EXPECT_EQ(results_.srLargestDirectories[0].dir2ndLargestSize, c.second) << c.why;
+    EXPECT_EQ(results_.srLargestDirectories[0].dirLargestSize, greatest) << why;
+    EXPECT_EQ(results_.srLargestDirectories[0].dir2ndLargestSize, second) << why;
   }
 }
 
 TEST_F(AccumulatorTest, FindsTheExtensionFromTheEnd) {
-  struct Case {
-    const char *path, *extension;
-  };
-  const Case cases[] = {
+  const std::pair<const char*, const char*> cases[] = {
       {"/d/README", ""},
       {"/d/archive.tar.GZ", ".GZ"},   // the last dot decides
       {"/d/x.123456", ".123456"},     // six characters
@@ -153,7 +130,7 @@ TEST_F(AccumulatorTest, FindsTheExtensionFromTheEnd) {
       {"", ""},
       {".", ""},
   };
-  for (const Case& c : cases) EXPECT_EQ(extractExtensionName(c.path), c.extension) << c.path;
+  for (const auto& [path, extension] : cases) EXPECT_EQ(extractExtensionName(path), extension) << path;
 }
 
 // Extensions arrive in the order of their bytes and follow the list's own rule: ".\xff" doesn't beat the
