@@ -5,6 +5,7 @@
 #include <numeric>
 
 #include "Common/VOXCommon/LdapTree.h"
+#include "Common/VoxObjectCreationException.h"
 #include "Probe/NasFiler.h"
 #include "Scan/AgentScan.h"
 #include "Scan/identity/UserOrGroup.h"
@@ -46,17 +47,25 @@ void fill(FileAttributes& r, DistinctValues& fill) {
        r.faLinkCount, r.faInodeNumber);
 }
 
-/// What a definition may hold reads as it prints.
+/// What a definition may hold reads as it prints; a row of another length than its header is refused.
 template <typename Record>
 void expectToReadBack(const Record& record) {
   const Row cells = Record::table().values(record);
   Record again;
-  if constexpr (requires { again.inititializeObject({}, {}); }) {
-    again.inititializeObject(Record::table().names(), {cells});
-  } else {
-    again.initializeObject(Record::table().names(), {cells});
-  }
+  const auto read = [&again](const Rows& rows) {
+    if constexpr (requires { again.inititializeObject({}, {}); }) {
+      again.inititializeObject(Record::table().names(), rows);
+    } else {
+      again.initializeObject(Record::table().names(), rows);
+    }
+  };
+  read({cells});
   EXPECT_EQ(Record::table().values(again), cells);
+  Row longer = cells;
+  longer.push_back("more");
+  for (const Rows& rows : {Rows{{"1"}}, Rows{longer}}) {
+    EXPECT_THROW(read(rows), VoxObjectCreationException);
+  }
 }
 
 // expected/records.dat: the header block; then each class, as it is made and with distinct values.
@@ -84,6 +93,7 @@ TEST(RecordClassesTest, EveryRecordPrintsEveryFieldAtItsPlace) {
   filesystem.printData(print);
   expectToReadBack(filesystem);
 
+  expectToReadBack(NasFiler());
   Domain domain;
   domain.printData(print);
   DistinctValues()(domain.id, domain.name);
