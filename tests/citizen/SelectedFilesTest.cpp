@@ -57,12 +57,9 @@ TEST(SelectedFilesTest, EachSelectionSelectsWhatAHandSelects) {
       {"type != file", {"link"}, 4},
       {"type = (fifo, socket, device)", {}, 0},
       // Relative names begin below the mount point, "%/" at any depth; the root is seen with its slash.
-      {"name like '*.c'", {}, 0},
-      {"name like 'src/%'", {"src/main.c", "src/deep/x.c", "src/deep/[x].h"}, 2},
       {"name like '%/deep/*'", {"src/deep/x.c", "src/deep/[x].h"}, 0},
       {"name like '" + root + "*'", {"a.log", "b.log", "tool", "big", "empty", "lost", "link"}, 3},
       {"name like ('%/[[]x].h', '%/caf\\xE9', '[!b].log')", {"a.log", "src/deep/[x].h", "tmp/caf\xE9"}, 0},
-      {"type = link and name not like '%/*.*'", {"link"}, 0},
       // Owners.
       {"owner like ('d?emon', 'x*')", {"b.log", "tmp/caf\xE9"}, 0},
       {"owner in ['bin', 'daemon') and group = 'bin'", {"src/main.c", "src/deep/x.c"}, 0},
@@ -70,15 +67,11 @@ TEST(SelectedFilesTest, EachSelectionSelectsWhatAHandSelects) {
       // The job compares 32 bits of a size, signed: that of "big" is negative. "size" sees more.
       {"size32 >= 3000", {"b.log", "tool", "src/deep/x.c"}, 0},
       {"size >= 3000", {"b.log", "tool", "big", "src/deep/x.c"}, 0},
-      {"type = file and size = 0", {"empty"}, 0},
       {"allocated >= 8K", {"b.log", "src/deep/x.c"}, 0},
-      {"allocated = 0", {"empty", "link"}, 4},
       // Times.
       {"mtime < -30d", {"b.log", "big", "lost"}, 0},
-      {"mtime > +1h", {"tmp/caf\xE9"}, 0},
       {"mtime = @" + std::to_string(now - 10 * DAY), {"a.log"}, 0},
       {"atime < -30d", {"big", "lost"}, 0},
-      {"atime < -36h and mtime < -90d", {"b.log", "big"}, 0},
       // Attributes.
       {"executable", {"tool", "src/deep/x.c"}, 0},
       {"attributes all (executable+setuid, sticky)", {"tool"}, 1},
