@@ -70,13 +70,9 @@ std::string whereClause(const std::string& bytes) {
 }
 
 Record& Record::set(const std::string& column, const std::string& value) {
-  for (auto& cell : cells) {
-    if (cell.first == column) {
-      cell.second = value;
-      return *this;
-    }
-  }
-  cells.emplace_back(column, value);
+  const auto cell =
+      std::find_if(cells.begin(), cells.end(), [&](const auto& each) { return each.first == column; });
+  (cell == cells.end() ? cells.emplace_back(column, "") : *cell).second = value;
   return *this;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <set>
 #include <string>
 #include <vector>
 
@@ -67,6 +68,8 @@ class InstallTree {
   /// form.
   std::vector<std::string> logLines(const std::string& file = {}) const;
   std::string result() const { return content(resultFile()); }
+  /// What lies in a directory of the tree.
+  std::set<std::string> names(const std::string& name) const { return directory_.names("agent/" + name); }
   static bool exists(const std::string& path) { return std::filesystem::exists(path); }
 
  private:

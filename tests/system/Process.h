@@ -18,7 +18,6 @@ struct Launch {
   std::string name;                    ///< argv[0]; empty: the program
   std::vector<std::string> arguments;  ///< behind argv[0]
   std::map<std::string, std::string> environment{{"PATH", "/usr/sbin:/usr/bin:/sbin:/bin"}};  ///< and TMPDIR
-  std::filesystem::path directory;          ///< working directory; empty: the test's own
   std::vector<int> closed;                  ///< descriptors that the program finds closed
   std::vector<std::pair<int, int>> handed;  ///< descriptor here, its number in the program
   std::function<void(pid_t)> whileRunning;  ///< called once the program has been started
