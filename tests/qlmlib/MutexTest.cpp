@@ -53,27 +53,23 @@ TEST_F(MutexTest, OnlyTheOwnerReleasesAndTheNestedFormCounts) {
 }
 
 TEST_F(MutexTest, FailuresOfThePlatformHaveTheirCodes) {
-  struct Case {
-    int platform, lock, tried;
-  };
-  for (const Case& c : {Case{EDEADLK, MUTEX_DEADLOCK, -1}, Case{EINVAL, MUTEX_FAILED, -1},
-                        Case{EBUSY, MUTEX_FAILED, MUTEX_BUSY}}) {
+  for (const auto& [error, lock, tried] : {std::tuple(EDEADLK, MUTEX_DEADLOCK, -1),
+                                           {EINVAL, MUTEX_FAILED, -1},
+                                           {EBUSY, MUTEX_FAILED, MUTEX_BUSY}}) {
     RefusedCalls calls;
-    calls.refuse<&Calls::pthread_mutex_init>(c.platform);
-    calls.refuse<&Calls::pthread_mutex_lock>(c.platform);
-    calls.refuse<&Calls::pthread_mutex_trylock>(c.platform);
-    calls.refuse<&Calls::pthread_mutex_destroy>(c.platform);
-    for (const MutexForm form : {MutexForm::PLAIN, MutexForm::NESTED}) {
-      EXPECT_FALSE(MutexLock(mutex_, form).held());
-    }
-    EXPECT_EQ(pkAcquireMutex(desc_), c.lock);
-    EXPECT_EQ(pkAcquireMutexNested(desc_), c.lock);
-    EXPECT_EQ(pkTryMutex(desc_), c.tried);
-    EXPECT_EQ(pkTryMutexNested(desc_), c.tried);
+    calls.refuse<&Calls::pthread_mutex_init>(error);
+    calls.refuse<&Calls::pthread_mutex_lock>(error);
+    calls.refuse<&Calls::pthread_mutex_trylock>(error);
+    calls.refuse<&Calls::pthread_mutex_destroy>(error);
+    EXPECT_FALSE(MutexLock(mutex_).held());
+    EXPECT_EQ(pkAcquireMutex(desc_), lock);
+    EXPECT_EQ(pkAcquireMutexNested(desc_), lock);
+    EXPECT_EQ(pkTryMutex(desc_), tried);
+    EXPECT_EQ(pkTryMutexNested(desc_), tried);
     EXPECT_FALSE(pkIsMutexOwner(desc_));
     EXPECT_EQ(pkCreateMutex(), nullptr);
     EXPECT_EQ(pkCreateCondition(), nullptr);
-    EXPECT_EQ(pkDestroyMutex(new MutexDesc), c.platform);  // and frees it, as LeakSanitizer would tell
+    EXPECT_EQ(pkDestroyMutex(new MutexDesc), error);  // and frees it, as LeakSanitizer would tell
 
     // A process of one thread, and one that ends from a signal, don't ask the platform.
     for (std::atomic<bool>* mode : {&bIsSingleThread, &bInSignalExit}) {
