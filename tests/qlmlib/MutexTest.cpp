@@ -62,6 +62,7 @@ TEST_F(MutexTest, FailuresOfThePlatformHaveTheirCodes) {
     calls.refuse<&Calls::pthread_mutex_trylock>(error);
     calls.refuse<&Calls::pthread_mutex_destroy>(error);
     EXPECT_FALSE(MutexLock(mutex_).held());
+    EXPECT_FALSE(MutexLock(mutex_, MutexForm::NESTED).held());
     EXPECT_EQ(pkAcquireMutex(desc_), lock);
     EXPECT_EQ(pkAcquireMutexNested(desc_), lock);
     EXPECT_EQ(pkTryMutex(desc_), tried);
