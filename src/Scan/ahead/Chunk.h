@@ -29,7 +29,7 @@ struct AheadDirectory {
 
   const OwnedDescriptor descriptor;
   const std::shared_ptr<std::atomic<size_t>> count;  // of the directories that are open
-  int32_t atWork = 0;                                // threads in it; under the lock of ReadAhead
+  size_t atWork = 0;                                 // threads in it; under the lock of ReadAhead
 };
 
 /// What of fstatat(2)'s answer a walk uses; half the size of a struct stat.
@@ -87,20 +87,27 @@ struct EntryRange {
 };
 
 struct Chunk;
-using ChunkOrder = std::list<std::shared_ptr<Chunk>>;
+
+/// A chunk's places in the order of work: one for itself until it is ready, and behind that one for those of
+/// its sub-directories that nobody has begun. The chunks below it stand in front of the latter.
+struct OrderItem {
+  std::shared_ptr<Chunk> chunk;
+  bool isDescent = false;
+};
+using ChunkOrder = std::list<OrderItem>;
 
 /// A part of one directory: what one reading of it gave, with every entry stat'ed. The walk takes chunks in
 /// depth-first order: a directory's first chunk, then everything below its sub-directories in order, then its
 /// next chunk.
 ///
-///            ┌─────────┐ begun  ┌─────────┐ read  ┌─────────┐ all stat'ed  ┌────────────┐  last one ┌──────┐
-///            │ TO_READ │──────▶ │ READING │─────▶ │ STATING │────────────▶ │ DESCENDING │──────────▶ │ DONE
-///            │ └─────────┘        └─────────┘       └─────────┘   isReady    └────────────┘  begun └──────┘
+///            ┌─────────┐  begun  ┌─────────┐  read  ┌─────────┐  all stat'ed  ┌───────┐
+///            │ TO_READ │───────▶ │ READING │──────▶ │ STATING │─────────────▶ │ READY │
+///            └─────────┘         └─────────┘        └─────────┘               └───────┘
 ///
-/// From isReady on the entries are the walk's, which reads them without a lock. Until then who reads or stats
+/// From READY on the entries are the walk's, which reads them without a lock. Until then who reads or stats
 /// writes them: each his range. All else, phase and places in the order, is under the lock of ReadAhead.
 struct Chunk {
-  enum class Phase { TO_READ, READING, STATING, DESCENDING, DONE };
+  enum class Phase { TO_READ, READING, STATING, READY };
 
   // What is known of the directory before it is read.
   std::string name;                        // for openat(2), relative to `parent`
@@ -117,19 +124,21 @@ struct Chunk {
   std::vector<AheadEntry> entries;
   int readError = 0;  // what ended the reading behind these entries
   bool isLast = false;
-  std::atomic<bool> isReady = false;
+  std::atomic<bool> isReady = false;  // for the walk; as the phase says
 
   // Under the lock.
   Phase phase = Phase::TO_READ;
   std::shared_ptr<AheadDirectory> directory;  // while it is needed
   std::shared_ptr<Chunk> following;           // the directory's next chunk; made when this one has been read
   std::deque<EntryRange> toStat;
-  std::vector<uint32_t> subDirectories;       // entries that the walk goes down into
+  std::vector<EntryRange> stated;             // behind statedTo, in order
+  size_t statedTo = 0;                        // the entries before it have been stat'ed
+  std::vector<uint32_t> subDirectories;       // entries before statedTo that the walk goes down into
   std::vector<std::shared_ptr<Chunk>> below;  // first chunks of those that were begun
-  bool waitsForTurn = false;   // there was no descriptor for it: it is opened when the walk waits for it
-  ChunkOrder::iterator place;  // until it is done
-
-  std::atomic<size_t> statLeft = 0;  // entries that are to be stat'ed
+  bool waitsForTurn = false;                  // it is opened when the walk waits for it, not before
+  ChunkOrder::iterator place;                 // until it is ready
+  ChunkOrder::iterator descent;               // while there is one
+  bool hasDescent = false;
 
   const char* nameOf(const AheadEntry& entry) const { return bytes.data() + entry.name; }
   size_t memory() const { return sizeof(Chunk) + bytes.size() + entries.size() * sizeof(AheadEntry); }

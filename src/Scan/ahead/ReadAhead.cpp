@@ -53,9 +53,8 @@ struct ReadAhead::Task {
   std::shared_ptr<Chunk> chunk;
   std::shared_ptr<AheadDirectory> directory;  // null before it has been opened
   Step step = Step::OPEN;
-  EntryRange range;        // that is to be stat'ed
-  bool isShared = false;   // others are at work on the same chunk, or may be
-  bool isComplete = true;  // with it all of the chunk is done
+  EntryRange range;       // that is to be stat'ed
+  bool isShared = false;  // others are at work on the same chunk, or may be
 };
 
 /// A thread and what it is doing. Its own when it has been given up; so a call that returns late finds all
@@ -91,7 +90,11 @@ struct ReadAhead::Worker {
 // ---- Threads ----
 
 ReadAhead::ReadAhead(Setup setup)
-    : setup_(std::move(setup)), walk_(std::make_shared<Worker>(*this)), walkHelps_(setup_.walkHelps) {}
+    : setup_(std::move(setup)),
+      // With a limit a call may hang: one directory never has all threads.
+      mostInDirectory_(setup_.limit.count() > 0 ? (std::max<size_t>(2, setup_.workers) - 2) / 2 : SIZE_MAX),
+      walk_(std::make_shared<Worker>(*this)),
+      walkHelps_(setup_.walkHelps) {}
 
 ReadAhead::~ReadAhead() {
   std::unique_lock lock(lock_);
@@ -255,7 +258,7 @@ bool ReadAhead::read(Worker& worker) {
     next.level = chunk.level;
     next.pathLength = chunk.pathLength;
     next.directory = chunk.directory;
-    next.place = order_.insert(std::next(chunk.place), chunk.following);
+    next.place = order_.insert(std::next(chunk.descent), {chunk.following, false});
   }
   wakeForWork();
   return true;
@@ -279,9 +282,6 @@ bool ReadAhead::statRange(Worker& worker) {
     entry.error = error;
     if (error == 0) entry.status = EntryStatus(status);
   }
-  const size_t done = task.range.end - task.range.begin;
-  task.isComplete = chunk.statLeft.fetch_sub(done) == done;
-  if (task.isComplete) listSubDirectories(chunk);
   return true;
 }
 
@@ -301,15 +301,6 @@ void ReadAhead::listEntries(Chunk& chunk) const {
     if (setup_.rules.isNoEntry(name) || !setup_.rules.fitsStat(entryPathLength(chunk, name))) return;
     chunk.entries.push_back({.name = static_cast<uint32_t>(name - chunk.bytes.data()), .status = {}});
   });
-  chunk.statLeft = chunk.entries.size();
-}
-
-void ReadAhead::listSubDirectories(Chunk& chunk) const {
-  for (size_t place = 0; place < chunk.entries.size(); ++place) {
-    if (isEntered(chunk, chunk.entries[place])) {
-      chunk.subDirectories.push_back(static_cast<uint32_t>(place));
-    }
-  }
 }
 
 bool ReadAhead::isEntered(const Chunk& chunk, const AheadEntry& entry) const {
@@ -328,41 +319,39 @@ size_t ReadAhead::entryPathLength(const Chunk& chunk, const char* name) const {
 
 // ---- The order, under the lock ----
 
-/// The first work in the walk's order.
+/// The first work in the walk's order. Where calls wait, that is first sought in directories where nobody is:
+/// many a system lets one thread at a time look into a directory.
 bool ReadAhead::take(Task& task) {
+  return (setup_.isSlow && take(task, 0)) || take(task, mostInDirectory_);
+}
+
+/// @param most threads in one directory, before this one
+bool ReadAhead::take(Task& task, size_t most) {
   for (auto place = order_.begin(); place != order_.end();) {
-    Chunk& chunk = **place;
-    if (!canTakeFrom(chunk)) {
+    if (!canTake(*place, most)) {
       ++place;
-    } else if (chunk.phase == Chunk::Phase::DESCENDING) {
-      place = beginBelow(chunk);  // in front of its directory's: looked at next
+    } else if (place->isDescent) {
+      place = beginBelow(*place->chunk);  // in front of this: looked at next
     } else {
-      takeFrom(chunk, task);
+      takeFrom(*place->chunk, task);
       return true;
     }
   }
   return false;
 }
 
-bool ReadAhead::canTakeFrom(const Chunk& chunk) const {
-  switch (chunk.phase) {
-    case Chunk::Phase::TO_READ:
-      return &chunk == awaited_ || (mayBegin() && !chunk.waitsForTurn);
-    case Chunk::Phase::STATING:
-      // With a limit a call may hang: one directory never has all threads.
-      return !chunk.toStat.empty() &&
-             (setup_.limit.count() == 0 ||
-              chunk.directory->atWork < static_cast<int32_t>(std::max<size_t>(1, setup_.workers / 2)));
-    case Chunk::Phase::DESCENDING:
-      return mayBegin();
-    default:
-      return false;
+bool ReadAhead::canTake(const OrderItem& item, size_t most) const {
+  const Chunk& chunk = *item.chunk;
+  if (item.isDescent) return chunk.below.size() < chunk.subDirectories.size() && mayBegin();
+  if (chunk.phase == Chunk::Phase::TO_READ) {
+    return &chunk == awaited_ || (mayBegin() && !chunk.waitsForTurn);
   }
+  return !chunk.toStat.empty() && chunk.directory->atWork <= most;
 }
 
 void ReadAhead::takeFrom(Chunk& chunk, Task& task) {
   task = {};
-  task.chunk = *chunk.place;
+  task.chunk = chunk.place->chunk;
   task.directory = chunk.directory;
   if (chunk.phase == Chunk::Phase::TO_READ) {
     chunk.phase = Chunk::Phase::READING;
@@ -380,7 +369,8 @@ void ReadAhead::takeFrom(Chunk& chunk, Task& task) {
 }
 
 bool ReadAhead::hasWork() const {
-  return std::any_of(order_.begin(), order_.end(), [this](const auto& chunk) { return canTakeFrom(*chunk); });
+  return std::any_of(order_.begin(), order_.end(),
+                     [this](const OrderItem& item) { return canTake(item, mostInDirectory_); });
 }
 
 bool ReadAhead::mayBegin() const {
@@ -398,48 +388,89 @@ void ReadAhead::wakeForWork() {
 
 /// Whoever is done with a piece of work comes here.
 void ReadAhead::finish(Task& task) {
+  if (!stopping_) conclude(task);
+  task = {};
+}
+
+void ReadAhead::conclude(Task& task) {
   Chunk& chunk = *task.chunk;
-  if (task.isShared) {
-    --task.directory->atWork;
-  } else if (isOutOfDescriptors(chunk.openError) && &chunk != awaited_) {
+  if (isOutOfDescriptors(chunk.openError) && &chunk != awaited_) {
     // Others hold them; the walk, when it comes to this directory, holds fewer than a reading ahead of it.
     chunk.openError = 0;
     chunk.waitsForTurn = true;
     chunk.phase = Chunk::Phase::TO_READ;
-    task.isComplete = false;
+    return;
+  }
+  if (task.isShared) {
+    --task.directory->atWork;
   } else {
     chunk.directory = task.directory;
-    buffered_ += chunk.memory();
-    if (buffered_ > BUFFERED_LIMIT) isFull_ = true;
+    countMemory(chunk);
   }
-  if (task.isComplete && !stopping_) makeReady(chunk);
-  task = {};
+  if (task.step != Task::Step::STAT || haveStated(chunk, task.range)) makeReady(chunk);
 }
 
-/// Leaves a chunk's entries from `begin` on to all.
-void ReadAhead::shareStating(Chunk& chunk, size_t begin) {
-  chunk.phase = Chunk::Phase::STATING;
-  if (begin < chunk.entries.size()) chunk.toStat.push_back({begin, chunk.entries.size()});
+void ReadAhead::countMemory(const Chunk& chunk) {
   buffered_ += chunk.memory();
   if (buffered_ > BUFFERED_LIMIT) isFull_ = true;
 }
 
+/// Leaves a chunk's entries from `begin` on to all, and its sub-directories as they are found.
+void ReadAhead::shareStating(Chunk& chunk, size_t begin) {
+  chunk.phase = Chunk::Phase::STATING;
+  if (begin < chunk.entries.size()) chunk.toStat.push_back({begin, chunk.entries.size()});
+  chunk.descent = order_.insert(std::next(chunk.place), {chunk.place->chunk, true});
+  chunk.hasDescent = true;
+  countMemory(chunk);
+}
+
+/// Notes that a range has been stat'ed, and lists the sub-directories before the first entry that hasn't
+/// been.
+/// @return whether all entries have been
+bool ReadAhead::haveStated(Chunk& chunk, EntryRange range) {
+  std::vector<EntryRange>& stated = chunk.stated;
+  stated.insert(std::upper_bound(stated.begin(), stated.end(), range,
+                                 [](EntryRange a, EntryRange b) { return a.begin < b.begin; }),
+                range);
+  auto next = stated.begin();
+  for (; next != stated.end() && next->begin == chunk.statedTo; ++next) {
+    for (size_t place = next->begin; place < next->end; ++place) {
+      if (isEntered(chunk, chunk.entries[place])) {
+        chunk.subDirectories.push_back(static_cast<uint32_t>(place));
+      }
+    }
+    chunk.statedTo = next->end;
+  }
+  stated.erase(stated.begin(), next);
+  return chunk.statedTo == chunk.entries.size();
+}
+
 void ReadAhead::makeReady(Chunk& chunk) {
-  if (chunk.subDirectories.empty()) {
-    chunk.phase = Chunk::Phase::DONE;
-    order_.erase(chunk.place);
-    closing_.push_back(std::move(chunk.directory));
-  } else {
-    chunk.phase = Chunk::Phase::DESCENDING;
+  if (!chunk.hasDescent && !chunk.subDirectories.empty()) {
+    chunk.descent = order_.insert(chunk.place, {chunk.place->chunk, true});
+    chunk.hasDescent = true;
   }
   readyEntries_ += chunk.entries.size();
+  chunk.phase = Chunk::Phase::READY;
   chunk.isReady.store(true, std::memory_order_release);
   if (&chunk == awaited_ && walkSleeps_ && (walkIsUrgent_ || readyEntries_ >= WORTH_WAKING)) {
     walkWake_.notify_one();
   }
+  const std::shared_ptr<Chunk> kept = std::move(chunk.place->chunk);
+  order_.erase(chunk.place);
+  endDescent(chunk);
 }
 
-/// Makes the first chunk of a chunk's next sub-directory. With the last one the order gives the chunk up.
+/// Lets go of a chunk's directory, and of its place in the order, once nothing is left to be begun in it.
+void ReadAhead::endDescent(Chunk& chunk) {
+  if (chunk.phase != Chunk::Phase::READY || chunk.below.size() < chunk.subDirectories.size()) return;
+  if (chunk.directory) closing_.push_back(std::move(chunk.directory));
+  if (!chunk.hasDescent) return;
+  chunk.hasDescent = false;
+  order_.erase(chunk.descent);  // which may be the last to know the chunk
+}
+
+/// Makes the first chunk of a chunk's next sub-directory. With the last one the order may give the chunk up.
 ChunkOrder::iterator ReadAhead::beginBelow(Chunk& chunk) {
   const AheadEntry& entry = chunk.entries[chunk.subDirectories[chunk.below.size()]];
   const auto child = std::make_shared<Chunk>();
@@ -450,12 +481,8 @@ ChunkOrder::iterator ReadAhead::beginBelow(Chunk& chunk) {
   child->level = chunk.level + 1;
   child->pathLength = entryPathLength(chunk, chunk.nameOf(entry));
   child->waitsForTurn = chunk.level == 0 && setup_.rules.asksForSnapshots();
-  child->place = order_.insert(chunk.place, child);
-  if (chunk.below.size() == chunk.subDirectories.size()) {
-    chunk.phase = Chunk::Phase::DONE;
-    closing_.push_back(std::move(chunk.directory));
-    order_.erase(chunk.place);
-  }
+  child->place = order_.insert(chunk.descent, {child, false});
+  endDescent(chunk);
   return child->place;
 }
 
@@ -476,7 +503,7 @@ std::shared_ptr<Chunk> ReadAhead::begin(const char* path) {
   root->name = path;
   root->pathLength = setup_.rules.rootPath().size();
   const std::unique_lock lock(lock_);
-  root->place = order_.insert(order_.end(), root);
+  root->place = order_.insert(order_.end(), {root, false});
   return root;
 }
 
@@ -507,7 +534,7 @@ void ReadAhead::waitFor(Chunk& chunk) {
   std::unique_lock lock(lock_);
   awaited_ = &chunk;
   walkIsUrgent_ = walkHelps_;
-  if (idle_ > 0 && canTakeFrom(chunk)) workerWake_.notify_one();
+  if (idle_ > 0 && !chunk.isReady && canTake(*chunk.place, mostInDirectory_)) workerWake_.notify_one();
   while (!chunk.isReady) {
     if (failure_) std::rethrow_exception(failure_);
     if (stopRequested()) {
@@ -553,13 +580,11 @@ void ReadAhead::giveUp(const std::shared_ptr<Worker>& worker) {
   const Task& task = worker->task;
   Chunk& chunk = *task.chunk;
   TRACE(TR_MIN, "ReadAhead: a call takes longer than the limit; given up (%s)\n", chunk.name.c_str());
-  bool isReady = false;
   switch (task.step) {
     case Task::Step::OPEN:
       chunk.openError = ESTALE;
-      chunk.isLast = true;
-      buffered_ += chunk.memory();
-      isReady = true;
+      countMemory(chunk);
+      makeReady(chunk);
       break;
     case Task::Step::READ:
       chunk.readError = ESTALE;
@@ -567,9 +592,9 @@ void ReadAhead::giveUp(const std::shared_ptr<Worker>& worker) {
       chunk.directory = task.directory;
       listEntries(chunk);
       shareStating(chunk, 0);
-      isReady = chunk.entries.empty();
+      if (chunk.entries.empty()) makeReady(chunk);
       break;
-    case Task::Step::STAT: {
+    case Task::Step::STAT:
       chunk.entries[worker->at].error = ESTALE;
       if (task.isShared) {
         --task.directory->atWork;
@@ -577,15 +602,9 @@ void ReadAhead::giveUp(const std::shared_ptr<Worker>& worker) {
         chunk.directory = task.directory;
         shareStating(chunk, chunk.entries.size());
       }
-      const size_t done = worker->at + 1 - task.range.begin;
-      isReady = chunk.statLeft.fetch_sub(done) == done;
       if (worker->at + 1 < task.range.end) chunk.toStat.push_front({worker->at + 1, task.range.end});
+      if (haveStated(chunk, {task.range.begin, worker->at + 1})) makeReady(chunk);
       break;
-    }
-  }
-  if (isReady) {
-    listSubDirectories(chunk);
-    makeReady(chunk);
   }
   std::erase(workers_, worker);
   pthread_detach(worker->thread);

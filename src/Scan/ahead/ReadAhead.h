@@ -81,18 +81,22 @@ class ReadAhead {
   bool statRange(Worker& worker);
 
   void listEntries(Chunk& chunk) const;
-  void listSubDirectories(Chunk& chunk) const;
   bool isEntered(const Chunk& chunk, const AheadEntry& entry) const;
   size_t entryPathLength(const Chunk& chunk, const char* name) const;
   void waitFor(Chunk& chunk);
 
   // Under the lock.
   bool take(Task& task);
-  bool canTakeFrom(const Chunk& chunk) const;
+  bool take(Task& task, size_t most);
+  bool canTake(const OrderItem& item, size_t most) const;
   void takeFrom(Chunk& chunk, Task& task);
   bool hasWork() const;
   bool mayBegin() const;
   void finish(Task& task);
+  void conclude(Task& task);
+  void countMemory(const Chunk& chunk);
+  bool haveStated(Chunk& chunk, EntryRange range);
+  void endDescent(Chunk& chunk);
   void shareStating(Chunk& chunk, size_t begin);
   void makeReady(Chunk& chunk);
   ChunkOrder::iterator beginBelow(Chunk& chunk);
@@ -102,6 +106,7 @@ class ReadAhead {
   void closeDirectories(std::unique_lock<std::mutex>& lock);
 
   const Setup setup_;
+  const size_t mostInDirectory_;  // threads that one directory may have when another comes to it
   std::mutex lock_;
   std::condition_variable workerWake_;
   std::condition_variable walkWake_;

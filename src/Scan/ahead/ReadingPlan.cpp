@@ -29,7 +29,8 @@ namespace agent {
 
 namespace {
 
-constexpr size_t LOCAL_READERS = 4;
+constexpr size_t LOCAL_READERS = 4;  // the walk among them, where it reads
+constexpr size_t ROTATING_READERS = 2;
 constexpr size_t WAITING_READERS = 32;
 constexpr size_t MOST_FORCED_READERS = 256;
 constexpr size_t DEFAULT_DESCRIPTORS = 1024;
@@ -162,13 +163,11 @@ ReadingPlan ReadingPlan::of(const std::string& root, int limit) {
   if (plan.isSlow) {
     plan.workers = WAITING_READERS;
     plan.reason = "calls wait for a server or a process";
-  } else if (isRotating(root, limit)) {
-    plan.workers = isLimited || usableProcessors() > 1 ? 1 : 0;
-    plan.reason = "a rotating disk";
   } else {
-    const size_t readers = std::min(LOCAL_READERS, usableProcessors());
+    const bool rotates = isRotating(root, limit);
+    const size_t readers = std::min(rotates ? ROTATING_READERS : LOCAL_READERS, usableProcessors());
     plan.workers = isLimited ? readers : readers - 1;
-    plan.reason = "a local file system, by the processors that may be used";
+    plan.reason = rotates ? "a disk that rotates" : "a local file system";
   }
   const char* const forced = std::getenv(VARIABLE);
   if (forced != nullptr) {

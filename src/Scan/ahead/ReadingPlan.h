@@ -12,9 +12,10 @@ namespace agent {
 /// How a file system is read: by the walk alone or by threads ahead of it, and by how many.
 ///
 /// A call on a local file system is work of a processor: as many read as this process may use, at most four,
-/// the walk among them, which reads what it would otherwise wait for. A call that waits for a server or for
-/// another process is none: 32 wait at the same time. A disk that rotates gets one reader beside the walk.
-/// With a time limit the walk makes no call itself, since it is the one who gives calls up.
+/// the walk among them, which reads what it would otherwise wait for. On a disk that rotates (as its queue in
+/// sysfs says) that is the walk and one beside it. A call that waits for a server or for another process is
+/// no work: 32 wait at the same time. With a time limit the walk makes no call itself, since it is the one
+/// who gives calls up; a thread takes its place.
 struct ReadingPlan {
   size_t workers = 0;       ///< threads beside the walk's; 0: it reads alone
   bool walkHelps = false;   ///< the walk reads too
