@@ -78,7 +78,7 @@ int main(int count, char** arguments) {
   directories.emplace_back(arguments[1]);
   unfinished = 1;
   std::vector<std::thread> threads;
-  for (int i = count > 2 ? std::atoi(arguments[2]) : 2; i > 0; --i) threads.emplace_back(work);
+  for (int i = count > 2 ? std::stoi(arguments[2]) : 2; i > 0; --i) threads.emplace_back(work);
   for (std::thread& thread : threads) thread.join();
   std::printf("%zu\n", entries.load());
 }

@@ -76,9 +76,9 @@ void* init(fuse_conn_info* connection, fuse_config* config) {
 int main(int count, char** arguments) {
   if (count < 4) return 2;
   prctl(PR_SET_PDEATHSIG, SIGKILL);
-  directories = std::atoi(arguments[2]);
-  files = std::atoi(arguments[3]);
-  if (count > 4) answerTime = std::chrono::microseconds(std::atoi(arguments[4]));
+  directories = std::stoi(arguments[2]);
+  files = std::stoi(arguments[3]);
+  if (count > 4) answerTime = std::chrono::microseconds(std::stoi(arguments[4]));
 
   fuse_operations operations = {};
   operations.init = init;
@@ -92,7 +92,7 @@ int main(int count, char** arguments) {
   fuse* const filesystem = fuse_new(&options, &operations, sizeof operations, nullptr);
   if (filesystem == nullptr || fuse_mount(filesystem, arguments[1]) != 0) return 1;
   fuse_loop_config* const loop = fuse_loop_cfg_create();
-  const auto threads = static_cast<unsigned>(count > 5 ? std::atoi(arguments[5]) : 80);
+  const auto threads = static_cast<unsigned>(count > 5 ? std::stoi(arguments[5]) : 80);
   fuse_loop_cfg_set_max_threads(loop, threads);
   fuse_loop_cfg_set_idle_threads(loop, threads);
   return fuse_loop_mt(filesystem, loop) == 0 ? 0 : 1;

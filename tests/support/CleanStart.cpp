@@ -12,6 +12,7 @@ namespace {
 /// What a test may know of its starter: where to write, and what is meant for the test program itself.
 bool isKept(std::string_view variable) {
   return variable.starts_with("TMPDIR=") || variable.starts_with("GTEST_") ||
+         variable.starts_with("SCAN_READ_AHEAD=") ||
          variable.substr(0, variable.find('=')).ends_with("SAN_OPTIONS");
 }
 

@@ -10,6 +10,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
 #include <stdexcept>
 
@@ -60,6 +61,11 @@ Outcome run(const Launch& launch) {
   arguments.insert(arguments.end(), launch.arguments.begin(), launch.arguments.end());
   std::vector<std::string> environment;
   for (const auto& [name, value] : launch.environment) environment.push_back(name + "=" + value);
+  // Forces how all jobs of a run of tests read, unless a test asks for something.
+  const char* const readers = std::getenv("SCAN_READ_AHEAD");
+  if (readers != nullptr && !launch.environment.contains("SCAN_READ_AHEAD")) {
+    environment.push_back(std::string("SCAN_READ_AHEAD=") + readers);
+  }
   environment.push_back("TMPDIR=" + std::filesystem::temp_directory_path().string());
   const std::vector<char*> argv = pointers(arguments);
   const std::vector<char*> envp = pointers(environment);

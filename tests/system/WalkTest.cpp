@@ -157,7 +157,7 @@ TEST_F(WalkTest, EntriesWithPathsOfUpTo4096BytesCount) {
   EXPECT_THAT(tree_.logLines(), Contains(StartsWith(tooLong + "e")).Times(1));
 }
 
-TEST_F(WalkTest, AHugeDirectoryTakesNoMoreMemoryThanASmallOne) {
+TEST_F(WalkTest, AHugeDirectoryTakesNoMoreMemoryThanItsChunks) {
   const Outcome small = scan(data());
   constexpr int ENTRIES = 300'000;
   const FileDescriptor directory = openFile(data().c_str(), O_DIRECTORY);
@@ -183,7 +183,7 @@ TEST_F(WalkTest, AHugeDirectoryTakesNoMoreMemoryThanASmallOne) {
                   "AGT0144I The file system has been walked: 300003 entries scanned."));
   if (SANITIZED) GTEST_SKIP() << "the sanitizer's own memory is not the program's";
   EXPECT_LT(outcome.usage.ru_maxrss, 32 * 1024) << "kilobytes";
-  EXPECT_LT(outcome.usage.ru_maxrss, small.usage.ru_maxrss + 2048) << "kilobytes";
+  EXPECT_LT(outcome.usage.ru_maxrss, small.usage.ru_maxrss + 8192) << "kilobytes: what may be read ahead";
 }
 
 }  // namespace

@@ -200,7 +200,8 @@ TEST(ScandefLanguageTest, WhatCannotBeSaidIsRefusedWithItsPlaceAndTheReason) {
            "the compact form holds \"(F\" outside of a list, which the job would take for a list and change"},
           {std::string(600, '('), 500, "nested too deep"},
       }) {
-    EXPECT_EQ(refusalOf([&] { compileWhere(text); }), std::to_string(position) + ": " + reason) << text;
+    EXPECT_EQ(refusalOf([&text = text] { compileWhere(text); }), std::to_string(position) + ": " + reason)
+        << text;
   }
 }
 
@@ -211,7 +212,8 @@ TEST(ScandefLanguageTest, AnExpressionThatDoesNotCompileIsRefusedWithTheByteAndT
            {BYTES("|=T\0\0\0\1=F[\0"), 9, "the pattern is wrong"},
            {std::string(20'000, '!'), 10'001, "nested too deep"},
        }) {
-    EXPECT_EQ(refusalOf([&] { explainWhere(expression); }), std::to_string(position) + ": " + reason);
+    EXPECT_EQ(refusalOf([&expression = expression] { explainWhere(expression); }),
+              std::to_string(position) + ": " + reason);
   }
 }
 
@@ -221,7 +223,8 @@ TEST(ScandefLanguageTest, ByteListsAreWhatTheJobReads) {
   EXPECT_EQ(expressionOf("null"), "");
   EXPECT_EQ(expressionOf(" 61, 84,,0  255 -1,128 "), BYTES("=T\0\xFF\xFF\x80"));
   for (const auto& [cell, position] : {std::pair("61,x", "3"), {"256", "0"}, {"1,-129", "2"}, {"1;2", "0"}}) {
-    EXPECT_THAT(refusalOf([&] { expressionOf(cell); }), ::testing::StartsWith(position + std::string(": ")))
+    EXPECT_THAT(refusalOf([&cell = cell] { expressionOf(cell); }),
+                ::testing::StartsWith(position + std::string(": ")))
         << cell;
   }
 }
