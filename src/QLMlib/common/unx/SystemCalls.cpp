@@ -1,5 +1,6 @@
 #include "QLMlib/common/unx/SystemCalls.h"
 
+#include <stdlib.h>
 #include <sys/file.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
