@@ -70,9 +70,7 @@ int FilesystemWalks::walk(const FSRef& fsRef) {
   addStatistics(fsRef);
   addObserver();
   const WalkRules rules(*fsRef.filesystem, fsRef.localPath);
-  const std::string root =
-      rules.localPath() != nullptr ? rules.localPath()->localName(rules.rootPath()) : rules.rootPath();
-  const std::unique_ptr<DirectoryCalls> calls = readingCalls(root, rules, nfsTimeout_);
+  const std::unique_ptr<DirectoryCalls> calls = readingCalls(rules, nfsTimeout_);
   DirectoryReaderFactoryUnix factory(*calls);
   ScannerUnix scanner({.filesystem = *fsRef.filesystem,
                        .actions = row_.actions(),

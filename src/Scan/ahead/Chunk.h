@@ -5,7 +5,6 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <list>
 #include <memory>
 #include <string>
@@ -130,7 +129,7 @@ struct Chunk {
   Phase phase = Phase::TO_READ;
   std::shared_ptr<AheadDirectory> directory;  // while it is needed
   std::shared_ptr<Chunk> following;           // the directory's next chunk; made when this one has been read
-  std::deque<EntryRange> toStat;
+  std::vector<EntryRange> toStat;             // that nobody has taken; the last one first
   std::vector<EntryRange> stated;             // behind statedTo, in order
   size_t statedTo = 0;                        // the entries before it have been stat'ed
   std::vector<uint32_t> subDirectories;       // entries before statedTo that the walk goes down into

@@ -358,12 +358,12 @@ void ReadAhead::takeFrom(Chunk& chunk, Task& task) {
     task.step = chunk.directory ? Task::Step::READ : Task::Step::OPEN;
     return;
   }
-  EntryRange& range = chunk.toStat.front();
+  EntryRange& range = chunk.toStat.back();
   const size_t most = setup_.isSlow ? SLOW_ENTRIES_AT_ONCE : ENTRIES_AT_ONCE;
   task.step = Task::Step::STAT;
   task.range = {range.begin, std::min(range.end, range.begin + most)};
   range.begin = task.range.end;
-  if (range.empty()) chunk.toStat.pop_front();
+  if (range.empty()) chunk.toStat.pop_back();
   task.isShared = true;
   ++chunk.directory->atWork;
 }
@@ -602,7 +602,7 @@ void ReadAhead::giveUp(const std::shared_ptr<Worker>& worker) {
         chunk.directory = task.directory;
         shareStating(chunk, chunk.entries.size());
       }
-      if (worker->at + 1 < task.range.end) chunk.toStat.push_front({worker->at + 1, task.range.end});
+      if (worker->at + 1 < task.range.end) chunk.toStat.push_back({worker->at + 1, task.range.end});
       if (haveStated(chunk, {task.range.begin, worker->at + 1})) makeReady(chunk);
       break;
   }

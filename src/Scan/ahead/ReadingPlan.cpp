@@ -179,7 +179,8 @@ ReadingPlan ReadingPlan::of(const std::string& root, int limit) {
   return plan;
 }
 
-std::unique_ptr<DirectoryCalls> readingCalls(const std::string& root, const WalkRules& rules, int limit) {
+std::unique_ptr<DirectoryCalls> readingCalls(const WalkRules& rules, int limit) {
+  const std::string root = rules.localName(rules.rootPath());
   const ReadingPlan plan = ReadingPlan::of(root, limit);
   const size_t descriptors = descriptorsForReading();
   size_t running = 0;

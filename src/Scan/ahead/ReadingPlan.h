@@ -36,8 +36,7 @@ struct ReadingPlan {
 size_t usableProcessors();
 
 /// The calls of one walk, read ahead where the plan says so and the system has the threads.
-/// @param root path of the file system's root on this host
 /// @param limit of each call in seconds; 0 or less: none
-std::unique_ptr<DirectoryCalls> readingCalls(const std::string& root, const WalkRules& rules, int limit);
+std::unique_ptr<DirectoryCalls> readingCalls(const WalkRules& rules, int limit);
 
 }  // namespace agent

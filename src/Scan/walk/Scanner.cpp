@@ -132,11 +132,6 @@ void Scanner::reportProgress() {
   sinceReport_ = 0;
 }
 
-std::string Scanner::localName(std::string_view path) const {
-  const LocalPathInfo* local = localPath();
-  return local != nullptr ? local->localName(path) : std::string(path);
-}
-
 bool Scanner::ScannerInitOpen(std::string_view path) const {
   if (rules_.fitsOpen(path.size())) return true;
   if (const LocalPathInfo* local = localPath(); local != nullptr) {

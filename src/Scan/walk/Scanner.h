@@ -68,7 +68,7 @@ class Scanner : public WalkPosition {
   /// Something of the tree is lost in a way that the result must not hide: scan answers GIVEN_UP.
   void giveUp() { rc_ = GIVEN_UP; }
   /// The name under which this host has the entry, for messages.
-  std::string localName(std::string_view path) const;
+  std::string localName(std::string_view path) const { return rules_.localName(path); }
   /// False for a path too long to be opened. A long logical path is logged (STA0139W), a long local one
   /// traced.
   bool ScannerInitOpen(std::string_view path) const;

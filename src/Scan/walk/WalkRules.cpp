@@ -31,4 +31,8 @@ WalkRules::WalkRules(const Filesystem& filesystem, const std::string& localPath)
   longestStat_ = longestOf(*localPath_, NAME_BUFFER - localPath_->reservedLength());
 }
 
+std::string WalkRules::localName(std::string_view path) const {
+  return localPath_ ? localPath_->localName(path) : std::string(path);
+}
+
 }  // namespace agent

@@ -32,6 +32,9 @@ class WalkRules {
 
   const LocalPathInfo* localPath() const { return localPath_ ? &*localPath_ : nullptr; }
 
+  /// The name under which this host has what a logical path names.
+  std::string localName(std::string_view path) const;
+
   /// Logical path of the root, with its trailing slash.
   const std::string& rootPath() const { return rootPath_; }
 
