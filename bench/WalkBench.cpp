@@ -36,7 +36,7 @@ void walk(benchmark::State& state, int limit) {
   UberTable owners;
   UnixUserTable users(owners);
   for (auto _ : state) {
-    const std::unique_ptr<DirectoryCalls> calls = readingCalls(rules, limit);
+    const std::unique_ptr<DirectoryCalls> calls = readingCalls(rules, limit, usableProcessors());
     DirectoryReaderFactoryUnix factory(*calls);
     ScannerUnix scanner({.filesystem = filesystem,
                          .actions = {},

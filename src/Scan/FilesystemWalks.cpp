@@ -12,7 +12,6 @@
 #include "QLMlib/common/ut/Trace.h"
 #include "Scan/FilesystemPairing.h"
 #include "Scan/FilesystemResults.h"
-#include "Scan/ahead/ReadingPlan.h"
 #include "Scan/results/ResultsByFS.h"
 #include "Scan/statistics/CuStatAccum.h"
 #include "Scan/unix/DirectoryReaderUnix.h"
@@ -70,7 +69,7 @@ int FilesystemWalks::walk(const FSRef& fsRef) {
   addStatistics(fsRef);
   addObserver();
   const WalkRules rules(*fsRef.filesystem, fsRef.localPath);
-  const std::unique_ptr<DirectoryCalls> calls = readingCalls(rules, nfsTimeout_);
+  const std::unique_ptr<DirectoryCalls> calls = readingCalls(rules, nfsTimeout_, processors_);
   DirectoryReaderFactoryUnix factory(*calls);
   ScannerUnix scanner({.filesystem = *fsRef.filesystem,
                        .actions = row_.actions(),

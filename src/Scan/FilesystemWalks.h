@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "Scan/ScanPlan.h"
+#include "Scan/ahead/ReadingPlan.h"
 #include "Scan/identity/UberTable.h"
 #include "Scan/selection/Selection.h"
 #include "Scan/statistics/CuStatDef.h"
@@ -70,6 +71,7 @@ class FilesystemWalks {
   FileAction* observer_;
   SelectTree everything_;  // the observer's selection
   const int nfsTimeout_;   // seconds for each call of a walk; 0 or less: any
+  const size_t processors_ = usableProcessors();
   UberTable owners_;
   UnixUserTable userTable_{owners_};
   MonDirTable monDirs_;

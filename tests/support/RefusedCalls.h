@@ -39,7 +39,7 @@ struct CallInPlace<CALL> {
     using First = std::tuple_element_t<0, std::tuple<Arguments..., void>>;
     // A close that fails has closed all the same.
     if constexpr (INTERRUPTED == Interrupted::NEVER) (sys.*CALL).system()(arguments...);
-    if constexpr (std::is_same_v<First, pthread_mutex_t*>) return error;
+    if constexpr (std::is_same_v<First, pthread_mutex_t*> || std::is_same_v<First, pthread_t*>) return error;
     errno = error;
     if constexpr (std::is_pointer_v<Result>) return nullptr;
     return static_cast<Result>(-1);

@@ -9,6 +9,7 @@
 
 #include "Common/ScanAbortException.h"
 #include "Common/unix/pssignal.h"
+#include "support/RefusedCalls.h"
 #include "walk/WalkFixture.h"
 
 namespace agent::test {
@@ -132,23 +133,40 @@ TEST_F(ReadAheadTest, TheWalkSeesWhatItSeesByItselfAndInTheSameOrder) {
     calls->dawdles = seed % 3 != 0;
     walkHelps_ = seed % 2 == 0;
     isSlow_ = seed % 5 == 0;
-    descriptors_ = seed % 7 == 0 ? 0 : 64;  // 0: nothing is opened before the walk waits for it
+    descriptors_ = seed % 7 == 0 ? 0 : 64;           // 0: nothing is opened before the walk waits for it
+    bytes_ = seed % 4 == 0 ? seed * 40 : 4'000'000;  // next to nothing may wait for the walk
     const Seen ahead = see(1 + seed % 4);
     ASSERT_EQ(ahead.text, alone.text);
     ASSERT_EQ(ahead, alone);
   }
 }
 
-TEST_F(ReadAheadTest, AWideDirectoryComesInParts) {
-  for (int i = 0; i < 6'000; ++i) {
-    std::ofstream(tree_ / ("file-" + std::to_string(i)));
-    if (i % 50 == 0) tree_.file("directory-" + std::to_string(i) + "/below");
+TEST_F(ReadAheadTest, AWideDirectoryComesInPartsAndMoreThanMayWait) {
+  for (int i = 0; i < 100'000; ++i) {
+    symlink("nowhere", (tree_ / ("link-" + std::to_string(i))).c_str());
+    if (i % 1'000 == 0) tree_.file("directory-" + std::to_string(i) + "/below");
   }
   const Seen alone = see(0);
   EXPECT_EQ(alone.rc, 0);
   for (const bool helps : {true, false}) {
     walkHelps_ = helps;
     EXPECT_TRUE(see(3) == alone);
+  }
+}
+
+TEST_F(ReadAheadTest, ThreadsThatCannotBeHadAreDoneWithout) {
+  std::mt19937 random(3);
+  for (int i = 0; i < 5; ++i) grow(random, std::to_string(i) + "-", 0);
+  const Seen alone = see(0);
+  for (const int refused : {1, 2, 4}) {
+    for (const bool isSlow : {false, true}) {
+      isSlow_ = isSlow;
+      walkHelps_ = !isSlow;
+      RefusedCalls calls;
+      calls.refuse<&Calls::pthread_create>(EAGAIN, refused);
+      EXPECT_EQ(see(8), alone) << refused << isSlow;
+      EXPECT_LE(calls.made<&Calls::pthread_create>(), refused) << "tried again in vain";
+    }
   }
 }
 
@@ -165,7 +183,7 @@ TEST_F(ReadAheadTest, AnActionThatFailsLeavesNoThreadAndNoDescriptor) {
   std::thread([] {}).join();  // ThreadSanitizer adds a thread of its own to the first one
   const auto descriptors = count("fd");
   const auto threads = count("task");
-  for (int round = 1; round < 300; ++round) {
+  for (int round = 1; round <= 2'000; ++round) {
     Recording recording;
     recording.left = round % 60 + 1;
     readers_ = 1 + random() % 4;

@@ -126,15 +126,15 @@ class WalkFixture : public ::testing::Test {
     return scanner.scan();
   }
   std::unique_ptr<DirectoryCalls> readAhead(const WalkRules& rules) const {
-    auto readAhead = std::make_unique<ReadAhead>(ReadAhead::Setup{.calls = calls_,
-                                                                  .rules = rules,
-                                                                  .workers = readers_,
-                                                                  .walkHelps = walkHelps_,
-                                                                  .isSlow = isSlow_,
-                                                                  .limit = limit_,
-                                                                  .descriptors = descriptors_});
-    EXPECT_EQ(readAhead->start(), readers_);
-    return std::make_unique<AheadDirectoryCalls>(std::move(readAhead));
+    return std::make_unique<AheadDirectoryCalls>(
+        std::make_unique<ReadAhead>(ReadAhead::Setup{.calls = calls_,
+                                                     .rules = rules,
+                                                     .workers = readers_,
+                                                     .walkHelps = walkHelps_,
+                                                     .isSlow = isSlow_,
+                                                     .limit = limit_,
+                                                     .descriptors = descriptors_,
+                                                     .bytes = bytes_}));
   }
   /// What was acted upon, without the root, sorted.
   std::vector<std::string> visited() const {
@@ -154,6 +154,7 @@ class WalkFixture : public ::testing::Test {
   bool isSlow_ = false;
   std::chrono::seconds limit_{0};
   size_t descriptors_ = 64;
+  size_t bytes_ = size_t{4} * 1024 * 1024;
   UberTable owners_;
   UnixUserTable users_{owners_, std::make_unique<FewUsers>()};
   SelectTree everything_;

@@ -24,9 +24,6 @@ using std::chrono::steady_clock;
 constexpr size_t BUFFER_BYTES = 32768;
 // A directory is read on into the same chunk while this much is free: to its end, if it is a small one.
 constexpr size_t WORTHWHILE_ROOM = 4096;
-// What may wait for the walk. Beyond it only what the walk waits for is read, until half of it is gone: so
-// that threads sleep and wake seldom.
-constexpr size_t BUFFERED_LIMIT = size_t{4} * 1024 * 1024;
 // Entries that one thread stats at a time, of a directory that several share.
 constexpr size_t ENTRIES_AT_ONCE = 128;
 constexpr size_t SLOW_ENTRIES_AT_ONCE = 4;
@@ -93,6 +90,7 @@ ReadAhead::ReadAhead(Setup setup)
     : setup_(std::move(setup)),
       // With a limit a call may hang: one directory never has all threads.
       mostInDirectory_(setup_.limit.count() > 0 ? (std::max<size_t>(2, setup_.workers) - 2) / 2 : SIZE_MAX),
+      mostWorkers_(setup_.workers),
       walk_(std::make_shared<Worker>(*this)),
       walkHelps_(setup_.walkHelps) {}
 
@@ -112,15 +110,10 @@ ReadAhead::~ReadAhead() {
   for (const std::shared_ptr<Worker>& worker : workers_) pthread_join(worker->thread, nullptr);
 }
 
-size_t ReadAhead::start() {
-  setThreadMode(true);
-  const std::unique_lock lock(lock_);
-  while (running_ < setup_.workers && startWorker()) {
-  }
-  return running_;
-}
-
-bool ReadAhead::startWorker() {
+/// Under the lock; the first one from the walk's thread. Where the system has no more threads, those that run
+/// do, and without any the walk reads by itself.
+void ReadAhead::startWorker() {
+  if (bIsSingleThread) setThreadMode(true);
   auto worker = std::make_shared<Worker>(*this);
   auto argument = std::make_unique<std::shared_ptr<Worker>>(worker);
   ThreadDescriptor descriptor{.name = "ReadAhead",
@@ -129,14 +122,16 @@ bool ReadAhead::startWorker() {
                               .stackSize = THREAD_STACK_SIZE};
   workers_.reserve(workers_.size() + 1);
   if (const int rc = startThreadWithoutSignals(descriptor); rc != 0) {
-    TRACE(TR_MIN, "ReadAhead: a thread could not be started, rc(%d)\n", rc);
-    return false;
+    TRACE(TR_MIN, "ReadAhead: a thread could not be started, rc(%d); %zu read ahead%s\n", rc, running_,
+          running_ == 0 ? "; the walk reads by itself, without a limit" : "");
+    mostWorkers_ = running_;
+    if (running_ == 0) walkHelps_ = true;
+    return;
   }
   (void)argument.release();  // the thread's now
   worker->thread = descriptor.thread;
   workers_.push_back(std::move(worker));
   ++running_;
-  return true;
 }
 
 void ReadAhead::threadMain(void* argument) {
@@ -377,10 +372,12 @@ bool ReadAhead::mayBegin() const {
   return !isFull_ && *openDirectories_ < setup_.descriptors;
 }
 
-/// Wakes one who may do what is there; those that are awake look for themselves.
+/// Wakes one who may do what is there, or starts another; those that are awake look for themselves.
 void ReadAhead::wakeForWork() {
   if (idle_ > 0) {
     if (hasWork()) workerWake_.notify_one();
+  } else if (running_ < mostWorkers_ && !stopping_) {
+    if (hasWork()) startWorker();
   } else if (walkHelps_ && walkSleeps_ && hasWork()) {
     walkWake_.notify_one();
   }
@@ -412,7 +409,7 @@ void ReadAhead::conclude(Task& task) {
 
 void ReadAhead::countMemory(const Chunk& chunk) {
   buffered_ += chunk.memory();
-  if (buffered_ > BUFFERED_LIMIT) isFull_ = true;
+  if (buffered_ > setup_.bytes) isFull_ = true;
 }
 
 /// Leaves a chunk's entries from `begin` on to all, and its sub-directories as they are found.
@@ -523,7 +520,8 @@ void ReadAhead::await(Chunk& chunk) {
   if (!chunk.isReady.load(std::memory_order_acquire)) waitFor(chunk);
   readyEntries_ -= chunk.entries.size();
   const size_t memory = chunk.memory();
-  if (buffered_.fetch_sub(memory) - memory < BUFFERED_LIMIT / 2 && isFull_) {
+  // Not before half of it is gone: so that threads sleep and wake seldom.
+  if (buffered_.fetch_sub(memory) - memory <= setup_.bytes / 2 && isFull_) {
     const std::unique_lock lock(lock_);
     isFull_ = false;
     workerWake_.notify_all();
@@ -534,6 +532,7 @@ void ReadAhead::waitFor(Chunk& chunk) {
   std::unique_lock lock(lock_);
   awaited_ = &chunk;
   walkIsUrgent_ = walkHelps_;
+  if (running_ == 0 && !walkHelps_) startWorker();
   if (idle_ > 0 && !chunk.isReady && canTake(*chunk.place, mostInDirectory_)) workerWake_.notify_one();
   while (!chunk.isReady) {
     if (failure_) std::rethrow_exception(failure_);
@@ -542,6 +541,7 @@ void ReadAhead::waitFor(Chunk& chunk) {
       throw ScanAbortException("Scan abort initiated by Server -> terminating scan");
     }
     if (walkHelps_ && take(walk_->task)) {
+      if (running_ < mostWorkers_) wakeForWork();
       lock.unlock();
       perform(*walk_);
       lock.lock();
@@ -609,10 +609,7 @@ void ReadAhead::giveUp(const std::shared_ptr<Worker>& worker) {
   std::erase(workers_, worker);
   pthread_detach(worker->thread);
   --running_;
-  if (!startWorker() && running_ == 0) {
-    TRACE(TR_MIN, "ReadAhead: no thread is left; the walk reads by itself, without a limit\n");
-    walkHelps_ = true;
-  }
+  startWorker();
   workerWake_.notify_all();
 }
 

@@ -37,11 +37,12 @@ class ReadAhead {
   struct Setup {
     std::shared_ptr<DirectoryCalls> calls;  ///< used by all threads
     WalkRules rules;
-    size_t workers = 1;             ///< threads beside the walk's
+    size_t workers = 1;             ///< at most so many threads beside the walk's; started as there is work
     bool walkHelps = false;         ///< the walk reads what it would otherwise wait for
     bool isSlow = false;            ///< calls wait rather than work: many small pieces
     std::chrono::seconds limit{0};  ///< of each call; 0: none
     size_t descriptors = 0;         ///< of open directories at a time, as far as the walk doesn't need more
+    size_t bytes = size_t{4} * 1024 * 1024;  ///< of chunks that the walk hasn't come to, as above
   };
 
   explicit ReadAhead(Setup setup);
@@ -49,10 +50,6 @@ class ReadAhead {
   ~ReadAhead();
   ReadAhead(const ReadAhead&) = delete;
   ReadAhead& operator=(const ReadAhead&) = delete;
-
-  /// Starts the threads, fewer than asked for where the system has no more.
-  /// @return how many run
-  size_t start();
 
   /// The root's first chunk, to be waited for.
   std::shared_ptr<Chunk> begin(const char* path);
@@ -71,7 +68,7 @@ class ReadAhead {
   struct Task;
 
   static void threadMain(void* argument);
-  bool startWorker();
+  void startWorker();
   void work(Worker& worker);
 
   // Each false when the worker was given up meanwhile: nothing here is its business any more.
@@ -115,6 +112,7 @@ class ReadAhead {
   // Under the lock.
   std::vector<std::shared_ptr<Worker>> workers_;  // running, and ended ones that are to be joined
   size_t running_ = 0;
+  size_t mostWorkers_;  // fewer than asked for where the system has no more
   size_t idle_ = 0;
   ChunkOrder order_;  // of all chunks that aren't done
   const Chunk* awaited_ = nullptr;

@@ -155,7 +155,7 @@ size_t usableProcessors() {
   return std::max<size_t>(1, std::min(count, processorsOfQuota()));
 }
 
-ReadingPlan ReadingPlan::of(const std::string& root, int limit) {
+ReadingPlan ReadingPlan::of(const std::string& root, int limit, size_t processors) {
   ReadingPlan plan;
   const bool isLimited = limit > 0;
   plan.isSlow = isWaiting(root, limit);
@@ -165,7 +165,7 @@ ReadingPlan ReadingPlan::of(const std::string& root, int limit) {
     plan.reason = "calls wait for a server or a process";
   } else {
     const bool rotates = isRotating(root, limit);
-    const size_t readers = std::min(rotates ? ROTATING_READERS : LOCAL_READERS, usableProcessors());
+    const size_t readers = std::min(rotates ? ROTATING_READERS : LOCAL_READERS, processors);
     plan.workers = isLimited ? readers : readers - 1;
     plan.reason = rotates ? "a disk that rotates" : "a local file system";
   }
@@ -179,32 +179,25 @@ ReadingPlan ReadingPlan::of(const std::string& root, int limit) {
   return plan;
 }
 
-std::unique_ptr<DirectoryCalls> readingCalls(const WalkRules& rules, int limit) {
+std::unique_ptr<DirectoryCalls> readingCalls(const WalkRules& rules, int limit, size_t processors) {
   const std::string root = rules.localName(rules.rootPath());
-  const ReadingPlan plan = ReadingPlan::of(root, limit);
+  const ReadingPlan plan = ReadingPlan::of(root, limit, processors);
   const size_t descriptors = descriptorsForReading();
-  size_t running = 0;
-  std::unique_ptr<ReadAhead> readAhead;
-  if (plan.workers > 0) {
-    readAhead =
-        std::make_unique<ReadAhead>(ReadAhead::Setup{.calls = std::make_shared<DirectoryCalls>(),
-                                                     .rules = rules,
-                                                     .workers = plan.workers,
-                                                     .walkHelps = plan.walkHelps,
-                                                     .isSlow = plan.isSlow,
-                                                     .limit = std::chrono::seconds(std::max(limit, 0)),
-                                                     .descriptors = descriptors});
-    running = readAhead->start();
-  }
-  TRACE(
-      TR_MIN,
-      "%s: %zu of %zu threads read ahead of the walk, which %s: %s. At most %zu descriptors, %d seconds for "
-      "each call (0: any).\n",
-      root.c_str(), running, plan.workers,
-      running == 0 || plan.walkHelps ? "reads as well" : "makes no call itself", plan.reason, descriptors,
-      std::max(limit, 0));
-  if (running == 0) return std::make_unique<DirectoryCalls>();
-  return std::make_unique<AheadDirectoryCalls>(std::move(readAhead));
+  TRACE(TR_MIN,
+        "%s: %s: up to %zu threads read ahead of the walk, which %s. At most %zu descriptors, %d seconds for "
+        "each call (0: any).\n",
+        root.c_str(), plan.reason, plan.workers,
+        plan.workers == 0 || plan.walkHelps ? "reads as well" : "makes no call itself", descriptors,
+        std::max(limit, 0));
+  if (plan.workers == 0) return std::make_unique<DirectoryCalls>();
+  return std::make_unique<AheadDirectoryCalls>(
+      std::make_unique<ReadAhead>(ReadAhead::Setup{.calls = std::make_shared<DirectoryCalls>(),
+                                                   .rules = rules,
+                                                   .workers = plan.workers,
+                                                   .walkHelps = plan.walkHelps,
+                                                   .isSlow = plan.isSlow,
+                                                   .limit = std::chrono::seconds(std::max(limit, 0)),
+                                                   .descriptors = descriptors}));
 }
 
 }  // namespace agent

@@ -28,15 +28,17 @@ struct ReadingPlan {
 
   /// @param root path of the file system's root on this host
   /// @param limit of each call in seconds; 0 or less: none
-  static ReadingPlan of(const std::string& root, int limit);
+  /// @param processors that this process may use
+  static ReadingPlan of(const std::string& root, int limit, size_t processors);
 };
 
 /// Processors that this process may use: those of its affinity, as far as its control groups' quotas
 /// (cgroups(7), cpu.max and cpu.cfs_quota_us) let it use them; at least 1.
 size_t usableProcessors();
 
-/// The calls of one walk, read ahead where the plan says so and the system has the threads.
+/// The calls of one walk, read ahead where the plan says so.
 /// @param limit of each call in seconds; 0 or less: none
-std::unique_ptr<DirectoryCalls> readingCalls(const WalkRules& rules, int limit);
+/// @param processors that this process may use
+std::unique_ptr<DirectoryCalls> readingCalls(const WalkRules& rules, int limit, size_t processors);
 
 }  // namespace agent

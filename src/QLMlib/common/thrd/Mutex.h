@@ -10,8 +10,9 @@
 namespace agent {
 
 /// A mutex that knows its owner. Created by pkCreateMutex, used through MutexLock and the functions below
-/// only: all locking inside the process goes this way, and costs a test while the process has one thread
-/// (Thread.h).
+/// only: all locking of the runtime goes this way, and costs a test while the process has one thread
+/// (Thread.h). What two kinds of threads share with conditions to wait for again and again, the order of
+/// reading ahead alone (Scan/ahead), has a std::mutex and std::condition_variables of its own.
 struct MutexDesc {
   pthread_mutex_t platform =
       PTHREAD_MUTEX_INITIALIZER;  // usable also where single-thread mode skipped its init
@@ -79,9 +80,9 @@ class MutexLock {
   int failure_;
 };
 
-/// A flag that threads wait for; for threads that hand work to one another, of which the job has none today:
-/// its two threads talk through pipes, whose ends a thread that hangs may keep. A wait never clears it: once
-/// signalled, later waits return at once.
+/// A flag that threads wait for; for a thread that waits for an event that comes once, of which the job has
+/// none today: its time-limited figures talk through pipes, whose ends a thread that hangs may keep. A wait
+/// never clears it: once signalled, later waits return at once.
 struct ConditionDesc {
   std::atomic<int32_t> signalled{0};
   MutexHandle mutex;  // the waiting thread must own it, by pkAcquireMutex

@@ -5,6 +5,7 @@
 
 #include <unistd.h>
 
+#include "QLMlib/common/unx/SystemCalls.h"
 #include "QLMlib/common/ut/Trace.h"
 
 namespace agent {
@@ -34,7 +35,7 @@ int createThread(ThreadDescriptor& descriptor, apiThreadstart* block) {
   int rc = pthread_attr_init(&attributes);
   if (rc != 0) return rc;
   if (descriptor.stackSize != 0) rc = pthread_attr_setstacksize(&attributes, descriptor.stackSize);
-  if (rc == 0) rc = pthread_create(&descriptor.thread, &attributes, apiStartFunc, block);
+  if (rc == 0) rc = sys.pthread_create(&descriptor.thread, &attributes, apiStartFunc, block);
   pthread_attr_destroy(&attributes);
   return rc;
 }

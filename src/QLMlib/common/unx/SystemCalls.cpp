@@ -72,6 +72,7 @@ constinit SystemCallTable sys{
       return ::setrlimit(static_cast<__rlimit_resource_t>(resource), limit);
     }},
 
+    .pthread_create{::pthread_create},
     .pthread_mutex_init{::pthread_mutex_init},
     .pthread_mutex_lock{::pthread_mutex_lock},
     .pthread_mutex_trylock{::pthread_mutex_trylock},

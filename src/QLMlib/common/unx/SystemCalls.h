@@ -147,7 +147,9 @@ struct SystemCallTable {
   Again<int(int resource, rlimit* limit)> getrlimit;
   Again<int(int resource, const rlimit* limit)> setrlimit;
 
-  // Threads; for Mutex.h.
+  // Threads; for Thread.h and Mutex.h. Each returns an error number.
+  Told<int(pthread_t* thread, const pthread_attr_t* attributes, void* (*function)(void*), void* argument)>
+      pthread_create;
   Told<int(pthread_mutex_t* mutex, const pthread_mutexattr_t* attributes)> pthread_mutex_init;
   Told<int(pthread_mutex_t* mutex)> pthread_mutex_lock;
   Told<int(pthread_mutex_t* mutex)> pthread_mutex_trylock;
