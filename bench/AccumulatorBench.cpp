@@ -29,7 +29,10 @@ constexpr int32_t LIST_LENGTH = 100;
 class Entries {
  public:
   Entries() {
-    for (int32_t id = 0; id < 40; ++id) owners_.push_back(UserOrGroup::ofKey(id, false));
+    for (int32_t id = 0; id < 40; ++id) {
+      owners_.push_back(UserOrGroup::ofKey(id, false));
+      groups_.push_back(UserOrGroup::ofKey(id, true));
+    }
     uint64_t random = 88172645463325252;
     for (int i = 0; i < 4096; ++i) {
       random ^= random << 13;
@@ -39,7 +42,8 @@ class Entries {
           "/m/some/directory/file-number-" + std::to_string(i) + ".ex" + std::to_string(random % 30),
           static_cast<int64_t>(random >> 8 & 0xFFFF));
       entry.faAccessed = entry.faModified = -static_cast<int64_t>(random >> 24 & 0xFFFFFFF) * 1000;
-      entry.faOwner = entry.faGroup = &owners_[random % owners_.size()];
+      entry.faOwner = &owners_[random % owners_.size()];
+      entry.faGroup = &groups_[random % groups_.size()];
       if (random % 50 == 0) entry.faAttributes = ATTRIBUTE_ORPHAN;
       entries.push_back(std::move(entry));
     }
@@ -47,7 +51,7 @@ class Entries {
   std::vector<FileAttributes> entries;
 
  private:
-  std::vector<UserOrGroup> owners_;
+  std::vector<UserOrGroup> owners_, groups_;
 };
 
 template <typename Feed>

@@ -116,21 +116,32 @@ TEST_F(AccumulatorTest, PlacesInADirectoryAreLopsided) {
 TEST_F(AccumulatorTest, FindsTheExtensionFromTheEnd) {
   const std::pair<const char*, const char*> cases[] = {
       {"/d/README", ""},
-      {"/d/archive.tar.GZ", ".GZ"},   // the last dot decides
-      {"/d/x.123456", ".123456"},     // six characters
-      {"/d/x.1234567", ""},           // seven are too many
-      {"/d/x.", ""},                  // ends in the dot
-      {"/dir.d/file", ""},            // a slash comes first
-      {"/d/a b.txt", ".txt"},         // the blank lies ahead of the dot
-      {"/d/a.b c", ""},               // the blank comes first
-      {"/d/a.b\\c", ""},              // so does a backslash
-      {"/d/.bashrc", ".bashrc"},      // the dot is not the first character of the path
-      {".bashrc", ""},                // here it is, and that one is never looked at
-      {"/d/\xc3\xa4.\xff", ".\xff"},  // bytes of any value
+      {"/d/archive.tar.GZ", ".GZ"},    // the last dot decides
+      {"/d/x.123456", ".123456"},      // six characters
+      {"/d/x.1234567", ""},            // seven are too many
+      {"/d/x.", ""},                   // ends in the dot
+      {"/dir.d/file", ""},             // a slash comes first
+      {"/d/a b.txt", ".txt"},          // the blank lies ahead of the dot
+      {"/d/a.b c", ""},                // the blank comes first
+      {"/d/a.b\\c", ""},               // so does a backslash
+      {"/d/.bashrc", ".bashrc"},       // the dot is not the first character of the path
+      {".bashrc", ""},                 // here it is, and that one is never looked at
+      {"/d/\xc3\xa4.\xff", ".\xff"},   // bytes of any value
+      {"/d/a.\xae\xaf", ".\xae\xaf"},  // a dot and a slash but for their top bits
+      {"/d/a./b", ""},
       {"", ""},
       {".", ""},
   };
   for (const auto& [path, extension] : cases) EXPECT_EQ(extractExtensionName(path), extension) << path;
+}
+
+TEST_F(AccumulatorTest, OnlyLettersOfAsciiHaveTwoCases) {
+  for (uint64_t byte = 1; byte < 256; ++byte) {
+    ExtensionTotals totals;
+    totals.of(uint64_t{'.'} << 56 | byte << 48);
+    const char lower = static_cast<char>(byte >= 'A' && byte <= 'Z' ? byte + 32 : byte);
+    EXPECT_EQ(ExtensionTotals::text(totals.takeSorted()[0].key), std::string(".") + lower);
+  }
 }
 
 // Extensions arrive in the order of their bytes and follow the list's own rule: ".\xff" doesn't beat the

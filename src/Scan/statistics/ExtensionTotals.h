@@ -4,10 +4,10 @@
 #include <cstdint>
 #include <deque>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "Common/SeededHash.h"
+#include "Scan/statistics/RecentRecords.h"
 
 namespace agent {
 
@@ -29,9 +29,8 @@ class ExtensionTotals {
 
   ExtensionTotals();
 
-  /// The total of an extension, in either case of ASCII letters; a new one is 0. Valid until the next call.
-  /// @param extension at most eight bytes
-  Total& of(std::string_view extension);
+  /// The total of an extension, in either case of ASCII letters; a new one is 0.
+  Total& of(Key extension);
 
   /// Gives all totals up, in rising order of extension, as bytes compare.
   std::deque<Total> takeSorted();
@@ -40,10 +39,11 @@ class ExtensionTotals {
   static std::string text(Key key);
 
  private:
-  static Key lowerCaseKey(std::string_view extension);
+  Total& find(Key key);
   void growBuckets();
 
   SeededHash hash_;
+  RecentRecords<Total> recent_;
   std::deque<Total> totals_;
   std::vector<uint32_t> buckets_;  // number of the first total; a power of two
 };

@@ -1,6 +1,13 @@
 #include "Scan/statistics/FileTypeAccum.h"
 
+#include <endian.h>
+
+#include <algorithm>
+#include <array>
+#include <bit>
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <utility>
 
 #include "Scan/results/Counters.h"
@@ -14,25 +21,49 @@ namespace agent {
 namespace {
 
 constexpr size_t MOST_CHARACTERS_BEHIND_DOT = 6;
+constexpr size_t BYTE_BITS = 8;
+constexpr uint64_t IN_EACH_BYTE = 0x0101'0101'0101'0101;
+
+/// The last eight bytes of a path, the very last one lowest; zeros before a shorter path.
+uint64_t lastBytes(std::string_view path) {
+  std::array<char, sizeof(uint64_t)> bytes = {};
+  if (path.size() >= bytes.size()) {
+    std::memcpy(bytes.data(), path.data() + path.size() - bytes.size(), bytes.size());
+  } else {
+    std::copy(path.begin(), path.end(), bytes.end() - path.size());
+  }
+  return be64toh(std::bit_cast<uint64_t>(bytes));
+}
+
+/// The top bit of each byte that is the character, and perhaps of bytes above the lowest such.
+uint64_t bytesThatAre(char character, uint64_t bytes) {
+  const uint64_t zeros = bytes ^ (static_cast<unsigned char>(character) * IN_EACH_BYTE);
+  return (zeros - IN_EACH_BYTE) & ~zeros & (0x80 * IN_EACH_BYTE);
+}
+
+/// Bytes of the extension, with its dot; 0 where there is none. Looks at all that may end it at once: a loop
+/// over characters costs a wrong guess of the processor for each path.
+size_t extensionLength(uint64_t lastBytes, size_t pathLength) {
+  const uint64_t dots = bytesThatAre('.', lastBytes);
+  const uint64_t ends =
+      dots | bytesThatAre('/', lastBytes) | bytesThatAre('\\', lastBytes) | bytesThatAre(' ', lastBytes);
+  const auto behind = static_cast<size_t>(std::countr_zero(ends)) / BYTE_BITS;
+  if (behind == 0 || behind > MOST_CHARACTERS_BEHIND_DOT || behind + 1 >= pathLength) return 0;
+  return (dots & (ends ^ (ends - 1))) != 0 ? behind + 1 : 0;
+}
 
 }  // namespace
 
 std::string_view extractExtensionName(std::string_view path) {
-  if (path.empty()) return {};
-  const size_t last = path.size() - 1;
-  for (size_t i = last; i > 0; --i) {
-    const char c = path[i];
-    if (c == '.') return i == last ? std::string_view{} : path.substr(i);
-    if (c == '/' || c == '\\' || c == ' ' || last - i >= MOST_CHARACTERS_BEHIND_DOT) return {};
-  }
-  return {};
+  return path.substr(path.size() - extensionLength(lastBytes(path), path.size()));
 }
 
 void FileTypeAccum::accumulate(Scanner& /*scanner*/, FileAttributes& attributes) {
   if (attributes.faType != FileAttributes::REGULAR_FILE) return;
-  const std::string_view extension = extractExtensionName(attributes.faName);
-  if (extension.empty()) return;
-  ExtensionTotals::Total& total = totals_.of(extension);
+  const uint64_t bytes = lastBytes(attributes.faName);
+  const size_t length = extensionLength(bytes, attributes.faName.size());
+  if (length == 0) return;
+  ExtensionTotals::Total& total = totals_.of(bytes << (BYTE_BITS * (sizeof bytes - length)));
   addTo(total.files, 1);
   addTo(total.space, attributes.faBlocks);
 }

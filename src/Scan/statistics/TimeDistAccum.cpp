@@ -1,5 +1,7 @@
 #include "Scan/statistics/TimeDistAccum.h"
 
+#include <algorithm>
+
 #include "Scan/results/Counters.h"
 #include "Scan/selection/fileInfo.h"
 #include "Scan/walk/FileAttributes.h"
@@ -11,12 +13,14 @@ namespace {
 
 constexpr size_t FUTURE = 9;
 
+/// Compares with all limits at once, in 32 bits: most files are old, and the last limits would be reached one
+/// by one.
 size_t bucketOf(int64_t age) {
-  size_t bucket = 0;
-  while (bucket < TimeDistAccum::m_rangesArray.size() && age > TimeDistAccum::m_rangesArray[bucket]) {
-    ++bucket;
-  }
-  return bucket;
+  constexpr auto& LIMITS = TimeDistAccum::m_rangesArray;
+  const auto compared = static_cast<int32_t>(std::clamp<int64_t>(age, 0, LIMITS.back() + 1));
+  int32_t bucket = 0;
+  for (const int32_t limit : LIMITS) bucket += compared > limit ? 1 : 0;
+  return static_cast<size_t>(bucket);
 }
 
 }  // namespace

@@ -16,7 +16,7 @@ class TimeDistAccum : public Accumulator {
   /// Upper limits of ages, inclusive, in seconds: 1, 7, 30, 60, 90, 180, 270 and 365.25 days. Bucket 8 holds
   /// what is older, bucket 9 what lies more than a day in the future. The server knows them: part of the
   /// format.
-  static constexpr std::array<int64_t, 8> m_rangesArray = {86400,   604800,   2592000,  5184000,
+  static constexpr std::array<int32_t, 8> m_rangesArray = {86400,   604800,   2592000,  5184000,
                                                            7776000, 15552000, 23328000, 31557600};
 
   void accumulate(Scanner& scanner, FileAttributes& attributes) override;

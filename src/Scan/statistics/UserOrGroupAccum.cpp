@@ -1,6 +1,7 @@
 #include "Scan/statistics/UserOrGroupAccum.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <utility>
 #include <vector>
 
@@ -14,7 +15,15 @@
 namespace agent {
 
 SUserOrGroup& UserOrGroupAccum::totalsOf(const UserOrGroup& identity) {
-  if (&identity == lastIdentity_) return *lastTotals_;
+  const auto key = reinterpret_cast<uintptr_t>(&identity);
+  SUserOrGroup* const recent = recent_.placeOf(key);
+  if (recent != nullptr && recent->sugIdentity == &identity) return *recent;
+  SUserOrGroup& totals = find(identity);
+  recent_.placeOf(key) = &totals;
+  return totals;
+}
+
+SUserOrGroup& UserOrGroupAccum::find(const UserOrGroup& identity) {
   const int32_t key = kind_ == Kind::OWNERS ? identity.ugID : identity.ugGroupID;
   const auto [entry, isNew] = totals_.try_emplace(static_cast<uint32_t>(key));
   SUserOrGroup& totals = entry->second;
@@ -22,9 +31,8 @@ SUserOrGroup& UserOrGroupAccum::totalsOf(const UserOrGroup& identity) {
     totals.sugFilesystemID = filesystem_.fsID;
     totals.sugTimestamp = filesystem_.fsScanTime;
     totals.sugIdentity = &identity;
+    recent_.widenFor(totals_.size());
   }
-  lastIdentity_ = &identity;
-  lastTotals_ = &totals;
   return totals;
 }
 
@@ -62,7 +70,7 @@ void UserOrGroupAccum::finish(CuStatResults& results) {
     byId.emplace_back(static_cast<int32_t>(id), std::move(totals));
   }
   totals_.clear();
-  lastIdentity_ = nullptr;
+  recent_.forget();
   std::sort(byId.begin(), byId.end(), [](const auto& a, const auto& b) { return a.first > b.first; });
   auto& list = kind_ == Kind::OWNERS ? results.srOwners : results.srGroups;
   list.clear();

@@ -6,6 +6,7 @@
 #include "Common/SeededHash.h"
 #include "Scan/results/SUserOrGroup.h"
 #include "Scan/statistics/Accumulator.h"
+#include "Scan/statistics/RecentRecords.h"
 
 namespace agent {
 
@@ -25,14 +26,14 @@ class UserOrGroupAccum : public Accumulator {
 
  private:
   SUserOrGroup& totalsOf(const UserOrGroup& identity);
+  SUserOrGroup& find(const UserOrGroup& identity);
 
   Kind kind_;
   const Filesystem& filesystem_;
   // By the identity's number: two numbers that share a name share an identity, and so one record. Node-based:
-  // the pointer to the last hit stays good while others are added.
+  // a pointer to a record stays good while others are added.
   std::unordered_map<uint32_t, SUserOrGroup, SeededHash> totals_;
-  const UserOrGroup* lastIdentity_ = nullptr;
-  SUserOrGroup* lastTotals_ = nullptr;
+  RecentRecords<SUserOrGroup> recent_;
 };
 
 }  // namespace agent
