@@ -25,6 +25,7 @@
 #include "QLMlib/common/nls/MessageCatalogs.h"
 #include "QLMlib/common/unx/StarterOutput.h"
 #include "QLMlib/common/unx/SystemCalls.h"
+#include "QLMlib/common/ut/MemoryReserve.h"
 #include "QLMlib/common/ut/NumberText.h"
 #include "QLMlib/common/ut/Trace.h"
 #include "QLMlib/common/ut/TraceFile.h"
@@ -95,11 +96,21 @@ ExecScan::~ExecScan() {
 }
 
 int ExecScan::startScan(int argc, char** argv) {
+  try {
+    prepare(argc, argv);
+    run();
+  } catch (const std::exception& failure) {
+    endUnforeseen(explain(failure));
+  } catch (...) {
+    endUnforeseen("a failure that has no name");
+  }
+  return cleanup();
+}
+
+void ExecScan::prepare(int argc, char** argv) {
   cmdArgs_ = std::make_unique<CmdArgs>(argc, argv, CmdArgs::SCAN_PROGRAM);
   openMessages(cmdArgs_->getInstallLocation());
   if (returnCode_ == CLEAN) parseArguments();
-  run();
-  return cleanup();
 }
 
 void ExecScan::run() {
@@ -109,13 +120,15 @@ void ExecScan::run() {
     tellStarter(STDOUT_FILENO, VERSION);
     return;
   }
-  sendAgentStartStatus(cmdArgs_->agentCom, returnCode_ == CLEAN ? STARTED : FAILED_TO_START);
+  endWhereMemoryIsShort();
+  sendStartStatus();
   if (returnCode_ != CLEAN) return;
 
   logJobMessage(messages::JOB_STARTED);
   jobStartTime_ = now();
   const std::string jobFile = createJobFile(SCAN_JOB, *cmdArgs_, true);
   const std::string definitionFile = definitionFileName();
+  endWhereMemoryIsShort();
   if (readDefinition(definitionFile)) {
     scan();
     finish(definitionFile, jobFile);
@@ -183,6 +196,7 @@ bool ExecScan::readDefinition(const std::string& definitionFile) {
   };
   try {
     agentScan_ = readScanDefinition(definitionFile, place);
+    endWhereMemoryIsShort();
     TRACE(TR_MAX, "END OF <while( (efNext = pa->findNextEntity(ef)) != NULL )>.\n");
     return true;
   } catch (const VOXParserException& exception) {
@@ -191,6 +205,9 @@ bool ExecScan::readDefinition(const std::string& definitionFile) {
   } catch (const VoxObjectCreationException& exception) {
     return failed(exception.getCode(), explain(place), exception.getMessage(),
                   "object creation from definition-file");
+  } catch (const std::bad_alloc& exception) {
+    return failed(UNFORESEEN, "it can't be read: " + explain(exception), exception.what(),
+                  "definition-file-parsing");
   } catch (const std::exception& exception) {
     return failed(OBJECT_CREATION_FAILED, "its records can't be made: " + explain(exception),
                   exception.what(), "object creation from definition-file");
@@ -231,7 +248,7 @@ void ExecScan::scan() {
     logEnd(messages::SCAN_FAILED, {explain(exception)});
     TRACE(TR_MIN, "ERROR: %s, the scan ends.\n", exception.what());
     unlock();
-    returnCode_ = ABORTED;
+    returnCode_ = UNFORESEEN;
   }
 }
 
@@ -251,6 +268,7 @@ void ExecScan::scanLocked() {
   returnCode_ = filesystemScan_->doScan(*agentScan_, cmdArgs_->nfsTimeout);
   genericPrint_->endNode(ScanVOXTags::AS);
   genericPrint_->closeFile();
+  endWhereMemoryIsShort();
   unlock();
   scanEnded_ = true;
   TRACE(TR_MAX, "Returncode=: %d\n", returnCode_);
@@ -316,10 +334,44 @@ void ExecScan::removeResult() {
   if (genericPrint_ && genericPrint_->hasOpenedFile()) psRemoveFile(cmdArgs_->resultFile);
 }
 
+/// Tells the agent whether the job has started.
+void ExecScan::sendStartStatus() {
+  statusSent_ = true;
+  sendAgentStartStatus(cmdArgs_->agentCom, returnCode_ == CLEAN ? STARTED : FAILED_TO_START);
+}
+
 /// Tells the agent how the job ended.
 /// @return 0 when it was told or there is none; otherwise the failure, or the child's exit code
 int ExecScan::notifyAgent() {
+  agentTold_ = true;
   return notifyAgentOfEnd(*cmdArgs_, returnCode_, jobStartTime_, jobEndTime_);
+}
+
+int ExecScan::endUnforeseen(const std::string& reason) {
+  returnCode_ = UNFORESEEN;
+  // Each step by itself: whatever one of them meets, the others are done.
+  const auto attempt = [](auto step) {
+    try {
+      step();
+    } catch (...) {
+      TRACE(TR_MIN, "ERROR: a step of the end failed as well.\n");
+    }
+  };
+  attempt([this] { progressLine_.reset(); });
+  attempt([this] {
+    if (!scanEnded_) removeResult();
+  });
+  attempt([this] { unlock(); });
+  attempt([&reason] {
+    if (naLog != nullptr) logEnd(messages::SCAN_FAILED, {reason});
+  });
+  attempt([this] {
+    if (cmdArgs_ && !statusSent_) sendStartStatus();
+  });
+  attempt([this] {
+    if (cmdArgs_ && !agentTold_) notifyAgent();
+  });
+  return returnCode_;
 }
 
 /// True when a person has started the job by hand, on a terminal.

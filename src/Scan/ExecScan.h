@@ -24,7 +24,8 @@ class ExecScan : public Object {
   static constexpr int ABORTED = 8;  ///< and above: no usable result
   static constexpr int WRITE_FAILED = 9;
   static constexpr int NO_TRACE = 30;
-  static constexpr int NO_CATALOG = 72;  ///< or no install location to look for it
+  static constexpr int NO_CATALOG = 72;   ///< or no install location to look for it
+  static constexpr int UNFORESEEN = 102;  ///< memory that can't be had, or a failure that nobody foresaw
 
   ExecScan();
   ~ExecScan() override;
@@ -34,7 +35,14 @@ class ExecScan : public Object {
   /// @return the return code; the process status is its low eight bits
   int startScan(int argc, char** argv);
 
+  /// The end where nothing else can be done: the result goes, locks are released, the agent is told. Throws
+  /// nothing. What it has done already it doesn't do again.
+  /// @param reason for the log
+  /// @return the return code
+  int endUnforeseen(const std::string& reason);
+
  private:
+  void prepare(int argc, char** argv);
   void run();
   void openMessages(const std::string& installLocation);
   void parseArguments();
@@ -48,6 +56,7 @@ class ExecScan : public Object {
   void unlock();
   void logFilesystemList(const FilesystemList& list) const;
   void removeResult();
+  void sendStartStatus();
   int notifyAgent();
   void finish(const std::string& definitionFile, const std::string& jobFile);
   int cleanup();
@@ -64,7 +73,9 @@ class ExecScan : public Object {
   int32_t returnCode_ = CLEAN;
   bool messagesOpen_ = false;
   bool traceOpen_ = false;
+  bool statusSent_ = false;   // the agent knows whether the job has started
   bool scanEnded_ = false;    // doScan came to its end and the file is whole
+  bool agentTold_ = false;    // that the job has ended, or it was tried
   std::string jobStartTime_;  // decimal seconds since the epoch
   std::string jobEndTime_;
   std::unique_ptr<CmdArgs> cmdArgs_;

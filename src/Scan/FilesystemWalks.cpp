@@ -9,6 +9,7 @@
 #include "Common/LogManager.h"
 #include "Common/unix/psmsgutil.h"
 #include "Probe/Filesystem.h"
+#include "QLMlib/common/ut/MemoryReserve.h"
 #include "QLMlib/common/ut/Trace.h"
 #include "Scan/FilesystemPairing.h"
 #include "Scan/FilesystemResults.h"
@@ -42,6 +43,7 @@ FilesystemWalks::FilesystemWalks(ScanPlan& plan, GenericPrint& print, FileAction
 
 void FilesystemWalks::run(StatisticList& statistics) {
   for (const auto& fsRef : plan_.fsRefs) {
+    endWhereMemoryIsShort();
     Filesystem& filesystem = *fsRef->filesystem;
     logJobMessage(messages::SCANNING_FILESYSTEM, {qualifiedFSName(filesystem)});
     const size_t metBefore = monDirs_.completed().size();

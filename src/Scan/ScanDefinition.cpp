@@ -11,6 +11,7 @@
 #include "Common/VOXParserException.h"
 #include "Common/VoxObjectCreationException.h"
 #include "Probe/NasFiler.h"
+#include "QLMlib/common/ut/MemoryReserve.h"
 #include "QLMlib/common/ut/Trace.h"
 
 namespace agent {
@@ -71,6 +72,7 @@ class DefinitionReader {
 
   void readAgentScan(AgentScan& scan, Entity& entity) {
     for (Entity& child : fill(scan, entity)) {
+      endWhereMemoryIsShort();
       // File systems and directories go to the head of their lists, statistics to the tail.
       if (child.name == ScanVOXTags::FILESYSTEM) {
         scan.getFilesystems().push_front(readFilesystem(child));

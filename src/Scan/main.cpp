@@ -21,6 +21,9 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <exception>
+#include <utility>
+
 #include "Common/unix/pssignal.h"
 #include "QLMlib/common/unx/SystemCalls.h"
 #include "Scan/ExecScan.h"
@@ -45,13 +48,28 @@ void raiseDescriptorLimit() {
   sys.setrlimit(RLIMIT_NOFILE, &limit);
 }
 
+/// The running job, for the handler below, to which nothing can be handed.
+ExecScan* runningJob = nullptr;
+
+/// What can't even be thrown (an exception needs memory too), or is thrown where nothing may be: the job ends
+/// with its code and leaves nothing half done, instead of a core.
+[[noreturn]] void endInstead() {
+  int code = ExecScan::UNFORESEEN;
+  // Once: a second failure on the way finds nobody to ask.
+  if (ExecScan* const job = std::exchange(runningJob, nullptr))
+    code = job->endUnforeseen("no memory is left");
+  _exit(code);
+}
+
 }  // namespace
 }  // namespace agent
 
 int main(int argc, char** argv) {
+  std::set_terminate(agent::endInstead);
   agent::fillStandardDescriptors();
   agent::ignoreSignalsOfWriting();
   agent::raiseDescriptorLimit();
   agent::ExecScan job;
+  agent::runningJob = &job;
   return job.startScan(argc, argv);
 }

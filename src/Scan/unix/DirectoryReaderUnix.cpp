@@ -12,6 +12,7 @@
 #include "Common/ScanAbortException.h"
 #include "Common/unix/psmsgutil.h"
 #include "Common/unix/pssignal.h"
+#include "QLMlib/common/ut/MemoryReserve.h"
 #include "QLMlib/common/ut/Trace.h"
 #include "Scan/walk/Scanner.h"
 
@@ -121,6 +122,7 @@ bool DirectoryReaderUnix::nextEntry(std::string& path, int handle, int16_t /*fsT
       TRACE(TR_MIN, "DirectoryReaderWin32::NextDirEntry() : agentStop is true\n");
       throw ScanAbortException("Scan abort initiated by Server -> terminating scan");
     }
+    endWhereMemoryIsShort();
     const char* name = handle == CLOSED ? nullptr : nextName();
     if (name == nullptr) {
       setHandle(CLOSED);
