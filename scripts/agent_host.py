@@ -1,0 +1,119 @@
+"""An installed agent beside file systems that may be maltreated: what scripts/faults, scripts/attack and
+scripts/endure stand on. Not started by itself.
+"""
+
+import glob
+import os
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+
+ROOT = os.path.dirname(os.path.dirname(os.path.realpath(__file__)))
+PARTS = ("input", "output", "log")
+LOCKS, COMPANION = "log/vox_scan_res", "log/vox_scan_res.lck"
+CANNOT_BEGIN = 77  # nothing can be mounted here; CTest counts it as skipped
+SECONDS = 60  # what runs longer hangs
+
+
+def enter_namespace():
+    """Starts the script again in a mount namespace of its own, as root of a user namespace for other users."""
+    if os.environ.get("AGENT_HOST_INSIDE") == "1":
+        return
+    inside = ["unshare", *([] if os.geteuid() == 0 else ["-r"]), "-m", "--propagation", "private"]
+    if subprocess.run([*inside, "true"], stderr=subprocess.DEVNULL, check=False).returncode != 0:
+        print("no mount namespace can be had here, so there is nothing to scan")
+        sys.exit(CANNOT_BEGIN)
+    os.environ["AGENT_HOST_INSIDE"] = "1"
+    os.execvp("unshare", [*inside, sys.executable, *sys.argv])
+
+
+class AgentHost:
+    """An agent's install tree, and a tmpfs to scan. A job is told by its run number."""
+
+    def __init__(self, build):
+        self.directory = tempfile.mkdtemp()
+        self.agent, self.tree, self.told = (os.path.join(self.directory, name) for name in ("agent", "tree", "told"))
+        subprocess.run(["cmake", "--install", build, "--prefix", self.agent], check=True, stdout=subprocess.DEVNULL)
+        with open(f"{self.agent}/bin/Agent", "w", encoding="ascii") as program:
+            program.write(f'#!/bin/sh\necho "$@" >>{self.told}\n')
+        os.chmod(f"{self.agent}/bin/Agent", 0o755)
+        self.mount(self.tree)
+
+    def mount(self, path):
+        """Access times stand still, so that results are the same each time."""
+        os.makedirs(path, exist_ok=True)
+        subprocess.run(["mount", "-t", "tmpfs", "-o", "noatime", "tree", path], check=True)
+
+    def remove(self):
+        subprocess.run(["umount", "-l", self.tree], check=False)
+        shutil.rmtree(self.directory, ignore_errors=True)
+
+    @staticmethod
+    def data(run):
+        return f"j.0001_scan.{run:08}"
+
+    def path(self, part, run, suffix):
+        return f"{self.agent}/{part}/srv/{self.data(run)}.{suffix}"
+
+    def scandef(self, *options):
+        """@return a definition"""
+        words = [f"{self.agent}/bin/scandef", "--job", "j", *options]
+        return subprocess.run(words, check=True, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL).stdout
+
+    def job(self, run, *options):
+        return [f"{self.agent}/bin/scan", "-scan", "-jobname", "j", "-sidrunnumber", "1", "-jobrunnumber", str(run),
+                "-servername", "srv", *options]
+
+    def define(self, definition, run=1):
+        os.makedirs(f"{self.agent}/input/srv", exist_ok=True)
+        with open(self.path("input", run, "dat"), "wb") as file:
+            file.write(definition)
+
+    def clear(self):
+        """What earlier runs have left."""
+        for part in PARTS:
+            shutil.rmtree(f"{self.agent}/{part}", ignore_errors=True)
+        if os.path.exists(self.told):
+            os.remove(self.told)
+
+    def scan(self, definition, run=1, options=(), environment=None):
+        """@return the code, negative for a signal, None for a hang; and what the job said"""
+        self.define(definition, run)
+        try:
+            done = subprocess.run(self.job(run, *options), env={"PATH": os.environ["PATH"], **(environment or {})},
+                                  stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
+                                  timeout=SECONDS, check=False)
+        except subprocess.TimeoutExpired:
+            return None, ""
+        return done.returncode, done.stdout.decode("utf-8", "replace")
+
+    def text_of(self, part, run=1, suffix="dat"):
+        """A file of a run, or None."""
+        try:
+            with open(self.path(part, run, suffix), encoding="latin-1") as file:
+                return file.read()
+        except FileNotFoundError:
+            return None
+
+    def files(self):
+        """All that runs have left, by names below the install tree."""
+        return {os.path.relpath(path, self.agent) for part in PARTS
+                for path in glob.glob(f"{self.agent}/{part}/**", recursive=True) if os.path.isfile(path)}
+
+    def told_codes(self):
+        """The codes that the agent's program was told, low eight bits each."""
+        try:
+            with open(self.told, encoding="utf-8") as file:
+                return [int(code) % 256 for code in re.findall(r"-exitCode (-?\d+)", file.read())]
+        except FileNotFoundError:
+            return []
+
+    def locks(self):
+        """The resource file's lines behind its first."""
+        try:
+            with open(f"{self.agent}/{LOCKS}", encoding="latin-1") as file:
+                return file.read().splitlines()[1:]
+        except FileNotFoundError:
+            return []
