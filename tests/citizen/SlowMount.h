@@ -2,10 +2,10 @@
 
 #include <sys/types.h>
 
-#include <chrono>
 #include <string>
-#include <thread>
 #include <vector>
+
+#include "support/Waiting.h"
 
 namespace agent::test {
 
@@ -43,16 +43,5 @@ class SlowMount {
   std::string whyNot_;
   pid_t server_ = -1;
 };
-
-/// Looks again every few milliseconds until a condition holds. @return false when it doesn't within the limit
-template <typename Condition>
-bool eventually(Condition condition, std::chrono::milliseconds limit = std::chrono::seconds(10)) {
-  const auto end = std::chrono::steady_clock::now() + limit;
-  while (!condition()) {
-    if (std::chrono::steady_clock::now() > end) return false;
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  }
-  return true;
-}
 
 }  // namespace agent::test

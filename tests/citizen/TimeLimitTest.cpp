@@ -21,16 +21,9 @@ using ::testing::Lt;
 
 using Words = std::vector<std::string>;
 
-/// How many entries a directory of /proc/PID has: threads in "task", open descriptors in "fd".
-long count(pid_t process, const char* what) {
-  std::error_code gone;
-  const fs::directory_iterator entries("/proc/" + std::to_string(process) + "/" + what, gone);
-  return gone ? 0 : std::distance(entries, fs::directory_iterator());
-}
-
 /// A process that has ended has no descriptors any more, even before it has been waited for.
-bool isRunning(pid_t process) {
-  return count(process, "fd") > 0;
+bool isRunning(const std::string& process) {
+  return countOf("fd", process) > 0;
 }
 
 /// A request that hangs stands for a call into a hard mount whose server has died.
@@ -163,13 +156,13 @@ TEST_F(TimeLimitTest, WhatIsAnsweredLateLeavesNothingBehind) {
   for (int i = 0; i < 50; ++i) file("e" + std::to_string(i) + "/f");
   define();
   readers_ = "2";
-  long threads = 0;
-  long descriptors = 0;
+  ptrdiff_t threads = 0, descriptors = 0;
 
-  const Outcome outcome = scan({"getattr */dead 1200"}, [&](pid_t job) {
+  const Outcome outcome = scan({"getattr */dead 1200"}, [&](pid_t pid) {
+    const std::string job = std::to_string(pid);
     while (slow_.requests().size() < DEAD && isRunning(job)) {
-      threads = std::max(threads, count(job, "task"));
-      descriptors = std::max(descriptors, count(job, "fd"));
+      threads = std::max(threads, countOf("task", job));
+      descriptors = std::max(descriptors, countOf("fd", job));
       std::this_thread::sleep_for(10ms);
     }
   });

@@ -108,17 +108,6 @@ TEST_F(PsnautilTest, TheWaitEndsWithTheChildAtOnce) {
   }
 }
 
-TEST_F(PsnautilTest, RunningIsWhoHasNotEnded) {
-  EXPECT_TRUE(psIsProcessRunning(1));
-  EXPECT_FALSE(psIsProcessRunning(0));
-  EXPECT_FALSE(psIsProcessRunning(-1));
-  const pid_t child = startChild([] { return 0; });
-  siginfo_t ended;
-  ASSERT_EQ(::waitid(P_PID, static_cast<id_t>(child), &ended, WEXITED | WNOWAIT), 0);
-  EXPECT_FALSE(psIsProcessRunning(child));  // dead, though nobody has waited for it
-  endOf(child);
-}
-
 TEST_F(PsnautilTest, ACommandsOutputIsGathered) {
   CmdExecer command({"(printf 'one\\ntwo'; echo bad 1>&2; exit 3)"}, directory_ / "it's out",
                     directory_ / "err");

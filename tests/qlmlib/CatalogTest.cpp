@@ -127,6 +127,7 @@ TEST_F(CatalogTest, CatalogsThatCannotBeOpenedAreToldOnStandardError) {
             "ZNS0101E Unable to open English message repository '" + catalogPath("en_US") + "'.\n");
 
   compile("en_US", "300 \"STA0300T English\"\n");
+  EXPECT_NE(initializeMessages("nrvna.cat", path() + std::string(1'300, '/'), 0, 0, 0), 0) << "too long";
   std::filesystem::create_directories(path("de_DE"));
   ASSERT_EQ(::mkfifo(catalogPath("de_DE").c_str(), 0600), 0);  // a pipe hangs nobody
   zemLocale = "de";

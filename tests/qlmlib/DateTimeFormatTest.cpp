@@ -59,22 +59,19 @@ TEST_F(DateTimeFormatTest, NumbersChooseFormats) {
   EXPECT_EQ(dateText(quarterPastTen()), "25/03/14  ");  // ten columns
 }
 
-TEST_F(DateTimeFormatTest, LocalesWithoutALanguageGiveNoFormat) {
-  for (const char* name : {"C", "POSIX", "C.UTF-8"}) {
-    ASSERT_NE(std::setlocale(LC_TIME, name), nullptr);
-    setFormats(0, 0, 0);
-    EXPECT_EQ(date_fmt_str + time_fmt_str, "%m/%d/%Y%H:%M:%S") << name;
-  }
-}
-
-TEST_F(DateTimeFormatTest, ALocaleGivesItsDateAndATimeThatEndsInSeconds) {
+TEST_F(DateTimeFormatTest, ALocaleWithALanguageGivesItsDateAndATimeThatEndsInSeconds) {
   for (const auto& [locale, date, time] :
-       {std::tuple("de_DE", "25.03.2014", "%T"),
-        {"en_US", "03/25/2014", "%H:%M:%S"}}) {  // milliseconds behind "PM" mean nothing
-    if (!useLocale(locale)) GTEST_SKIP() << "the host can't build the locale " << locale;
+       {std::tuple("C", "%m/%d/%Y", "%H:%M:%S"),
+        {"POSIX", "%m/%d/%Y", "%H:%M:%S"},
+        {"C.UTF-8", "%m/%d/%Y", "%H:%M:%S"},
+        {"de_DE", "%d.%m.%Y", "%T"},
+        {"en_US", "%m/%d/%Y", "%H:%M:%S"}}) {  // no milliseconds behind "PM"
+    if (std::setlocale(LC_TIME, locale) == nullptr && !useLocale(locale)) {
+      GTEST_SKIP() << "the host can't build the locale " << locale;
+    }
     setFormats(0, 0, 0);
-    EXPECT_EQ(dateText(quarterPastTen()), date);
-    EXPECT_EQ(time_fmt_str, time);
+    EXPECT_EQ(date_fmt_str, date) << locale;
+    EXPECT_EQ(time_fmt_str, time) << locale;
   }
 }
 

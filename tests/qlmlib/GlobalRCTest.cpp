@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include "QLMlib/common/thrd/Thread.h"
 #include "QLMlib/common/ut/TraceClasses.h"
@@ -94,6 +94,10 @@ TEST_F(GlobalRCTest, AMutexThatFailsIsReportedAndTheFieldsStayReadable) {
   EXPECT_EQ(rc_->get(), 8);  // untouched by set, read without the mutex
   EXPECT_TRUE(rc_->clearRC());
   EXPECT_EQ(rc_->get(), 0);
+  calls.allow<&Calls::pthread_mutex_lock>();
+  calls.refuse<&Calls::pthread_mutex_unlock>(EPERM);
+  EXPECT_FALSE(rc_->set(ERROR_MESSAGE));
+  EXPECT_THAT(internalErrors, ::testing::EndsWith("Unable to release global rc mutex\n"));
 }
 
 }  // namespace
