@@ -68,16 +68,6 @@ TEST_F(JobLifeTest, TheWholeLifeOfAJob) {
   EXPECT_FALSE(InstallTree::exists(tree_.definitionFile()));
 }
 
-TEST_F(JobLifeTest, RunNumberZeroLeavesNoRecord) {
-  tree_.job.run = 0;
-  define();
-
-  EXPECT_EQ(tree_.scan().status, 4);
-
-  EXPECT_FALSE(InstallTree::exists(tree_.recordFile()));
-  EXPECT_TRUE(InstallTree::exists(tree_.resultFile()));
-}
-
 TEST_F(JobLifeTest, AnyBytesReachTheNotificationAndTheNamesOfFiles) {
   tree_.job.name = "night's \"$HOME\" ;`id`\n& * \\";
   define();

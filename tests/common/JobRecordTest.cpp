@@ -61,6 +61,9 @@ TEST_F(JobRecordTest, WhatCantBeWrittenLeavesNothingBehind) {
   EXPECT_TRUE(directory_.names("output").empty());
   args_.installLoc = directory_.file("file");
   EXPECT_EQ(createJobFile(SCAN_JOB, args_, true), "");
+  args_.installLoc = directory_.path();
+  args_.jobRunNumber = 0;  // a run without a record
+  EXPECT_EQ(createJobFile(SCAN_JOB, args_, true), "");
 }
 
 using AgentNotificationTest = JobRecordTest;

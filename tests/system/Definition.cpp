@@ -1,53 +1,29 @@
 #include "system/Definition.h"
 
-#include <algorithm>
+#include <set>
 
 namespace agent::test {
 
 namespace {
 
-/// The columns of the classes met, in the order met.
-using Header = std::vector<std::pair<std::string, std::vector<std::string>>>;
+/// The columns of each class met.
+using Header = std::map<std::string, std::set<std::string>>;
 
 void collect(const Record& record, Header& header) {
-  auto found =
-      std::find_if(header.begin(), header.end(), [&](const auto& each) { return each.first == record.tag; });
-  if (found == header.end()) found = header.insert(header.end(), {record.tag, {}});
-  for (const auto& [column, value] : record.cells) {
-    if (std::find(found->second.begin(), found->second.end(), column) == found->second.end()) {
-      found->second.push_back(column);
-    }
-  }
+  std::set<std::string>& columns = header[record.tag];
+  for (const auto& [column, value] : record.cells) columns.insert(column);
   for (const Record& child : record.children) collect(child, header);
 }
 
-std::string joined(const std::vector<std::string>& texts) {
+template <typename Texts>
+std::string joined(const Texts& texts) {
   std::string line;
   for (const std::string& text : texts) line += (line.empty() ? "" : ",") + text;
   return line;
 }
 
-std::string node(const Record& record, const Header& header) {
-  std::string text = "[" + record.tag + "]\n";
-  if (!record.cells.empty()) {
-    std::vector<std::string> row;
-    for (const auto& [tag, columns] : header) {
-      if (tag != record.tag) continue;
-      for (const std::string& column : columns) {
-        const auto cell = std::find_if(record.cells.begin(), record.cells.end(),
-                                       [&](const auto& each) { return each.first == column; });
-        row.push_back(cell == record.cells.end() ? "" : cell->second);
-      }
-    }
-    text += definitionRow(row);
-  }
-  for (const Record& child : record.children) text += node(child, header);
-  return text + "[/" + record.tag + "]\n";
-}
-
-}  // namespace
-
-std::string definitionRow(const std::vector<std::string>& cells) {
+/// A row of the grammar: cells quoted where they need it, an empty one as null.
+std::string rowOf(const std::vector<std::string>& cells) {
   std::vector<std::string> written;
   for (const std::string& cell : cells) {
     if (cell.empty()) {
@@ -63,6 +39,22 @@ std::string definitionRow(const std::vector<std::string>& cells) {
   return joined(written) + "\n";
 }
 
+std::string node(const Record& record, const Header& header) {
+  std::string text = "[" + record.tag + "]\n";
+  if (!record.cells.empty()) {
+    std::vector<std::string> row;
+    for (const std::string& column : header.at(record.tag)) {
+      const auto cell = record.cells.find(column);
+      row.push_back(cell == record.cells.end() ? "" : cell->second);
+    }
+    text += rowOf(row);
+  }
+  for (const Record& child : record.children) text += node(child, header);
+  return text + "[/" + record.tag + "]\n";
+}
+
+}  // namespace
+
 std::string whereClause(const std::string& bytes) {
   std::vector<std::string> numbers;
   for (const char byte : bytes) numbers.push_back(std::to_string(static_cast<signed char>(byte)));
@@ -70,9 +62,7 @@ std::string whereClause(const std::string& bytes) {
 }
 
 Record& Record::set(const std::string& column, const std::string& value) {
-  const auto cell =
-      std::find_if(cells.begin(), cells.end(), [&](const auto& each) { return each.first == column; });
-  (cell == cells.end() ? cells.emplace_back(column, "") : *cell).second = value;
+  cells[column] = value;
   return *this;
 }
 

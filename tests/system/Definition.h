@@ -1,7 +1,7 @@
 #pragma once
 
+#include <map>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace agent::test {
@@ -9,7 +9,7 @@ namespace agent::test {
 /// One record of a definition: its class, its cells by column, its children.
 struct Record {
   std::string tag;
-  std::vector<std::pair<std::string, std::string>> cells;
+  std::map<std::string, std::string> cells;
   std::vector<Record> children;
 
   /// Sets a cell, or replaces it.
@@ -32,9 +32,6 @@ Record restrictedTo(Record filesystem);
 
 /// A compiled selection as the cell of sdWhereClause.
 std::string whereClause(const std::string& bytes);
-
-/// A row of the grammar: cells quoted where they need it, an empty one as null.
-std::string definitionRow(const std::vector<std::string>& cells);
 
 /// A whole definition. The header block names for each class every column that one of its records sets; a
 /// record that doesn't set it has null there, which reads as nothing, or 0.

@@ -4,8 +4,9 @@
 
 #include <ctime>
 
-#include "system/JobTest.h"
+#include "system/Results.h"
 #include "system/StatusPipe.h"
+#include "system/SystemTest.h"
 
 namespace agent::test {
 namespace {
@@ -23,7 +24,7 @@ std::string refused(const std::string& argument) {
          content(SYSTEM_TEST_EXPECTED "/usage.txt");
 }
 
-using JobDriverTest = JobTest;
+using JobDriverTest = SystemTest;
 
 // --- Command line ---
 
@@ -143,7 +144,7 @@ TEST_F(JobDriverTest, ClosedDescriptorsHarmNothing) {
     launch.closed = closed;
     EXPECT_EQ(run(launch).status, 0);
     EXPECT_THAT(content(tree_.traceFile()), HasSubstr("Failed to send status to agent: 1\n")) << agentCom;
-    EXPECT_EQ(filesInResult(), 2);  // and it reads as a result: nobody else's text is in it
+    EXPECT_EQ(summed(tree_, "sumFileCount"), 2);  // and it reads as a result: nobody else's text is in it
     EXPECT_THAT(tree_.logLines(), SizeIs(6));
     fs::remove_all(tree_ / "log");
 

@@ -5,8 +5,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "system/JobTest.h"
 #include "system/Results.h"
+#include "system/SystemTest.h"
 
 namespace agent::test {
 namespace {
@@ -15,7 +15,7 @@ namespace fs = std::filesystem;
 using ::testing::Contains;
 using ::testing::MatchesRegex;
 
-class JobEndTest : public JobTest {
+class JobEndTest : public SystemTest {
  protected:
   /// A tree as before the first run, with an agent that fails.
   void startAnew() {
@@ -171,7 +171,7 @@ TEST_F(JobEndTest, ByALockThatAnotherJobHolds) {
   tree_.job.server = "other";
   define();
   EXPECT_EQ(tree_.scan().status, 0);
-  EXPECT_EQ(filesInResult(), 2);
+  EXPECT_EQ(summed(tree_, "sumFileCount"), 2);
 }
 
 TEST_F(JobEndTest, ByALockThatCantBeAskedFor) {

@@ -25,7 +25,7 @@ class JobLogTest : public SystemTest {
   }
   std::set<std::string> names() const { return tree_.names("log/srv"); }
   Outcome scan(const std::string& arguments = "") {
-    tree_.define(summaryOf({data()}).text());
+    define();
     return tree_.scan(words(arguments));
   }
 };
@@ -98,12 +98,14 @@ TEST_F(JobLogTest, TracesArePurgedLikeLogsEachWithWhatBelongsToIt) {
       put(std::string(name) + extension);
     }
   }
-  EXPECT_EQ(scan("-maxnumruns 2 -debug MIN").status, 0);
+  EXPECT_EQ(scan("-maxnumruns 2 -debug Max").status, 0);
   EXPECT_THAT(names(), ::testing::ElementsAre(
                            "nightly.0001_scan.00000002.2.trace", "nightly.0001_scan.00000002.3.trace",
                            "nightly.0001_scan.00000002.log", "nightly.0001_scan.00000002.notify.trace",
                            "nightly.0001_scan.00000002.trace", "nightly.0012_scan.00000345.log",
                            "nightly.0012_scan.00000345.trace"));
+  EXPECT_THAT(content(tree_.traceFile()), ::testing::HasSubstr("Enter: startScan(...)\n"));
+  EXPECT_TRUE(InstallTree::exists(tree_.definitionFile())) << "kept for whoever reads such a trace";
 }
 
 TEST_F(JobLogTest, AnotherLanguageSpeaksWhereItHasTheMessageEnglishElsewhere) {
@@ -122,7 +124,7 @@ TEST_F(JobLogTest, AnotherLanguageSpeaksWhereItHasTheMessageEnglishElsewhere) {
     GTEST_SKIP() << refused.what();
   }
   if (!InstallTree::exists(locales + "/de_DE.UTF-8")) GTEST_SKIP() << "no German locale can be made here";
-  tree_.define(summaryOf({data()}).text());
+  define();
   Launch launch = tree_.launch();
   launch.environment.insert(
       {{"LOCPATH", locales}, {"LC_MESSAGES", "de_DE.UTF-8"}, {"LC_TIME", "de_DE.UTF-8"}});

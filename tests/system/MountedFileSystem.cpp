@@ -91,14 +91,4 @@ MountedFileSystem MountedFileSystem::ext4(const std::string& mountPoint, int meb
                           mountPoint + "'"};
 }
 
-MountedFileSystem MountedFileSystem::overlay(const std::string& mountPoint, const std::string& directory) {
-  const std::string empty = mountPoint + ".empty";
-  return {mountPoint, "mkdir -p '" + empty + "' && mount -t overlay -o ro,noatime,xino=on,lowerdir='" +
-                          directory + ":" + empty + "' view '" + mountPoint + "'"};
-}
-
-MountedFileSystem MountedFileSystem::bind(const std::string& mountPoint, const std::string& directory) {
-  return {mountPoint, "mount --bind '" + directory + "' '" + mountPoint + "'"};
-}
-
 }  // namespace agent::test

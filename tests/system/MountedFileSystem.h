@@ -18,10 +18,6 @@ class MountedFileSystem {
   /// @param mkfsOptions further options of mkfs.ext4
   static MountedFileSystem ext4(const std::string& mountPoint, int mebibytes,
                                 const std::string& mkfsOptions = {});
-  /// A read-only view of a directory of the host, as a file system of its own (its own mounts are not in it).
-  static MountedFileSystem overlay(const std::string& mountPoint, const std::string& directory);
-  /// An existing directory a second time.
-  static MountedFileSystem bind(const std::string& mountPoint, const std::string& directory);
 
   MountedFileSystem(MountedFileSystem&& other) noexcept;
   MountedFileSystem& operator=(MountedFileSystem&&) = delete;

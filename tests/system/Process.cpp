@@ -57,7 +57,7 @@ std::vector<char*> pointers(std::vector<std::string>& texts) {
 }  // namespace
 
 Outcome run(const Launch& launch) {
-  std::vector<std::string> arguments{launch.name.empty() ? launch.program.string() : launch.name};
+  std::vector<std::string> arguments{launch.program};
   arguments.insert(arguments.end(), launch.arguments.begin(), launch.arguments.end());
   std::vector<std::string> environment;
   for (const auto& [name, value] : launch.environment) environment.push_back(name + "=" + value);

@@ -15,7 +15,6 @@ namespace agent::test {
 /// How a program is started.
 struct Launch {
   std::filesystem::path program;       ///< what is executed
-  std::string name;                    ///< argv[0]; empty: the program
   std::vector<std::string> arguments;  ///< behind argv[0]
   std::map<std::string, std::string> environment{{"PATH", "/usr/sbin:/usr/bin:/sbin:/bin"}};  ///< and TMPDIR
   std::vector<int> closed;                  ///< descriptors that the program finds closed

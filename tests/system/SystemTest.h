@@ -21,6 +21,9 @@ class SystemTest : public ::testing::Test {
     std::ofstream(data() + "/two.txt") << "2";
   }
 
+  /// A job that counts the two files.
+  void define() const { tree_.define(summaryOf({data()}).text()); }
+
   const std::string& data() const { return mounted_.path(); }
   /// Its path as logs and results have it.
   std::string logicalData() const { return data() + "/"; }

@@ -122,7 +122,7 @@ TEST_F(WalkTest, TheClusterFileSystemsToolIsAskedForItsSnapshotDirectory) {
 
 TEST_F(WalkTest, AJobWithoutDescriptorsSaysWhatItLost) {
   nest("d", 60);
-  tree_.define(summaryOf({data()}).text());
+  define();
   Launch launch = tree_.launch();
   launch.arguments.insert(launch.arguments.begin(), {"--nofile=30", launch.program});
   launch.program = "/usr/bin/prlimit";
