@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <csignal>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -22,16 +21,11 @@ namespace {
 
 using Corpus = std::vector<std::string>;
 
-volatile sig_atomic_t currentNumber = -1;
+std::string current = "input of the corpus\n";
 
-// Tells which made input it was; in a handler, so by hand.
-void tellNumber(int) {
-  char text[] = "input number ..........\n";
-  char* digit = std::strrchr(text, '.');
-  for (long number = currentNumber; *digit == '.'; --digit, number /= 10) {
-    *digit = static_cast<char>(number < 0 ? '-' : '0' + number % 10);
-  }
-  (void)!write(STDERR_FILENO, text, sizeof text - 1);
+/// Tells which input it was that failed.
+void tellCurrent(int) {
+  (void)!write(STDERR_FILENO, current.data(), current.size());
 }
 
 Corpus readCorpus(const std::string& directory) {
@@ -91,7 +85,7 @@ int main(int argc, char** argv) {
     std::cerr << "Usage: " << argv[0] << " CORPUS-DIRECTORY COUNT [FIRST]\n";
     return 2;
   }
-  std::signal(SIGABRT, tellNumber);
+  std::signal(SIGABRT, tellCurrent);
   const Corpus corpus = readCorpus(argv[1]);
   if (corpus.empty()) {
     std::cerr << "the corpus '" << argv[1] << "' is empty\n";
@@ -101,7 +95,7 @@ int main(int argc, char** argv) {
   const long first = argc > 3 ? std::stol(argv[3]) : 0;
   const long count = std::stol(argv[2]);
   for (long number = first; number < first + count; ++number) {
-    currentNumber = static_cast<sig_atomic_t>(number);
+    current = "input number " + std::to_string(number) + "\n";
     run(madeInput(corpus, static_cast<uint32_t>(number)));
   }
   std::cout << corpus.size() << " inputs of the corpus and " << count << " made from them\n";

@@ -19,13 +19,19 @@ class RandomEntries {
   Entry next() {
     std::vector<std::string> directories(random_() % 4);
     for (std::string& directory : directories) directory = name();
-    Entry entry(random_() % 2 == 0 ? "/" : "/m/", directories, name());
-    entry.type(static_cast<int32_t>(random_() % 8)).now(time()).modified(time()).accessed(time());
-    entry.size(static_cast<int64_t>(random_() % 5000)).blocks(static_cast<int64_t>(random_() % 20));
-    if (random_() % 8 == 0)
-      entry.size(static_cast<int64_t>(random_())).blocks(static_cast<int64_t>(random_()));
-    entry.attributes((random_() % 2 == 0 ? 0x7E0020U : 0xFFFFFFFFU) & static_cast<uint32_t>(random_()));
-    return entry.user(name()).group(name());
+    const std::string root = random_() % 2 == 0 ? "/" : "/m/";
+    Entry entry(root, directories, name(), {.type = static_cast<int32_t>(random_() % 8)});
+    EntryValues& values = entry.values;
+    const bool isLarge = random_() % 8 == 0;
+    values.size = static_cast<int64_t>(isLarge ? random_() : random_() % 5000);
+    values.blocks = static_cast<int64_t>(isLarge ? random_() : random_() % 20);
+    values.attributes = (random_() % 2 == 0 ? 0x7E0020U : 0xFFFFFFFFU) & static_cast<uint32_t>(random_());
+    values.modified = time();
+    values.accessed = time();
+    values.now = time();
+    values.user = name();
+    values.group = name();
+    return entry;
   }
 
  private:

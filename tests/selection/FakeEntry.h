@@ -38,70 +38,49 @@ class FakeWalk : public WalkPosition {
   std::vector<std::string> paths_;
 };
 
-/// One entry with all that a selection can look at. Keeps the texts that fileInfo points at.
+/// What a selection can look at besides the path.
+struct EntryValues {
+  int32_t type = 0;
+  int64_t size = 0;    // bytes
+  int64_t blocks = 0;  // of 512 bytes
+  int64_t modified = 0, accessed = 0;
+  std::string user = "root", group = "root";
+  uint32_t attributes = 0;
+  int32_t now = 0;
+};
+
+/// One entry. Keeps the texts that fileInfo points at.
 class Entry {
  public:
-  Entry(const std::string& root, const std::vector<std::string>& directories, const std::string& name)
-      : walk_(root, directories),
-        path_((walk_.directory().ends_with('/') ? walk_.directory() : walk_.directory() + "/") + name) {}
-
-  Entry& type(int32_t value) {
-    info_.type = value;
-    return *this;
+  Entry(const std::string& root, const std::vector<std::string>& directories, const std::string& name,
+        EntryValues given = {})
+      : values(std::move(given)), walk_(root, directories) {
+    path = walk_.directory();
+    if (!path.ends_with('/')) path += '/';
+    path += name;
   }
-  Entry& size(int64_t bytes) {
-    info_.stat.st_size = bytes;
-    return *this;
-  }
-  Entry& blocks(int64_t units) {
-    info_.stat.st_blocks = units;
-    return *this;
-  }
-  Entry& modified(int64_t seconds) {
-    info_.stat.st_mtime = seconds;
-    return *this;
-  }
-  Entry& accessed(int64_t seconds) {
-    info_.stat.st_atime = seconds;
-    return *this;
-  }
-  Entry& attributes(uint32_t word) {
-    info_.stat.st_mode = word;
-    return *this;
-  }
-  Entry& user(const std::string& name) {
-    user_ = name;
-    return *this;
-  }
-  Entry& group(const std::string& name) {
-    group_ = name;
-    return *this;
-  }
-  Entry& now(int32_t seconds) {
-    info_.now = seconds;
-    return *this;
-  }
-  Entry& path(const std::string& path) {
-    path_ = path;
-    return *this;
-  }
-
-  const std::string& fullPath() const { return path_; }
 
   const fileInfo& info() {
-    info_.scanner = &walk_;
-    info_.path = path_.c_str();
-    info_.pathLength = path_.size();
-    info_.user = user_.c_str();
-    info_.group = group_.c_str();
+    info_ = {.scanner = &walk_,
+             .type = values.type,
+             .now = values.now,
+             .path = path.c_str(),
+             .pathLength = path.size(),
+             .user = values.user.c_str(),
+             .group = values.group.c_str()};
+    info_.stat.st_mode = values.attributes;
+    info_.stat.st_size = values.size;
+    info_.stat.st_blocks = values.blocks;
+    info_.stat.st_mtime = values.modified;
+    info_.stat.st_atime = values.accessed;
     return info_;
   }
 
+  EntryValues values;
+  std::string path;
+
  private:
   FakeWalk walk_;
-  std::string path_;
-  std::string user_ = "root";
-  std::string group_ = "root";
   fileInfo info_;
 };
 

@@ -23,19 +23,18 @@ std::string text(const std::string& value) {
 class SelectionEntriesTest : public ::testing::Test {
  protected:
   SelectionEntriesTest() {
-    // letter, directories, name, type, bytes, blocks, modified and accessed (from now), owner, group,
+    // letter, directories, name; type, bytes, blocks, modified and accessed (from now), owner, group,
     // attributes
-    add('r', {}, "", 3, 4096, 8, -DAY, 0);
-    add('d', {}, "etc", 3, 4096, 8, -9 * DAY, 0, "root", "root", 0x100000);  // sticky
-    add('a', {}, "a.log", 1, 0, 0, -100 * DAY, -50 * DAY, "www-data", "adm");
-    add('b', {"etc"}, "b.log", 1, 1023, 2, 0, 0, "anna", "staff");
-    add('t', {"etc"}, "tool", 1, 1025, 8, -3 * DAY, -DAY, "root", "root",
-        0x480000);  // set-user-ID, executable
-    add('B', {"etc", "sub"}, "big", 1, 3 * GIB, 6'291'456, DAY, DAY, "4711", "4711", 0x20000);  // orphan
-    add('l', {"etc", "sub"}, "link", 2, 7, 0, -9 * DAY, -9 * DAY, "anna", "staff");
-    add('s', {}, "dev.sda", 6, 0, 0, -NOW, -NOW, "root", "disk", 0x40000);  // block device
-    add('p', {}, "pipe", 4, 0, 0, 0, 0, "zoe", "staff");
-    add('c', {}, "caf\xE9", 1, 1'048'576, 2048, 0, 0, "Anna", "STAFF");
+    add('r', {}, "", {3, 4096, 8, -DAY});
+    add('d', {}, "etc", {3, 4096, 8, -9 * DAY, 0, "root", "root", 0x100000});  // sticky
+    add('a', {}, "a.log", {1, 0, 0, -100 * DAY, -50 * DAY, "www-data", "adm"});
+    add('b', {"etc"}, "b.log", {1, 1023, 2, 0, 0, "anna", "staff"});
+    add('t', {"etc"}, "tool", {1, 1025, 8, -3 * DAY, -DAY, "root", "root", 0x480000});  // setuid, executable
+    add('B', {"etc", "sub"}, "big", {1, 3 * GIB, 6'291'456, DAY, DAY, "4711", "4711", 0x20000});  // orphan
+    add('l', {"etc", "sub"}, "link", {2, 7, 0, -9 * DAY, -9 * DAY, "anna", "staff"});
+    add('s', {}, "dev.sda", {6, 0, 0, -NOW, -NOW, "root", "disk", 0x40000});  // block device
+    add('p', {}, "pipe", {4, 0, 0, 0, 0, "zoe", "staff"});
+    add('c', {}, "caf\xE9", {1, 1'048'576, 2048, 0, 0, "Anna", "STAFF"});
   }
 
   std::string selected(const std::string& expression, int32_t baseLevel = 0) {
@@ -54,12 +53,12 @@ class SelectionEntriesTest : public ::testing::Test {
   }
 
  private:
-  void add(char letter, const std::vector<std::string>& directories, const std::string& name, int32_t type,
-           int64_t bytes, int64_t blocks, int64_t modified, int64_t accessed,
-           const std::string& owner = "root", const std::string& group = "root", uint32_t attributes = 0) {
-    Entry entry("/m/", directories, name);
-    entry.type(type).size(bytes).blocks(blocks).now(NOW).modified(NOW + modified).accessed(NOW + accessed);
-    entries_.emplace_back(letter, entry.user(owner).group(group).attributes(attributes));
+  void add(char letter, const std::vector<std::string>& directories, const std::string& name,
+           EntryValues values) {
+    values.now = NOW;
+    values.modified += NOW;
+    values.accessed += NOW;
+    entries_.emplace_back(letter, Entry("/m/", directories, name, values));
   }
 
   std::vector<std::pair<char, Entry>> entries_;
@@ -152,8 +151,7 @@ TEST_F(SelectionEntriesTest, Times) {
 
 TEST(SelectionEvaluationTest, TheRightSideIsNotAskedOnceTheLeftDecides) {
   // A selection that tests a group's name by a pattern notes it when it gets there.
-  Entry file("/", {}, "f");
-  file.type(1);
+  Entry file("/", {}, "f", {.type = 1});
   for (const auto& [expression, reaches] : std::vector<std::pair<std::string, bool>>{
            {"&=T" + be32(2) + text("=Gx"), false},
            {"&=T" + be32(1) + text("=Gx"), true},
@@ -168,25 +166,27 @@ TEST(SelectionEvaluationTest, TheRightSideIsNotAskedOnceTheLeftDecides) {
 
 TEST(SelectionEvaluationTest, AMonitoredDirectoryMayBeTheRootWithoutItsSlash) {
   // The walk spells it so for the directory's own test; nothing may be read behind its end.
-  Entry root("/a/mount/point/", {}, "");
-  root.type(3).path("/a/mount/point");
+  Entry root("/a/mount/point/", {}, "", {.type = 3});
+  root.path = "/a/mount/point";
   EXPECT_TRUE(selects(*compiled(text("=F/a/mount/point")), root.info()));
   EXPECT_FALSE(selects(*compiled(text("=F%/point")), root.info()));
   Entry slash("/", {}, "");
-  EXPECT_TRUE(selects(*compiled(text("=F/")), slash.path("").info()));
+  slash.path.clear();
+  EXPECT_TRUE(selects(*compiled(text("=F/")), slash.info()));
 }
 
 TEST(SelectionEvaluationTest, NumbersHaveTheWidthOfTheFormat) {
-  Entry file("/", {}, "f");
-  file.type(1).now(0x7FFFFFFF).modified(-0x7FFFFFFF).accessed(int64_t{1} << 32);
+  constexpr int32_t NEVER = 0x7FFFFFFF;
+  Entry file("/", {}, "f", {.size = 0x42, .modified = -NEVER, .accessed = int64_t{1} << 32, .now = NEVER});
   EXPECT_TRUE(selects(*compiled("<M" + time('+', 3)), file.info())) << "-2147483647 < -2147483646";
   EXPECT_FALSE(selects(*compiled("<M" + time('+', 1)), file.info()));
   EXPECT_TRUE(selects(*compiled("<=A" + time('@', 0)), file.info())) << "only 32 bits are looked at";
   // Of more than eight digits the last eight count.
-  EXPECT_TRUE(selects(*compiled(BYTES(">=sF00000042\0")), file.size(0x42).info()));
+  EXPECT_TRUE(selects(*compiled(BYTES(">=sF00000042\0")), file.info()));
   EXPECT_FALSE(selects(*compiled(BYTES(">=sF00000043\0")), file.info()));
   // 4 TB of bytes shift by 40, which is 8 in a word of 32 bits.
-  EXPECT_TRUE(selects(*compiled(BYTES("&>=s1\4<=s1\4")), file.size(0x100).info()));
+  file.values.size = 0x100;
+  EXPECT_TRUE(selects(*compiled(BYTES("&>=s1\4<=s1\4")), file.info()));
 }
 
 }  // namespace

@@ -88,8 +88,7 @@ TEST(SelectionErrorsTest, LengthsAndPositionsFitTheirTwoBytes) {
 
 TEST(SelectionNestingTest, TenThousandOperatorsDeepCompilesAndOneMoreDoesNot) {
   const std::string isFile = BYTES("=T\0\0\0\1");
-  Entry file("/", {}, "f");
-  file.type(1);
+  Entry file("/", {}, "f", {.type = 1});
 
   for (const char* const operators : {"!", "&", "|"}) {
     std::string deep, rights;
@@ -117,8 +116,8 @@ TEST(SelectionNestingTest, AListOfAnyLengthIsNotNested) {
   for (int i = 0; i < 200'000; ++i) list += "user" + std::to_string(i) + BYTES("\0,");
   list += BYTES("last\0)");
   const SelectTree root = compiled(list);
-  EXPECT_TRUE(selects(*root, Entry("/", {}, "f").user("last").info()));
-  EXPECT_FALSE(selects(*root, Entry("/", {}, "f").user("user").info()));
+  EXPECT_TRUE(selects(*root, Entry("/", {}, "f", {.user = "last"}).info()));
+  EXPECT_FALSE(selects(*root, Entry("/", {}, "f", {.user = "user"}).info()));
 }
 
 TEST(SelectionFilterTest, DropsPatternsOfAnotherPlatformFromLists) {

@@ -6,9 +6,12 @@
 #include "Scan/results/CuStatResults.h"
 #include "Scan/results/SizeRanges.h"
 #include "Scan/selection/fileInfo.h"
+#include "Scan/statistics/CuStatAccum.h"
+#include "Scan/statistics/CuStatDef.h"
 #include "Scan/statistics/FileAccum.h"
 #include "Scan/statistics/FileTypeAccum.h"
 #include "Scan/statistics/LargeDirAccum.h"
+#include "Scan/statistics/NMost.h"
 #include "Scan/statistics/TimeDistAccum.h"
 #include "statistics/WalkStandIn.h"
 
@@ -154,6 +157,45 @@ TEST_F(AccumulatorTest, FileTypesThatTieFollowTheRuleOfTheList) {
   ASSERT_EQ(results_.srFileTypes.size(), 2u);
   EXPECT_EQ(results_.srFileTypes[0].fileType.ftpFileExtension, ".big");
   EXPECT_EQ(results_.srFileTypes[1].fileType.ftpFileExtension, ".b");
+}
+
+TEST_F(AccumulatorTest, AnInodeCountsOnceLessThanItHasNamesInTheTree) {
+  CuStatDef definition;
+  definition.sdSummary = true;
+  struct Case {
+    int32_t names, inTree;
+    int64_t counted;
+  };
+  for (const Case& c : {Case{1, 1, 1}, Case{2, 2, 1}, Case{3, 3, 2}, Case{4, 4, 3}, Case{2, 1, 0}}) {
+    CuStatAccum accumulator;
+    accumulator.buildAccum(definition, walk_.filesystem);
+    const auto results = accumulator.takeResults();
+    FileAttributes entry = WalkStandIn::file("f", 8);
+    entry.faLinkCount = c.names;
+    entry.faInodeNumber = -5;  // inode numbers are 64 bits of any value
+    for (int32_t i = 0; i < c.inTree; ++i) accumulator.actUpon(walk_.scanner, entry);
+    EXPECT_EQ(results->srSummary->sumFileCount, c.counted)
+        << c.names << " names, " << c.inTree << " in the tree";
+    EXPECT_EQ(results->srSummary->sumTotalSize, 8 * c.counted);
+  }
+}
+
+// Names tell the order of arrival: "4a" came before "4b".
+std::vector<std::string> most(int32_t n, const std::vector<std::string>& arrivals) {
+  NMost<std::string> list(n);
+  for (const std::string& arrival : arrivals) {
+    if (list.mustAdd(std::stoll(arrival))) list.add(arrival);
+  }
+  return list.takeDescending();
+}
+
+TEST(NMost, KeepsTheGreatestAndTheFirstArrivalsAtAKey) {
+  EXPECT_THAT(most(2, {"5a", "5b", "5c"}), ElementsAre("5b", "5a"));  // the third doesn't beat 5
+  EXPECT_THAT(most(2, {"5a", "7a", "9a"}), ElementsAre("9a", "7a"));
+  EXPECT_THAT(most(3, {"4a", "4b", "1a", "2a"}), ElementsAre("4b", "4a", "2a"));
+  EXPECT_THAT(most(2, {"3a", "3b", "4a"}), ElementsAre("4a", "3b"));  // of equal keys the first one goes
+  EXPECT_THAT(most(1, {"-2a", "-1a", "-9a"}), ElementsAre("-1a"));
+  EXPECT_THAT(most(0, {"1a"}), ElementsAre());
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "Common/VoxObjectCreationException.h"
+#include "Scan/results/SSizeDist.h"
 
 namespace agent::test {
 namespace {
@@ -67,6 +68,13 @@ TEST(CuStatDef, DecodesTheWhereClauseFromSignedDecimals) {
     definition.inititializeObject({"sdWhereClause"}, {{c.cell}});
     EXPECT_EQ(definition.sdWhereClause, c.bytes) << c.cell;
   }
+}
+
+TEST(SSizeDist, ReadsTheFirstNumberOfAHistogramOnly) {
+  SSizeDist distribution;
+  distribution.szdSizes[3] = 9;
+  distribution.inititializeObject({"szdCounts", "szdFilesystemID", "szdSizes"}, {{"4,5", "2", "7,8,9"}});
+  EXPECT_EQ(SSizeDist::table().values(distribution), (Row{"2", "0", "7,0,0,0,0,0,0,0", "4,0,0,0,0,0,0,0"}));
 }
 
 }  // namespace

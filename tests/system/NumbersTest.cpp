@@ -59,7 +59,7 @@ TEST(NumbersTest, OfAnExt4FileSystem) {
   definition.records[1].set("sdGroupByOwner", "Y").set("sdGroupByGroup", "Y");
   tree.define(definition.text());
 
-  ASSERT_EQ(tree.scan().status, 0);
+  ASSERT_EQ(tree.scan({"-nfstimeout", "60"}).status, 0);
 
   const ResultFile result(tree.resultFile());
   EXPECT_EQ(totalsByScan(result, 1), totalsByFind(disk.path()));

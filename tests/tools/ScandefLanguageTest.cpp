@@ -112,8 +112,7 @@ TEST(ScandefLanguageTest, ATestOfTheSizeAnswersAsItReadsHoweverLargeTheFile) {
       const std::string test = text + std::to_string(limit) + (text.ends_with("[1, ") ? ")" : "");
       const SelectTree tree = compiled(compileWhere(test)), negated = compiled(compileWhere("not " + test));
       for (const int64_t size : sizes) {
-        Entry entry("/", {}, "f");
-        entry.size(size).blocks((size + 4095) / 4096 * 8);
+        Entry entry("/", {}, "f", {.size = size, .blocks = (size + 4095) / 4096 * 8});
         EXPECT_EQ(selects(*tree, entry.info()), answer(size, limit)) << test << ": " << size;
         EXPECT_NE(selects(*negated, entry.info()), answer(size, limit)) << "not " << test << ": " << size;
       }
