@@ -17,9 +17,6 @@ namespace {
 namespace fs = std::filesystem;
 using ::testing::Contains;
 using ::testing::ElementsAre;
-using ::testing::ElementsAreArray;
-using ::testing::HasSubstr;
-using ::testing::Not;
 
 using Words = std::vector<std::string>;
 
@@ -128,7 +125,7 @@ TEST_F(FilerTest, AFileSystemIsFoundInTheMountTableByAnyOfItsKeys) {
               found ? 0 : 4);
 
     const ResultFile result(tree_.resultFile());
-    EXPECT_THAT(mountLog(), ElementsAreArray(found ? Words{} : Words{notMounted(c.walked)}));
+    EXPECT_THAT(mountLog(), ::testing::ElementsAreArray(found ? Words{} : Words{notMounted(c.walked)}));
     if (found) {
       EXPECT_THAT(namesIn(result, result.results(5, 1)), ElementsAre(c.mountPoint + "/in-" + c.walked));
     }
@@ -168,7 +165,7 @@ TEST_F(FilerTest, ResultsAndSelectionsKnowTheLogicalNamesAlone) {
   EXPECT_EQ(scan(definition), 0);
 
   const std::string text = tree_.result();
-  EXPECT_THAT(text, Not(HasSubstr(local)));
+  EXPECT_THAT(text, Not(::testing::HasSubstr(local)));
   const ResultFile result(tree_.resultFile());
   EXPECT_THAT(namesIn(result, result.results(6, 1)),
               ::testing::UnorderedElementsAre("/vol/users/home/note", "/vol/users/home/anna/mail"));

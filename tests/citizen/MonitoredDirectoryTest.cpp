@@ -14,7 +14,6 @@ namespace agent::test {
 namespace {
 
 namespace fs = std::filesystem;
-using ::testing::UnorderedElementsAre;
 
 using Names = std::vector<std::string>;
 
@@ -160,7 +159,7 @@ TEST_F(MonitoredDirectoryTest, RelativeNamesOfADirectoryStatisticBeginAtTheDirec
   for (const Node* each : below(result)) {
     for (const std::string& name : namesIn(result, only(*each, "CuStatResults"))) counted.push_back(name);
   }
-  EXPECT_THAT(counted, UnorderedElementsAre(m() + "/a/b/b-file", m() + "/home/ben/b/b-file"));
+  EXPECT_THAT(counted, ::testing::UnorderedElementsAre(m() + "/a/b/b-file", m() + "/home/ben/b/b-file"));
   const Node& printed = *result.root().childrenOf("CuStatDef").back();
   EXPECT_EQ(result.text(printed, "sdWhereClause"), "=Fb/*-file" + std::string(1, '\0'))
       << "its bytes, no list";

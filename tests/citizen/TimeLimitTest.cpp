@@ -16,7 +16,6 @@ namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 using ::testing::AllOf;
 using ::testing::Ge;
-using ::testing::Le;
 using ::testing::Lt;
 
 using Words = std::vector<std::string>;
@@ -154,7 +153,7 @@ TEST_F(TimeLimitTest, WhatIsAnsweredLateLeavesNothingBehind) {
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(summed(tree_, "sumFileCount"), 50);
   EXPECT_THAT(took_.count(), AllOf(Ge(DEAD / 2 * 1.0), Lt(DEAD / 2 * 1.2 + 3))) << "two wait at a time";
-  EXPECT_THAT(threads, AllOf(Ge(4), Le(8)))
+  EXPECT_THAT(threads, AllOf(Ge(4), ::testing::Le(8)))
       << "the walk, the asker of figures, two readers, those that are late";
   EXPECT_LE(descriptors, 60);
 }

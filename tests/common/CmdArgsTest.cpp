@@ -1,7 +1,6 @@
 #include "Common/CmdArgs.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <cstdlib>
@@ -13,9 +12,6 @@
 
 namespace agent::test {
 namespace {
-
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 /// A command line that lives as long as its CmdArgs.
 class CommandLine {
@@ -56,11 +52,11 @@ TEST_F(CmdArgsTest, OddValuesAreTakenAsTheyStand) {
   EXPECT_EQ(args_->maxLogSize, 1024);
   EXPECT_EQ(args_->jobName, "");
   EXPECT_EQ(args_->serverPort, 0);
-  EXPECT_THAT(args_->serverIPList, IsEmpty());
+  EXPECT_TRUE(args_->serverIPList.empty());
   EXPECT_EQ(parse({"-jobname", "\"daily", "-serverip", "a__b", "-serverport", "9549x", "-agentcom", "0,0"}),
             0);
   EXPECT_EQ(args_->jobName, "dail");  // the last character goes whatever it is
-  EXPECT_THAT(args_->serverIPList, ElementsAre("a", "", "b"));
+  EXPECT_THAT(args_->serverIPList, ::testing::ElementsAre("a", "", "b"));
   EXPECT_EQ(args_->serverPort, 9549);
   EXPECT_EQ(args_->agentCom, -1);
   EXPECT_EQ(parse({"-jobname", "-version", "-profile", "\"quick\"", "-nfstimeout", "-30"}), 0);

@@ -1,6 +1,5 @@
 #include "Common/GenericPrint.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cerrno>

@@ -1,7 +1,6 @@
 #include "Common/LogManager.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <regex>
@@ -18,8 +17,6 @@
 namespace agent::test {
 namespace {
 
-using testing::MatchesRegex;
-
 constexpr const char* TIME = "[0-9]+/[0-9]+/[0-9]+ [0-9]+:[0-9]+:[0-9]+\\.[0-9][0-9][0-9] ";
 
 class LogManagerTest : public testing::Test {
@@ -35,8 +32,8 @@ TEST_F(LogManagerTest, ALineIsDateTimeAndText) {
   EXPECT_EQ(log.LogActivityLog("second\n"), 0);  // gets no second line end
   EXPECT_EQ(log.LogActivityLog("a\nlist"), 0);
   EXPECT_EQ(log.LogActivityLog("a\nname\n", false), 0);
-  EXPECT_THAT(content(path()), MatchesRegex(std::string(TIME) + "first\n" + TIME + "second\n" + TIME +
-                                            "a\nlist\n" + TIME + "a name\n"));
+  EXPECT_THAT(content(path()), ::testing::MatchesRegex(std::string(TIME) + "first\n" + TIME + "second\n" +
+                                                       TIME + "a\nlist\n" + TIME + "a name\n"));
 }
 
 TEST_F(LogManagerTest, ALineGoesOutInOneWriteHoweverLongItIs) {

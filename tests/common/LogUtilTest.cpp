@@ -1,7 +1,6 @@
 #include "Common/LogUtil.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <filesystem>
 #include <string>
@@ -12,7 +11,6 @@ namespace agent::test {
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 using testing::Pair;
 
 class LogUtilTest : public testing::Test {
@@ -61,7 +59,7 @@ TEST_F(LogUtilTest, OnlyNamesThatThisJobCouldHaveGivenCount) {
                           Pair(Numbers(12345, 123456789), directory() + "a.12345_scan.123456789.log")));
   EXPECT_THAT(LogUtil::getMatchingFilesMap(directory(), job, "scan", ".log"),
               ElementsAre(Pair(Numbers(2, 9), directory() + job + ".0002_scan.00000009.log")));
-  EXPECT_THAT(LogUtil::getMatchingFilesMap(directory() + "missing/", "scan", ".log"), IsEmpty());
+  EXPECT_TRUE(LogUtil::getMatchingFilesMap(directory() + "missing/", "scan", ".log").empty());
 }
 
 }  // namespace

@@ -14,7 +14,6 @@ namespace agent::test {
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 class ParserAPITest : public testing::Test {
  protected:
@@ -76,7 +75,7 @@ TEST_F(ParserAPITest, TheHeaderTableKeepsTheFirstRowOfAClass) {
       "[Tagged,q]\nrow\n"
       "[/Header]\n");
   EXPECT_THAT(pa.getEntityHeader({"Twice", 0, 0, ""}).names(), ElementsAre("first"));
-  EXPECT_THAT(pa.getEntityHeader({"Hidden", 0, 0, ""}).names(), IsEmpty());  // an empty line is a row
+  EXPECT_TRUE(pa.getEntityHeader({"Hidden", 0, 0, ""}).names().empty());  // an empty line is a row
   EXPECT_THAT(pa.getEntityHeader({"Tagged,q", 0, 0, ""}).names(), ElementsAre("row"));
   for (const char* name : {"Bare", "Missing"}) {
     EXPECT_THROW(pa.getEntityHeader({name, 0, 0, ""}), VOXParserException);

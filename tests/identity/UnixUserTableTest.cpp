@@ -1,6 +1,5 @@
 #include "Scan/unix/UnixUserTable.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cerrno>
@@ -11,8 +10,6 @@
 
 namespace agent {
 namespace {
-
-using ::testing::StrEq;
 
 struct Entry {
   std::string name;
@@ -127,9 +124,9 @@ TEST_F(UnixUserTableTest, SelectionsSeeNamesCutToTheirLimits) {
   database().users[1] = {name40, ""};
   database().groups[1] = {name40, ""};
 
-  EXPECT_THAT(user(1).selectionName(), StrEq(name40.substr(0, 32)));
+  EXPECT_EQ(user(1).selectionName(), name40.substr(0, 32));
   EXPECT_EQ(user(1).ugName, name40);
-  EXPECT_THAT(group(1).selectionName(), StrEq(name40.substr(0, 16)));
+  EXPECT_EQ(group(1).selectionName(), name40.substr(0, 16));
 }
 
 }  // namespace

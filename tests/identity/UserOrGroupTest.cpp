@@ -1,6 +1,5 @@
 #include "Scan/identity/UserOrGroup.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "Scan/identity/UberTable.h"
@@ -8,15 +7,13 @@
 namespace agent {
 namespace {
 
-using ::testing::StrEq;
-
 TEST(UserOrGroupTest, LoadsItsValuesInAnyOrder) {
   UserOrGroup record;
   record.ugDescription = "old";
   record.loadValues({"ugGroupID", "ugName", "ugDescription", "unknown", "ugRemoved", "ugType", "ugID"},
                     {"12", "staff-of-the-whole-house", "null", "x", "true", "2"});
   EXPECT_EQ(record.ugGroupID, 12);
-  EXPECT_THAT(record.selectionName(), StrEq("staff-of-the-who"));
+  EXPECT_STREQ(record.selectionName(), "staff-of-the-who");
   EXPECT_EQ(record.ugDescription, "");
   EXPECT_TRUE(record.ugRemoved);
   EXPECT_EQ(record.ugID, 0) << "a name without a value";

@@ -1,9 +1,8 @@
 #include "Scan/ScanDefinition.h"
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 
 #include "Probe/NasFiler.h"
 #include "support/TemporaryDirectory.h"

@@ -1,7 +1,6 @@
 #include "Scan/selection/Selection.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <regex.h>
 
 #include "Scan/selection/SelectNode.h"

@@ -1,6 +1,6 @@
 #include "Scan/statistics/CuStatDef.h"
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <string>
 #include <string_view>

@@ -1,8 +1,6 @@
 #pragma once
 
-#include <memory>
 #include <string>
-#include <vector>
 
 #include "Probe/Filesystem.h"
 #include "Scan/identity/UberTable.h"

@@ -1,7 +1,5 @@
 // Definitions that nobody meant to write: whatever they hold, the job ends soon, with a code of its own.
 
-#include <gmock/gmock.h>
-
 #include <set>
 
 #include "system/Results.h"

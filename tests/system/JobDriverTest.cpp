@@ -12,12 +12,8 @@ namespace agent::test {
 namespace {
 
 namespace fs = std::filesystem;
-using ::testing::Contains;
 using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 using ::testing::MatchesRegex;
-using ::testing::Not;
-using ::testing::SizeIs;
 
 std::string refused(const std::string& argument) {
   return "AGT0398E The option \"" + argument + "\" is not valid. The job ends.\n" +
@@ -128,7 +124,7 @@ TEST_F(JobDriverTest, TheAgentsEndOfThePipeIsClosedAndChildrenInheritNothing) {
     EXPECT_EQ(run(launch).status, 0);
 
     EXPECT_EQ(pipe.received(), "1");
-    EXPECT_THAT(linesOf(content(tree_ / "parent")), Not(Contains("7")));
+    EXPECT_THAT(linesOf(content(tree_ / "parent")), ::testing::Not(::testing::Contains("7")));
     // 3 is what ls itself opens to read the directory.
     EXPECT_THAT(linesOf(content(tree_ / "child")), ElementsAre("0", "1", "2", "3")) << number;
   }
@@ -143,9 +139,10 @@ TEST_F(JobDriverTest, ClosedDescriptorsHarmNothing) {
     Launch launch = tree_.launch({"-agentcom", agentCom, "-debug", "MIN"});
     launch.closed = closed;
     EXPECT_EQ(run(launch).status, 0);
-    EXPECT_THAT(content(tree_.traceFile()), HasSubstr("Failed to send status to agent: 1\n")) << agentCom;
+    EXPECT_THAT(content(tree_.traceFile()), ::testing::HasSubstr("Failed to send status to agent: 1\n"))
+        << agentCom;
     EXPECT_EQ(summed(tree_, "sumFileCount"), 2);  // and it reads as a result: nobody else's text is in it
-    EXPECT_THAT(tree_.logLines(), SizeIs(6));
+    EXPECT_THAT(tree_.logLines(), ::testing::SizeIs(6));
     fs::remove_all(tree_ / "log");
 
     launch.arguments = {"-frobnicate"};

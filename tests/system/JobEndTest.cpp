@@ -13,7 +13,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using ::testing::Contains;
-using ::testing::MatchesRegex;
 
 class JobEndTest : public SystemTest {
  protected:
@@ -142,7 +141,8 @@ TEST_F(JobEndTest, ByADefinitionThatIsNoUse) {
     EXPECT_EQ(fs::is_symlink(file) || InstallTree::exists(file), !c.text.empty());
     EXPECT_THAT(tree_.agentArguments(), Contains(std::to_string(c.code)));
     // The record is the notify child's to close, even where it failed.
-    EXPECT_THAT(content(tree_.recordFile()), MatchesRegex("DO NOT.*\npid=[0-9]+ startTime=[0-9]+"));
+    EXPECT_THAT(content(tree_.recordFile()),
+                ::testing::MatchesRegex("DO NOT.*\npid=[0-9]+ startTime=[0-9]+"));
   }
 }
 

@@ -2,8 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <unistd.h>
-
 #include <set>
 
 #include "system/SystemTest.h"

@@ -1,7 +1,5 @@
 // The figures that administrators compare: against find, statvfs and the superblock.
 
-#include <gmock/gmock.h>
-
 #include <unistd.h>
 
 #include "system/Results.h"

@@ -1,6 +1,5 @@
 #include "system/Process.h"
 
-#include <fcntl.h>
 #include <linux/close_range.h>
 #include <poll.h>
 #include <sys/mman.h>

@@ -1,7 +1,5 @@
 // What people see of a result.
 
-#include <gmock/gmock.h>
-
 #include <map>
 #include <nlohmann/json.hpp>
 

@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include <set>
-#include <thread>
 
 #include "Common/unix/FileDescriptor.h"
 #include "system/Results.h"
@@ -20,7 +19,6 @@ namespace {
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-using ::testing::Not;
 using ::testing::StartsWith;
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)

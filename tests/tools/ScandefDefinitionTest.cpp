@@ -1,7 +1,6 @@
 #include "ScandefDefinition.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <array>
 #include <sstream>
@@ -13,7 +12,6 @@ namespace agent::scandef {
 namespace {
 
 using test::content;
-using ::testing::StartsWith;
 
 /// The words of a command line, which may hold blanks: "--job|nightly".
 std::vector<std::string> words(const std::string& text) {
@@ -134,7 +132,7 @@ TEST(ScandefOptionsTest, AnAbsolutePatternThatReachesNothingIsTold) {
             .remarks;
     EXPECT_EQ(remarks.size(), remark.empty() ? 0U : 1U) << patterns;
     for (const std::string& told : remarks)
-      EXPECT_THAT(told, StartsWith("--where: nothing that is counted matches " + remark));
+      EXPECT_THAT(told, ::testing::StartsWith("--where: nothing that is counted matches " + remark));
   }
 }
 

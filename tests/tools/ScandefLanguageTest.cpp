@@ -1,7 +1,6 @@
 #include "ScandefLanguage.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <functional>

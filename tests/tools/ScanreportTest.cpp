@@ -1,7 +1,6 @@
 #include "ScanreportCommand.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -15,9 +14,6 @@ namespace {
 
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-using ::testing::Matcher;
-using ::testing::Not;
 using ::testing::StartsWith;
 
 /// scanreport in this process.
@@ -89,7 +85,7 @@ TEST(ScanreportTest, WhatIsNoWholeResultIsToldWithTheLineAndWhatWasExpected) {
     const Report shown({directory.file("file", text)});
     EXPECT_EQ(shown.status, 1);
     EXPECT_THAT(shown.err, EndsWith(": " + reason + "\n"));
-    EXPECT_THAT(shown.out, text.size() < 100 ? Matcher<std::string>(IsEmpty())
+    EXPECT_THAT(shown.out, text.size() < 100 ? ::testing::Matcher<std::string>(::testing::IsEmpty())
                                              : HasSubstr("\n  " + reason + "\n\n{two}"));
   }
   for (const auto& [path, reason] :
