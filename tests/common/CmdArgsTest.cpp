@@ -13,35 +13,29 @@
 namespace agent::test {
 namespace {
 
-/// A command line that lives as long as its CmdArgs.
-class CommandLine {
- public:
-  explicit CommandLine(std::vector<std::string> words) : words_(std::move(words)) {
-    for (std::string& word : words_) pointers_.push_back(word.data());
-    pointers_.push_back(nullptr);
-  }
-
-  CmdArgs args() { return {static_cast<int>(words_.size()), pointers_.data(), CmdArgs::SCAN_PROGRAM}; }
-
- private:
-  std::vector<std::string> words_;
-  std::vector<char*> pointers_;
-};
-
 class CmdArgsTest : public testing::Test {
  protected:
-  /// Parses "<install>/bin/scan words..." into args_.
+  /// The arguments of a command line, which lives until the next one.
+  CmdArgs& commandLine(std::vector<std::string> words) {
+    words_ = std::move(words);
+    pointers_.clear();
+    for (std::string& word : words_) pointers_.push_back(word.data());
+    pointers_.push_back(nullptr);
+    args_ =
+        std::make_unique<CmdArgs>(static_cast<int>(words_.size()), pointers_.data(), CmdArgs::SCAN_PROGRAM);
+    return *args_;
+  }
+  /// Parses "<install>/bin/scan words...".
   int parse(std::vector<std::string> words) {
     words.insert(words.begin(), directory_ / "bin/scan");
-    line_ = std::make_unique<CommandLine>(words);
-    args_ = std::make_unique<CmdArgs>(line_->args());
-    return args_->parse();
+    return commandLine(std::move(words)).parse();
   }
 
   const std::string& install() const { return directory_.path(); }
 
   TemporaryDirectory directory_;
-  std::unique_ptr<CommandLine> line_;
+  std::vector<std::string> words_;
+  std::vector<char*> pointers_;
   std::unique_ptr<CmdArgs> args_;
 };
 
@@ -99,17 +93,14 @@ TEST_F(CmdArgsTest, TheInstallLocationFollowsFromTheProgramsPath) {
   };
   for (const auto& [called, path, location] : cases) {
     ::setenv("PATH", path.c_str(), 1);
-    CommandLine line({called});
-    EXPECT_EQ(line.args().getInstallLocation(), location) << called << " " << path;
+    EXPECT_EQ(commandLine({called}).getInstallLocation(), location) << called << " " << path;
   }
   ::setenv("PATH", keptPath.c_str(), 1);
   std::filesystem::current_path(oldDirectory);
 
-  CommandLine nowhere({"/scan"});
-  EXPECT_EQ(nowhere.args().parse(), 59);
-  CommandLine nothing({});
-  EXPECT_EQ(nothing.args().parse(), 59);
-  EXPECT_FALSE(nothing.args().wantsVersion());
+  EXPECT_EQ(commandLine({"/scan"}).parse(), 59);
+  EXPECT_EQ(commandLine({}).parse(), 59);
+  EXPECT_FALSE(args_->wantsVersion());
 }
 
 }  // namespace

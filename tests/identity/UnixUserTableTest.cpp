@@ -11,32 +11,25 @@
 namespace agent {
 namespace {
 
-struct Entry {
-  std::string name;
-  std::string description;
-};
-
 /// A database of the test's own, which counts how often each number is asked for.
 class FakeDatabase : public UserDatabase {
  public:
-  int findUser(uint32_t uid, std::string& name, std::string& description) override {
+  int findUser(uint32_t uid, std::string& name, std::string& /*description*/) override {
     ++asked[uid];
     if (failuresToCome > 0) return --failuresToCome, EIO;
     if (!users.contains(uid)) return NO_ENTRY;
-    name = users[uid].name;
-    description = users[uid].description;
+    name = users[uid];
     return 0;
   }
   int findGroup(uint32_t gid, std::string& name) override {
     if (failuresToCome > 0) return --failuresToCome, EIO;
     if (!groups.contains(gid)) return NO_ENTRY;
-    name = groups[gid].name;
+    name = groups[gid];
     return 0;
   }
 
   int failuresToCome = 0;
-  std::map<uint32_t, Entry> users;
-  std::map<uint32_t, Entry> groups;
+  std::map<uint32_t, std::string> users, groups;
   std::map<uint32_t, int> asked;
 };
 
@@ -78,7 +71,7 @@ TEST_F(UnixUserTableTest, TheDatabaseIsAskedOncePerNumberHoweverManyThereAre) {
 }
 
 TEST_F(UnixUserTableTest, ADatabaseThatFailsIsAskedAgainAndItsFailuresAreCounted) {
-  for (uint32_t uid = 0; uid < 600; ++uid) database().users[uid] = {"user" + std::to_string(uid), ""};
+  for (uint32_t uid = 0; uid < 600; ++uid) database().users[uid] = "user" + std::to_string(uid);
   user(7);
   database().failuresToCome = 2;
   EXPECT_FALSE(user(20).ugRemoved);
@@ -106,9 +99,9 @@ TEST_F(UnixUserTableTest, ADatabaseThatFailsIsAskedAgainAndItsFailuresAreCounted
 }
 
 TEST_F(UnixUserTableTest, NumbersOfOneNameAreOneOwner) {
-  database().users[500] = {"web", "first"};
-  database().users[501] = {"web", "second"};
-  database().users[502] = {"1234", "a login of digits"};
+  database().users[500] = "web";
+  database().users[501] = "web";
+  database().users[502] = "1234";  // a login of digits
 
   const UserOrGroup& web = user(500);
   EXPECT_EQ(&user(501), &web);
@@ -121,8 +114,8 @@ TEST_F(UnixUserTableTest, NumbersOfOneNameAreOneOwner) {
 
 TEST_F(UnixUserTableTest, SelectionsSeeNamesCutToTheirLimits) {
   const std::string name40 = "abcdefghijklmnopqrstuvwxyz0123456789ABCD";
-  database().users[1] = {name40, ""};
-  database().groups[1] = {name40, ""};
+  database().users[1] = name40;
+  database().groups[1] = name40;
 
   EXPECT_EQ(user(1).selectionName(), name40.substr(0, 32));
   EXPECT_EQ(user(1).ugName, name40);

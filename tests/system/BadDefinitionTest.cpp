@@ -16,8 +16,8 @@ class BadDefinitionTest : public SystemTest {
     definition.add(filesystem(1, data()));
     definition.add(filesystem(2, "/vol/v")
                        .add(nasFiler(3, "filer", "filer.example")
-                                .add(domain(4, "d"))
-                                .add(ldapTree(5, "t"))
+                                .add({"Domain", {{"domID", "4"}, {"domName", "d"}}})
+                                .add({"LdapTree", {{"ltTreeID", "5"}, {"ltName", "t"}}})
                                 .add(filesystem(6, "/x"))));
     definition.add(monitoredDirectory(3, data() + "/*"));
     definition.add(fullStatistic(5, 3, "all, \"of\" it", 10));
@@ -106,8 +106,8 @@ TEST_F(BadDefinitionTest, Oddities) {
                 header + scan + mounted + own + "[" + std::string(5 << 20, 'a') + "]\n" + end, 0},
            Case{"200,000 nodes inside each other",
                 header + scan + mounted + own + repeated(200'000, "[AgentScan]\n"), 0},
-           Case{"200,000 rows",
-                header + repeated(1, "[AgentScan]\n") + repeated(200'000, "x,1\n") + mounted + own + end, 0},
+           Case{"200,000 rows", header + "[AgentScan]\n" + repeated(200'000, "x,1\n") + mounted + own + end,
+                0},
            Case{"20,000 statistics", header + scan + mounted + repeated(20'000, own) + end, 0},
            Case{"200 file systems that aren't there", header + scan + mounted + own + absent + end, 4},
        }) {

@@ -72,15 +72,16 @@ Record& Record::add(Record child) {
 }
 
 Record filesystem(int id, const std::string& mountPoint, int type) {
-  return Record{"Filesystem", {}, {}}.set("fsID", id).set("fsMountPoint", mountPoint).set("fsType", type);
+  return {"Filesystem",
+          {{"fsID", std::to_string(id)}, {"fsMountPoint", mountPoint}, {"fsType", std::to_string(type)}}};
 }
 
 Record statistic(int id, int type, const std::string& name) {
-  return Record{"CuStatDef", {}, {}}
-      .set("sdID", id)
-      .set("sdCreator", "admin")
-      .set("sdName", name)
-      .set("sdType", type);
+  return {"CuStatDef",
+          {{"sdID", std::to_string(id)},
+           {"sdCreator", "admin"},
+           {"sdName", name},
+           {"sdType", std::to_string(type)}}};
 }
 
 Record fullStatistic(int id, int type, const std::string& name, int length) {
@@ -97,31 +98,22 @@ Record fullStatistic(int id, int type, const std::string& name, int length) {
 }
 
 Record monitoredDirectory(int id, const std::string& path, int computerID) {
-  return Record{"MonDirSpec", {}, {}}
-      .set("mdsID", id)
-      .set("mdsGroupID", 7)
-      .set("mdsComputerID", computerID)
-      .set("mdsPath", path);
+  const std::string computer = std::to_string(computerID);
+  return {
+      "MonDirSpec",
+      {{"mdsID", std::to_string(id)}, {"mdsGroupID", "7"}, {"mdsComputerID", computer}, {"mdsPath", path}}};
 }
 
 Record nasFiler(int computerID, const std::string& name, const std::string& networkName, int osType) {
-  return Record{"NasFiler", {}, {}}
-      .set("nfComputerID", computerID)
-      .set("nfName", name)
-      .set("nfNetworkName", networkName)
-      .set("nfOSType", osType);
-}
-
-Record domain(int id, const std::string& name) {
-  return Record{"Domain", {}, {}}.set("domID", id).set("domName", name);
-}
-
-Record ldapTree(int id, const std::string& name) {
-  return Record{"LdapTree", {}, {}}.set("ltTreeID", id).set("ltName", name);
+  return {"NasFiler",
+          {{"nfComputerID", std::to_string(computerID)},
+           {"nfName", name},
+           {"nfNetworkName", networkName},
+           {"nfOSType", std::to_string(osType)}}};
 }
 
 Record restrictedTo(Record filesystem) {
-  return Record{"ResultsByFS", {}, {}}.add(std::move(filesystem));
+  return {"ResultsByFS", {}, {std::move(filesystem)}};
 }
 
 Definition& Definition::add(Record record) {

@@ -9,8 +9,8 @@ namespace agent::test {
 /// One record of a definition: its class, its cells by column, its children.
 struct Record {
   std::string tag;
-  std::map<std::string, std::string> cells;
-  std::vector<Record> children;
+  std::map<std::string, std::string> cells{};
+  std::vector<Record> children{};
 
   /// Sets a cell, or replaces it.
   Record& set(const std::string& column, const std::string& value);
@@ -25,8 +25,6 @@ Record statistic(int id, int type, const std::string& name);
 Record fullStatistic(int id, int type, const std::string& name, int length);
 Record monitoredDirectory(int id, const std::string& path, int computerID = 0);
 Record nasFiler(int computerID, const std::string& name, const std::string& networkName = {}, int osType = 1);
-Record domain(int id, const std::string& name);
-Record ldapTree(int id, const std::string& name);
 /// A file system that a statistic of sdType 4 is restricted to.
 Record restrictedTo(Record filesystem);
 

@@ -114,13 +114,9 @@ TEST_F(JobLogTest, AnotherLanguageSpeaksWhereItHasTheMessageEnglishElsewhere) {
   fs::create_directories(tree_ / "nls/de_DE");
   std::ofstream(tree_.scratch() + "/de.msg") << "$set 1\n$quote \"\n462 \"STA0161I Fertig.\"\n"
                                              << "325 \"STA0025I Es geht um \\\"%1$s\\\".\"\n";
-  try {
-    // glibc keeps locales it doesn't know where LOCPATH says. A warning about the sources is no failure.
-    shell("localedef -c -i de_DE -f UTF-8 '" + locales + "/de_DE.UTF-8' || [ $? -eq 1 ]");
-    shell("gencat '" + (tree_ / "nls/de_DE/nrvna.cat") + "' '" + tree_.scratch() + "/de.msg'");
-  } catch (const std::exception& refused) {
-    GTEST_SKIP() << refused.what();
-  }
+  shell("gencat '" + (tree_ / "nls/de_DE/nrvna.cat") + "' '" + tree_.scratch() + "/de.msg'");
+  // glibc keeps locales it doesn't know where LOCPATH says. A warning about the sources is no failure.
+  shell("localedef -c -i de_DE -f UTF-8 '" + locales + "/de_DE.UTF-8' || true");
   if (!InstallTree::exists(locales + "/de_DE.UTF-8")) GTEST_SKIP() << "no German locale can be made here";
   define();
   Launch launch = tree_.launch();

@@ -52,14 +52,6 @@ void enterPrivateMountNamespace() {
   if (noNamespace.empty()) coverMountTable();
 }
 
-long long superblockSize(const std::string& mountPoint) {
-  const std::string header = "dumpe2fs -h $(findmnt -n -o SOURCE --target '" + mountPoint + "') 2>/dev/null";
-  const auto field = [&](const char* name) {
-    return std::stoll(shell(header + " | sed -n 's/^" + name + ": *//p'"));
-  };
-  return field("Block count") * (field("Block size") / 512);
-}
-
 MountedFileSystem::MountedFileSystem(std::string mountPoint, const std::string& command)
     : mountPoint_(std::move(mountPoint)), whyNot_(noNamespace) {
   if (!whyNot_.empty()) return;

@@ -34,9 +34,6 @@ class MountedFileSystem {
   std::string whyNot_;
 };
 
-/// The size of an ext4 file system in 512-byte units, as its superblock has it. @throws std::runtime_error
-long long superblockSize(const std::string& mountPoint);
-
 /// Enters a mount namespace of its own, as root in a user namespace for other users. To be called once,
 /// before any thread is started. Where it fails, every mount is refused with the reason.
 void enterPrivateMountNamespace();

@@ -22,7 +22,10 @@
 #include <sys/sysmacros.h>
 #include <unistd.h>
 
-#include "system/Reports.h"
+#include <map>
+#include <nlohmann/json.hpp>
+
+#include "Common/SafeText.h"
 #include "system/Results.h"
 #include "system/SystemTest.h"
 
@@ -79,6 +82,55 @@ Definition twoFileSystems(const std::string& one, const std::string& two) {
                      .set("sdSizeDistribution", "Y")
                      .set("sdWhereClause", selecting("&P\0\x0C\0\0"sv)));
   return definition;
+}
+
+Outcome report(std::vector<std::string> arguments) {
+  Launch launch;
+  launch.program = SCANREPORT_PROGRAM;
+  launch.arguments = std::move(arguments);
+  return run(launch);
+}
+
+bool isControl(char byte) {
+  return (byte >= 0 && byte < ' ') || byte == 0x7F;
+}
+
+/// Records by class, as far as they stand on lines of their own in JSON.
+void countRecords(const Node& node, std::map<std::string, size_t>& counts) {
+  for (const Node& child : node.children) {
+    ++counts[child.tag];
+    countRecords(child, counts);
+  }
+}
+
+/// Runs scanreport on a result, as text and as JSON, and looks at what every report has to be: within 80
+/// columns, free of control bytes, UTF-8; each line of JSON an object, with one object for each record of the
+/// result.
+void expectGoodReports(const std::string& resultFile) {
+  const Outcome text = report({resultFile});
+  EXPECT_EQ(text.status, 0);
+  EXPECT_EQ(text.err, "");
+  EXPECT_NO_THROW(nlohmann::json(text.out).dump()) << "the report is no UTF-8";
+  for (const std::string& line : linesOf(text.out)) {
+    EXPECT_LE(displayWidth(line), 80U) << line;
+    EXPECT_TRUE(std::none_of(line.begin(), line.end(), isControl)) << line;
+  }
+
+  const Outcome json = report({"--json", resultFile});
+  EXPECT_EQ(json.status, 0);
+  EXPECT_EQ(json.err, "");
+  std::map<std::string, size_t> shown, stored;
+  countRecords(ResultFile(resultFile).root(), stored);
+  for (const std::string& line : linesOf(json.out)) {
+    EXPECT_TRUE(std::none_of(line.begin(), line.end(), isControl)) << line;
+    const auto object = nlohmann::json::parse(line, nullptr, false);
+    ASSERT_TRUE(object.is_object()) << line;
+    ++shown[object.at("class").get<std::string>()];
+  }
+  for (const char* record : {"SFile", "SDirectory", "SSummary", "SSizeDist", "SUserOrGroup", "STimeDist",
+                             "FileTypeSummary", "CuStatResults", "CuStatDef"}) {
+    EXPECT_EQ(shown[record], stored[record]) << record;
+  }
 }
 
 TEST(ResultFileTest, TheWholeFileAndTheWholeLog) {
