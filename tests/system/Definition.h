@@ -34,8 +34,6 @@ std::string whereClause(const std::string& bytes);
 /// A whole definition. The header block names for each class every column that one of its records sets; a
 /// record that doesn't set it has null there, which reads as nothing, or 0.
 struct Definition {
-  std::string jobName = "nightly";
-  int scanningCompID = 17;
   std::vector<Record> records;
 
   Definition& add(Record record);

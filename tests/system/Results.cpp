@@ -58,15 +58,4 @@ std::string filled(std::string text, const std::map<std::string, std::string>& v
   return text;
 }
 
-std::string firstDifference(const std::string& expected, const std::string& actual) {
-  const auto wanted = linesOf(expected), got = linesOf(actual);
-  for (size_t i = 0; i < std::max(wanted.size(), got.size()); ++i) {
-    const std::string left = i < wanted.size() ? wanted[i] : "(the end)",
-                      right = i < got.size() ? got[i] : "(the end)";
-    if (left != right)
-      return "line " + std::to_string(i + 1) + "\nexpected: " + left + "\n  actual: " + right;
-  }
-  return expected == actual ? "" : "they differ in line feeds at the end";
-}
-
 }  // namespace agent::test

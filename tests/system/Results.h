@@ -43,9 +43,6 @@ std::map<std::string, std::string> spaceFigures(const std::string& path);
 /// Puts values in the place of their names in braces.
 std::string filled(std::string text, const std::map<std::string, std::string>& values);
 
-/// The first line in which two texts differ; empty if they don't.
-std::string firstDifference(const std::string& expected, const std::string& actual);
-
 /// A figure of the summary of a file system by statistic 5 of summaryOf, in the result of a tree's job.
 inline long long summed(const InstallTree& tree, const std::string& column, int filesystem = 1) {
   const ResultFile result(tree.resultFile());
