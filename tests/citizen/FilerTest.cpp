@@ -1,6 +1,5 @@
 #include <gmock/gmock.h>
 
-#include <fstream>
 #include <sstream>
 
 #include "citizen/PrivateEtc.h"

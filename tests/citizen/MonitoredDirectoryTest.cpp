@@ -1,8 +1,6 @@
 #include <gmock/gmock.h>
 
 #include <fstream>
-#include <map>
-#include <set>
 
 #include "citizen/PrivateEtc.h"
 #include "system/Definition.h"

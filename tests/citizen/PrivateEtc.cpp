@@ -6,7 +6,6 @@
 #include <cerrno>
 #include <cstring>
 #include <exception>
-#include <filesystem>
 #include <fstream>
 
 #include "system/MountedFileSystem.h"

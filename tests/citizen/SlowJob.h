@@ -3,8 +3,6 @@
 #include <gmock/gmock.h>
 
 #include <functional>
-#include <string>
-#include <vector>
 
 #include "citizen/SlowMount.h"
 #include "support/TemporaryDirectory.h"

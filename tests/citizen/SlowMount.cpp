@@ -10,8 +10,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
 
 #include "Common/unix/FileDescriptor.h"
 #include "support/ChildProcess.h"

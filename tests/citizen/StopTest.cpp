@@ -1,7 +1,5 @@
 #include <signal.h>
 
-#include <fstream>
-
 #include "citizen/SlowJob.h"
 #include "support/TemporaryDirectory.h"
 #include "system/Results.h"

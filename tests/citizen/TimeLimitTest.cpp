@@ -1,8 +1,6 @@
 #include <signal.h>
 
 #include <chrono>
-#include <filesystem>
-#include <fstream>
 
 #include "citizen/SlowJob.h"
 #include "support/TemporaryDirectory.h"

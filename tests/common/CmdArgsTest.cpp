@@ -4,9 +4,6 @@
 #include <sys/stat.h>
 
 #include <cstdlib>
-#include <filesystem>
-#include <string>
-#include <vector>
 
 #include "support/TemporaryDirectory.h"
 

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <string>
 
 #include "Common/VOXIOException.h"
 #include "support/RefusedCalls.h"

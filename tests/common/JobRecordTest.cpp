@@ -4,8 +4,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <string>
-
 #include "Common/AgentNotification.h"
 #include "support/RefusedCalls.h"
 #include "support/TemporaryDirectory.h"

@@ -5,9 +5,7 @@
 #include <algorithm>
 #include <regex>
 #include <sstream>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "QLMlib/common/nls/MessageCatalogs.h"
 #include "QLMlib/common/thrd/Thread.h"

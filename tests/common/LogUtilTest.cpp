@@ -2,9 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <filesystem>
-#include <string>
-
 #include "support/TemporaryDirectory.h"
 
 namespace agent::test {

@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <string>
 
 #include "Common/VOXParserException.h"
 #include "support/RefusedCalls.h"

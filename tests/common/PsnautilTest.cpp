@@ -5,7 +5,6 @@
 #include <sys/stat.h>
 
 #include <chrono>
-#include <string>
 
 #include "Common/unix/CmdExecer.h"
 #include "Common/unix/psmsgutil.h"

@@ -7,11 +7,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <filesystem>
 #include <random>
 #include <regex>
-#include <string>
-#include <vector>
 
 #include "Common/unix/FileDescriptor.h"
 #include "support/ChildProcess.h"

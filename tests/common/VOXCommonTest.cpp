@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <string>
-
 #include "Common/VOXCommon/InetAddress.h"
 
 namespace agent::test {

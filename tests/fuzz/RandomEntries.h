@@ -1,9 +1,6 @@
 #pragma once
 
-#include <cstdint>
 #include <random>
-#include <string>
-#include <vector>
 
 #include "selection/FakeEntry.h"
 

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <map>
 
 #include "Scan/identity/UberTable.h"
 #include "Scan/identity/UserOrGroup.h"

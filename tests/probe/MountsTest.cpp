@@ -3,11 +3,7 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
-#include <cstdint>
-#include <filesystem>
-#include <string>
 #include <utility>
-#include <vector>
 
 #include "Probe/Filesystem.h"
 #include "support/JobLog.h"

@@ -1,8 +1,5 @@
 #pragma once
 
-#include <fstream>
-#include <string>
-
 #include <gtest/gtest.h>
 
 #include "support/TemporaryDirectory.h"

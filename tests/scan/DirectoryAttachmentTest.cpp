@@ -2,9 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
-#include <string>
-
 #include "Probe/Filesystem.h"
 
 namespace agent::test {

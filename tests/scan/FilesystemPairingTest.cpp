@@ -2,8 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <vector>
-
 #include "Probe/NasFiler.h"
 
 namespace agent::test {

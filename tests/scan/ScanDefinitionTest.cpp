@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-
 #include "Probe/NasFiler.h"
 #include "support/TemporaryDirectory.h"
 

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <vector>
-
 #include "Scan/selection/PatternMatcher.h"
 
 namespace agent {

@@ -4,7 +4,6 @@
 
 #include <array>
 #include <clocale>
-#include <vector>
 
 #include "Scan/selection/pathmatch.h"
 

@@ -1,4 +1,3 @@
-#include <gtest/gtest.h>
 
 #include "Scan/selection/SelectNode.h"
 #include "selection/SelectionTestSupport.h"

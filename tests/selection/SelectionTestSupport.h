@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-
 #include "Scan/selection/Selection.h"
 #include "selection/FakeEntry.h"
 

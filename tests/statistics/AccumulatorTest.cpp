@@ -1,8 +1,5 @@
 #include <gmock/gmock.h>
 
-#include <string>
-#include <vector>
-
 #include "Scan/results/CuStatResults.h"
 #include "Scan/results/SizeRanges.h"
 #include "Scan/selection/fileInfo.h"

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
 #include <string_view>
 
 #include "Common/VoxObjectCreationException.h"

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-
 #include "Scan/results/MonDirSpec.h"
 #include "Scan/results/ResultsByFS.h"
 #include "Scan/statistics/CuStatDef.h"

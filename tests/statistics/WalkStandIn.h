@@ -1,7 +1,5 @@
 #pragma once
 
-#include <string>
-
 #include "Probe/Filesystem.h"
 #include "Scan/identity/UberTable.h"
 #include "Scan/unix/DirectoryReaderUnix.h"

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <sstream>
-#include <string>
 #include <vector>
 
 #include "Common/LogManager.h"

@@ -1,9 +1,5 @@
 #pragma once
 
-#include <set>
-#include <string>
-#include <vector>
-
 #include "support/TemporaryDirectory.h"
 #include "system/Definition.h"
 #include "system/Process.h"

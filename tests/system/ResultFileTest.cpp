@@ -23,7 +23,6 @@
 #include <sys/sysmacros.h>
 #include <unistd.h>
 
-#include <map>
 #include <nlohmann/json.hpp>
 
 #include "Common/SafeText.h"

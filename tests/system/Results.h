@@ -2,9 +2,7 @@
 
 #include <algorithm>
 #include <map>
-#include <string>
 #include <string_view>
-#include <vector>
 
 #include "ResultFile.h"
 #include "system/InstallTree.h"

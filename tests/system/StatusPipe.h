@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <stdexcept>
-#include <string>
 
 #include "Common/unix/FileDescriptor.h"
 #include "system/Process.h"

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-
 #include "system/Definition.h"
 #include "system/InstallTree.h"
 #include "system/MountedFileSystem.h"
