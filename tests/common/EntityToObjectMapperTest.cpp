@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 namespace agent::test {
-namespace {
 
 TEST(EntityToObjectMapperTest, AHeaderRowKnowsItsColumnsInEachTableThatItIsReadBy) {
   struct Table {
@@ -43,5 +42,4 @@ TEST(EntityToObjectMapperTest, NumbersAreWhatTheLeadingDigitsGive) {
   }
 }
 
-}  // namespace
 }  // namespace agent::test

@@ -8,7 +8,6 @@
 #include "support/ChildProcess.h"
 
 namespace agent::test {
-namespace {
 
 TEST(PssignalTest, AStopInterruptsNoSystemCall) {
   int ends[2];
@@ -50,5 +49,4 @@ TEST(PssignalTest, WhatTheAgentHadSetOtherwiseIsPutRightForTheJobAlone) {
   EXPECT_EQ(endOf(job), 0);
 }
 
-}  // namespace
 }  // namespace agent::test

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 namespace agent::test {
-namespace {
 
 TEST(SafeTextTest, WhatATerminalActsUponIsEscapedAndNothingElse) {
   // Accents, wide characters, a joiner that words need (U+200D).
@@ -27,5 +26,4 @@ TEST(SafeTextTest, WidthsAreThoseOfATerminalAndCutsFallBetweenCharacters) {
   EXPECT_EQ(fit("abcd\\x1Befghi", 10), "ab..efghi");  // "\x1B" would have been halved
 }
 
-}  // namespace
 }  // namespace agent::test

@@ -5,17 +5,13 @@
 #include <string>
 
 namespace agent::test {
-namespace {
 
 // Every matcher there is gives these answers.
 TEST(TagPatternTest, TellsTagsFromOtherLines) {
   const TagPattern open("(^\\s*\\[){1}([a-zA-Z0-9]+,?[a-zA-Z0-9]+)(\\]$){1}");
   const TagPattern close("(^\\s*\\[/){1}([a-zA-Z0-9]+)(\\]$){1}");
-  const struct {
-    std::string line;
-    std::string open;  // what the open tag names; empty: the line is none
-    std::string close;
-  } cases[] = {
+  const std::tuple<std::string, std::string, std::string> cases[] = {
+      // The line, what an open tag names in it, and a close tag; empty: it is none.
       {"[AgentScan]", "AgentScan", ""},
       {"[/AgentScan]", "", "AgentScan"},
       {"[SFile,owner]", "SFile,owner", ""},
@@ -24,9 +20,9 @@ TEST(TagPatternTest, TellsTagsFromOtherLines) {
       {" \t\v\f\r\n[ab]", "ab", ""},  // any blank in front, none behind
       {"[" + std::string(100'000, 'x') + "]", std::string(100'000, 'x'), ""},
   };
-  for (const auto& testCase : cases) {
-    EXPECT_EQ(open.match(testCase.line).value_or(""), testCase.open) << testCase.line;
-    EXPECT_EQ(close.match(testCase.line).value_or(""), testCase.close) << testCase.line;
+  for (const auto& [line, opened, closed] : cases) {
+    EXPECT_EQ(open.match(line).value_or(""), opened) << line;
+    EXPECT_EQ(close.match(line).value_or(""), closed) << line;
   }
   // Letters and blanks are ASCII's, and the end of a line is its end even where it is a line feed.
   for (const std::string line :
@@ -37,5 +33,4 @@ TEST(TagPatternTest, TellsTagsFromOtherLines) {
   EXPECT_FALSE(open.match({"[a\0b]", 5}) || open.match({"[ab]\0", 5}));
 }
 
-}  // namespace
 }  // namespace agent::test

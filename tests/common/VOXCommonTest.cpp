@@ -3,14 +3,9 @@
 #include "Common/VOXCommon/InetAddress.h"
 
 namespace agent::test {
-namespace {
 
 TEST(InetAddressTest, NumericHostsAreTheirOwnAddress) {
-  const struct {
-    std::string host;
-    std::string address;
-    bool isIPv6;
-  } cases[] = {
+  const std::tuple<std::string, std::string, bool> cases[] = {
       {"192.0.2.7", "192.0.2.7", false},
       {"2001:db8::1", "2001:db8::1", true},
       {"2001:0DB8:0::1", "2001:db8::1", true},
@@ -18,12 +13,11 @@ TEST(InetAddressTest, NumericHostsAreTheirOwnAddress) {
       {"no such host", "", false},  // no resolver takes a blank for a name
       {"256.256.256.256.", "", false},
   };
-  for (const auto& testCase : cases) {
-    EXPECT_EQ(InetAddress::getHostAddress(testCase.host), testCase.address) << testCase.host;
-    if (testCase.host.empty()) continue;  // means this host to the resolver
-    EXPECT_EQ(InetAddress::isIPv6(testCase.host), testCase.isIPv6) << testCase.host;
+  for (const auto& [host, address, isIPv6] : cases) {
+    EXPECT_EQ(InetAddress::getHostAddress(host), address) << host;
+    if (host.empty()) continue;  // means this host to the resolver
+    EXPECT_EQ(InetAddress::isIPv6(host), isIPv6) << host;
   }
 }
 
-}  // namespace
 }  // namespace agent::test

@@ -34,15 +34,12 @@ class FakeDatabase : public UserDatabase {
 
 class UnixUserTableTest : public ::testing::Test {
  protected:
-  FakeDatabase& database() { return *database_; }
   const UserOrGroup& user(uint32_t uid) { return *table_.lookup(Sid(uid), false); }
   const UserOrGroup& group(uint32_t gid) { return *table_.lookup(Sid(gid), true); }
-  UnixUserTable::Failures takeFailures() { return table_.takeFailures(); }
 
- private:
   UberTable uberTable_;
-  FakeDatabase* database_ = new FakeDatabase;  // the table owns it
-  UnixUserTable table_{uberTable_, std::unique_ptr<UserDatabase>(database_)};
+  FakeDatabase& database_ = *new FakeDatabase;  // the table owns it
+  UnixUserTable table_{uberTable_, std::unique_ptr<UserDatabase>(&database_)};
 };
 
 TEST_F(UnixUserTableTest, NumbersBeyondTheSignedOnesAreNegative) {
@@ -65,42 +62,42 @@ TEST_F(UnixUserTableTest, TheDatabaseIsAskedOncePerNumberHoweverManyThereAre) {
     }
   }
 
-  EXPECT_EQ(database().asked.size(), 1999U);
-  for (const auto& [uid, times] : database().asked) EXPECT_EQ(times, 1) << uid;
+  EXPECT_EQ(database_.asked.size(), 1999U);
+  for (const auto& [uid, times] : database_.asked) EXPECT_EQ(times, 1) << uid;
 }
 
 TEST_F(UnixUserTableTest, ADatabaseThatFailsIsAskedAgainAndItsFailuresAreCounted) {
-  for (uint32_t uid = 0; uid < 600; ++uid) database().users[uid] = "user" + std::to_string(uid);
+  for (uint32_t uid = 0; uid < 600; ++uid) database_.users[uid] = "user" + std::to_string(uid);
   user(7);
-  database().failuresToCome = 2;
+  database_.failuresToCome = 2;
   EXPECT_FALSE(user(20).ugRemoved);
-  EXPECT_EQ(takeFailures().numbers, 0U);
+  EXPECT_EQ(table_.takeFailures().numbers, 0U);
 
-  database().failuresToCome = 9;
+  database_.failuresToCome = 9;
   for (const uint32_t uid : {21U, 22U}) EXPECT_TRUE(user(uid).ugRemoved);
   EXPECT_TRUE(group(7).ugRemoved);
   EXPECT_TRUE(user(21).ugRemoved);  // not asked again
-  EXPECT_EQ(database().asked[21], 3);
-  const UnixUserTable::Failures failures = takeFailures();
+  EXPECT_EQ(database_.asked[21], 3);
+  const UnixUserTable::Failures failures = table_.takeFailures();
   EXPECT_EQ(failures.numbers, 3U);
   EXPECT_EQ(failures.error, EIO);
 
   // So many that failures stand behind one another in the table.
   for (uint32_t uid = 100; uid < 600; ++uid) {
-    database().failuresToCome = uid % 2 != 0 ? 3 : 0;
+    database_.failuresToCome = uid % 2 != 0 ? 3 : 0;
     EXPECT_EQ(user(uid).ugRemoved, uid % 2 != 0);
   }
-  EXPECT_EQ(takeFailures().numbers, 250U);
+  EXPECT_EQ(table_.takeFailures().numbers, 250U);
   EXPECT_FALSE(user(599).ugRemoved) << "the last one met is asked for again as well";
   for (uint32_t uid = 0; uid < 600; ++uid) EXPECT_EQ(user(uid).ugName, "user" + std::to_string(uid));
-  EXPECT_EQ(database().asked[7], 1) << "what the database has told is kept";
-  EXPECT_EQ(takeFailures().numbers, 0U);
+  EXPECT_EQ(database_.asked[7], 1) << "what the database has told is kept";
+  EXPECT_EQ(table_.takeFailures().numbers, 0U);
 }
 
 TEST_F(UnixUserTableTest, NumbersOfOneNameAreOneOwner) {
-  database().users[500] = "web";
-  database().users[501] = "web";
-  database().users[502] = "1234";  // a login of digits
+  database_.users[500] = "web";
+  database_.users[501] = "web";
+  database_.users[502] = "1234";  // a login of digits
 
   const UserOrGroup& web = user(500);
   EXPECT_EQ(&user(501), &web);
@@ -113,8 +110,8 @@ TEST_F(UnixUserTableTest, NumbersOfOneNameAreOneOwner) {
 
 TEST_F(UnixUserTableTest, SelectionsSeeNamesCutToTheirLimits) {
   const std::string name40 = "abcdefghijklmnopqrstuvwxyz0123456789ABCD";
-  database().users[1] = name40;
-  database().groups[1] = name40;
+  database_.users[1] = name40;
+  database_.groups[1] = name40;
 
   EXPECT_EQ(user(1).selectionName(), name40.substr(0, 32));
   EXPECT_EQ(user(1).ugName, name40);

@@ -9,10 +9,7 @@ namespace {
 
 const MessageInserts INSERTS{std::string("one"), int64_t{-2}, uint64_t{3}, 4.5};
 
-struct Case {
-  const char* format;
-  const char* text;
-};
+using Case = std::pair<const char*, const char*>;
 
 TEST(MessageFormatTest, InsertsGoWhereTheTextNamesThem) {
   const Case cases[] = {
@@ -25,7 +22,7 @@ TEST(MessageFormatTest, InsertsGoWhereTheTextNamesThem) {
       {"%3$x %3$#x %3$o %2$i", "3 0x3 3 -2"},
       {"%1$c", "o"},
   };
-  for (const Case& c : cases) EXPECT_EQ(insertItems(c.format, INSERTS), c.text) << c.format;
+  for (const auto& [format, text] : cases) EXPECT_EQ(insertItems(format, INSERTS), text) << format;
 }
 
 TEST(MessageFormatTest, AHostileTextGivesAnOddTextAtWorst) {
@@ -47,7 +44,7 @@ TEST(MessageFormatTest, AHostileTextGivesAnOddTextAtWorst) {
       {"%S %C %a", "  "},
       {"%y%1$s", "one"},
   };
-  for (const Case& c : cases) EXPECT_EQ(insertItems(c.format, INSERTS), c.text) << c.format;
+  for (const auto& [format, text] : cases) EXPECT_EQ(insertItems(format, INSERTS), text) << format;
   EXPECT_EQ(insertItems("%1$999999999s", INSERTS).size(), 512u);
   EXPECT_EQ(insertItems("%2$999999999d", INSERTS).size(), 512u);
   EXPECT_EQ(insertItems("%2$.999999999d", INSERTS).size(), 513u);  // with its sign

@@ -5,7 +5,6 @@
 #include "Probe/Filesystem.h"
 
 namespace agent::test {
-namespace {
 
 TEST(DirectoryAttachmentTest, ADirectoryIsFoundByComputerAndPath) {
   Filesystem filesystems[2];
@@ -16,20 +15,27 @@ TEST(DirectoryAttachmentTest, ADirectoryIsFoundByComputerAndPath) {
     plan.fsRefs.push_back(std::make_unique<FSRef>());
     plan.fsRefs.back()->filesystem = &filesystems[index];
   }
-  struct Case {
-    const char* path;
-    int32_t computer;
-    const char* levels;  // on each file system, "-" where it lies elsewhere
-  };
-  for (const Case& c :
-       {Case{"/m/a", 0, "1-"}, Case{"/m/deep/a", 17, "21"}, Case{"/m/deep/a", 18, "--"}, Case{"/m", 0, "0-"},
-        Case{"/m/deep/", 0, "10"}, Case{"\\m\\\\x", 0, "1-"}, Case{"/*", 0, "0-"}, Case{"/&*", 0, "--"},
-        Case{"/?", 0, "0-"}, Case{"/[m]", 0, "0-"}, Case{"m", 0, "--"}, Case{"", 0, "--"},
-        Case{"/other/a", 0, "--"}, Case{"/mm/a", 0, "--"}, Case{"/m/d*/a", 0, "2-"}, Case{"/", 0, "--"}}) {
+  // The path, its computer, and its levels on each file system, "-" where it lies elsewhere.
+  for (const auto& [path, computer, found] : {std::tuple("/m/a", 0, "1-"),
+                                              {"/m/deep/a", 17, "21"},
+                                              {"/m/deep/a", 18, "--"},
+                                              {"/m", 0, "0-"},
+                                              {"/m/deep/", 0, "10"},
+                                              {"\\m\\\\x", 0, "1-"},
+                                              {"/*", 0, "0-"},
+                                              {"/&*", 0, "--"},
+                                              {"/?", 0, "0-"},
+                                              {"/[m]", 0, "0-"},
+                                              {"m", 0, "--"},
+                                              {"", 0, "--"},
+                                              {"/other/a", 0, "--"},
+                                              {"/mm/a", 0, "--"},
+                                              {"/m/d*/a", 0, "2-"},
+                                              {"/", 0, "--"}}) {
     MonDirSpecList directories;
     directories.push_back(std::make_unique<MonDirSpec>());
-    directories.back()->setMdsPath(c.path);
-    directories.back()->setMdsComputerID(c.computer);
+    directories.back()->setMdsPath(path);
+    directories.back()->setMdsComputerID(computer);
     Selection selection;
     prepareDirectories(directories);
     attachDirectories(directories, selection, plan);
@@ -38,10 +44,9 @@ TEST(DirectoryAttachmentTest, ADirectoryIsFoundByComputerAndPath) {
       levels += fsRef->selections.empty() ? "-" : std::to_string(fsRef->selections.front()->level);
       fsRef->selections.clear();
     }
-    EXPECT_EQ(levels, c.levels) << c.path;
+    EXPECT_EQ(levels, found) << path;
     plan.directoryRoots.clear();
   }
 }
 
-}  // namespace
 }  // namespace agent::test

@@ -7,7 +7,7 @@
 namespace agent::test {
 namespace {
 
-std::unique_ptr<Filesystem> filesystem(int32_t id, int32_t filerID = 0, int32_t domainID = 0) {
+std::unique_ptr<Filesystem> filesystem(int32_t id, int32_t filerID, int32_t domainID) {
   auto made = std::make_unique<Filesystem>();
   made->fsID = id;
   if (filerID != 0) {
@@ -20,15 +20,18 @@ std::unique_ptr<Filesystem> filesystem(int32_t id, int32_t filerID = 0, int32_t 
 
 TEST(FilesystemPairing, ArrangesFilersBehindLocalOnesByDomain) {
   FilesystemList list;
-  // id, filer, domain: domains in rising order, filers in the order met, each filer's in reverse.
-  list.push_back(filesystem(1, 71, 9));
-  list.push_back(filesystem(2));
-  list.push_back(filesystem(3, 72, 4));
-  list.push_back(filesystem(4, 71, 9));
-  list.push_back(filesystem(5, 73, 4));
-  list.push_back(filesystem(6));
-  list.push_back(filesystem(7, 74));  // without a domain: the default one, 0
-  list.push_back(filesystem(8, 72, 4));
+  // id, filer, domain: domains in rising order, filers in the order met, each filer's in reverse. One without
+  // a domain stands in the default one, 0.
+  for (const auto& [id, filer, domain] : {std::tuple(1, 71, 9),
+                                          {2, 0, 0},
+                                          {3, 72, 4},
+                                          {4, 71, 9},
+                                          {5, 73, 4},
+                                          {6, 0, 0},
+                                          {7, 74, 0},
+                                          {8, 72, 4}}) {
+    list.push_back(filesystem(id, filer, domain));
+  }
 
   std::vector<int32_t> ids;
   for (const auto& arranged : arrangeFilesystems(std::move(list))) ids.push_back(arranged->fsID);

@@ -8,7 +8,6 @@
 #include "Scan/selection/pathmatch.h"
 
 namespace agent {
-namespace {
 
 // That the program gives the platform's answer for any pattern and text is the fuzz target path_pattern's.
 
@@ -57,5 +56,4 @@ TEST(PatternMatcherTest, MatchesBytesWhateverTheLocale) {
   setlocale(LC_ALL, before.c_str());
 }
 
-}  // namespace
 }  // namespace agent

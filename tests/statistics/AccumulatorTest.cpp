@@ -159,21 +159,17 @@ TEST_F(AccumulatorTest, FileTypesThatTieFollowTheRuleOfTheList) {
 TEST_F(AccumulatorTest, AnInodeCountsOnceLessThanItHasNamesInTheTree) {
   CuStatDef definition;
   definition.sdSummary = true;
-  struct Case {
-    int32_t names, inTree;
-    int64_t counted;
-  };
-  for (const Case& c : {Case{1, 1, 1}, Case{2, 2, 1}, Case{3, 3, 2}, Case{4, 4, 3}, Case{2, 1, 0}}) {
+  for (const auto& [names, inTree, counted] :
+       {std::tuple(1, 1, 1), {2, 2, 1}, {3, 3, 2}, {4, 4, 3}, {2, 1, 0}}) {
     CuStatAccum accumulator;
     accumulator.buildAccum(definition, walk_.filesystem);
     const auto results = accumulator.takeResults();
     FileAttributes entry = WalkStandIn::file("f", 8);
-    entry.faLinkCount = c.names;
+    entry.faLinkCount = names;
     entry.faInodeNumber = -5;  // inode numbers are 64 bits of any value
-    for (int32_t i = 0; i < c.inTree; ++i) accumulator.actUpon(walk_.scanner, entry);
-    EXPECT_EQ(results->srSummary->sumFileCount, c.counted)
-        << c.names << " names, " << c.inTree << " in the tree";
-    EXPECT_EQ(results->srSummary->sumTotalSize, 8 * c.counted);
+    for (int32_t i = 0; i < inTree; ++i) accumulator.actUpon(walk_.scanner, entry);
+    EXPECT_EQ(results->srSummary->sumFileCount, counted) << names << " names, " << inTree << " in the tree";
+    EXPECT_EQ(results->srSummary->sumTotalSize, 8 * counted);
   }
 }
 

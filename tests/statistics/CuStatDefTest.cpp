@@ -8,7 +8,6 @@
 #include "Scan/results/SSizeDist.h"
 
 namespace agent::test {
-namespace {
 
 TEST(CuStatDef, ReadsColumnsInAnyOrderAndDropsWhatItDoesNotKnow) {
   CuStatDef definition;
@@ -43,21 +42,18 @@ TEST(CuStatDef, EachRowOverwritesTheLastAndHasToFitTheHeader) {
 
 TEST(CuStatDef, DecodesTheWhereClauseFromSignedDecimals) {
   using namespace std::string_view_literals;
-  struct Case {
-    const char* cell;
-    std::string_view bytes;
-  };
-  const Case cases[] = {{"-1,0,127", "\xff\0\x7f"sv},
-                        {"255, 0  127", "\xff\0\x7f"sv},  // the same bytes
-                        {"null", ""},
-                        {"", ""},
-                        {",,38,", "&"},
-                        {"38x,abc", "&\0"sv},
-                        {"65574", "&"}};  // sixteen bits
-  for (const Case& c : cases) {
+  const std::pair<const char*, std::string_view> cases[] = {
+      {"-1,0,127", "\xff\0\x7f"sv},
+      {"255, 0  127", "\xff\0\x7f"sv},  // the same bytes
+      {"null", ""},
+      {"", ""},
+      {",,38,", "&"},
+      {"38x,abc", "&\0"sv},
+      {"65574", "&"}};  // sixteen bits
+  for (const auto& [cell, bytes] : cases) {
     CuStatDef definition;
-    definition.inititializeObject({"sdWhereClause"}, {{c.cell}});
-    EXPECT_EQ(definition.sdWhereClause, c.bytes) << c.cell;
+    definition.inititializeObject({"sdWhereClause"}, {{cell}});
+    EXPECT_EQ(definition.sdWhereClause, bytes) << cell;
   }
 }
 
@@ -68,5 +64,4 @@ TEST(SSizeDist, ReadsTheFirstNumberOfAHistogramOnly) {
   EXPECT_EQ(SSizeDist::table().values(distribution), (Row{"2", "0", "7,0,0,0,0,0,0,0", "4,0,0,0,0,0,0,0"}));
 }
 
-}  // namespace
 }  // namespace agent::test

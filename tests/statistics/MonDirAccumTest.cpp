@@ -8,7 +8,6 @@
 #include "statistics/WalkStandIn.h"
 
 namespace agent::test {
-namespace {
 
 // One chain with one statistic; the test plays the walk and the activators.
 TEST(MonDirAccumTest, ADirectoryThatIsNotEnteredDoesNotWaitForASibling) {
@@ -46,5 +45,4 @@ TEST(MonDirAccumTest, ADirectoryThatIsNotEnteredDoesNotWaitForASibling) {
   EXPECT_EQ(table.completed().front()->faName, "/m/next");
 }
 
-}  // namespace
 }  // namespace agent::test

@@ -6,7 +6,6 @@
 #include "QLMlib/common/nls/Messages.h"
 
 namespace agent {
-namespace {
 
 TEST(UtilTest, ASingleBlankIsEmptyAndLettersAreBytes) {
   EXPECT_TRUE(Util::isEmpty(" "));
@@ -42,5 +41,4 @@ TEST(UtilTest, NamesOfTheServersStatisticsBecomeTextsOfTheCatalog) {
   closeMessages();
 }
 
-}  // namespace
 }  // namespace agent

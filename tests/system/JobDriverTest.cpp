@@ -190,6 +190,19 @@ TEST_F(JobDriverTest, TheNotifyChildGetsTheJobsIdentityAndItsFullCode) {
   }
 }
 
+TEST_F(JobDriverTest, AnyBytesReachTheNotificationAndTheNamesOfFiles) {
+  tree_.job.name = "night's \"$HOME\" ;`id`\n& * \\";
+  define();
+  tree_.installAgent();
+
+  EXPECT_EQ(tree_.scan({"-serverip", tree_.job.name}).status, 0);
+
+  EXPECT_THAT(content(tree_ / "told"),
+              ::testing::HasSubstr("\n-serverIP\n" + tree_.job.name + "\n-jobName\n" + tree_.job.name +
+                                   "\n-jobRunNumber\n345\n"));
+  EXPECT_TRUE(InstallTree::exists(tree_.resultFile()));
+}
+
 TEST_F(JobDriverTest, TheJobRecordIsClosedByTheJobOnlyWhereTheAgentCouldNotBeTold) {
   constexpr int ABSENT = -1;
   for (const int agent : {0, 3, ABSENT}) {

@@ -35,12 +35,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string selecting(std::string_view bytes) {
-  return whereClause(std::string(bytes));
-}
-
 Definition twoFileSystems(const std::string& one, const std::string& two) {
-  using namespace std::string_view_literals;
+  using namespace std::string_literals;
   Definition definition;
   definition.add(filesystem(1, one)
                      .set("fsComputerID", 18)
@@ -74,14 +70,14 @@ Definition twoFileSystems(const std::string& one, const std::string& two) {
   definition.add(statistic(10, 4, "nowhere").add(Record{"ResultsByFS", {}, {}}));
   definition.add(statistic(7, 2, "regular files")
                      .set("sdLargestFiles", 3)
-                     .set("sdWhereClause", selecting("=T\0\0\0\1"sv)));
+                     .set("sdWhereClause", whereClause("=T\0\0\0\1"s)));
   definition.add(statistic(8, 0, "of directories").set("sdCreator", "").set("sdSummary", "Y"));
   definition.add(statistic(11, 2, "sockets and devices")
                      .set("sdSizeDistribution", "Y")
-                     .set("sdWhereClause", selecting("(T\0\0\0\5,\0\0\0\6)"sv)));
+                     .set("sdWhereClause", whereClause("(T\0\0\0\5,\0\0\0\6)"s)));
   definition.add(statistic(12, 2, "executable files and block devices")
                      .set("sdSizeDistribution", "Y")
-                     .set("sdWhereClause", selecting("&P\0\x0C\0\0"sv)));
+                     .set("sdWhereClause", whereClause("&P\0\x0C\0\0"s)));
   return definition;
 }
 
