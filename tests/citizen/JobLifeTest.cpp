@@ -8,7 +8,6 @@
 #include "system/StatusPipe.h"
 
 namespace agent::test {
-namespace {
 
 using JobLifeTest = SlowJob;
 
@@ -48,5 +47,4 @@ TEST_F(JobLifeTest, TheWholeLifeOfAJob) {
   EXPECT_FALSE(InstallTree::exists(tree_.definitionFile()));
 }
 
-}  // namespace
 }  // namespace agent::test

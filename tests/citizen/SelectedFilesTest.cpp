@@ -9,7 +9,6 @@
 #include "system/SystemTest.h"
 
 namespace agent::test {
-namespace {
 
 using Names = std::set<std::string>;
 
@@ -98,5 +97,4 @@ TEST(SelectedFilesTest, EachSelectionSelectsWhatAHandSelects) {
   }
 }
 
-}  // namespace
 }  // namespace agent::test

@@ -87,12 +87,11 @@ TEST_F(LogManagerTest, LinesOfThreadsStayWholeAndInOrderOfTime) {
   for (std::thread& thread : threads) thread.join();
   setThreadMode(false);
 
-  std::istringstream lines(content(path()));
+  std::istringstream words(content(path()));
   std::vector<std::string> times;
-  for (std::string line; std::getline(lines, line);) {
-    const size_t start = line.find(' ', line.find(' ') + 1) + 1;
-    times.push_back(line.substr(0, start));
-    EXPECT_EQ(line.substr(start), std::string(300, line.back()));
+  for (std::string date, time, text; words >> date >> time >> text;) {
+    times.push_back(date + time);
+    EXPECT_EQ(text, std::string(300, text.back()));
   }
   EXPECT_EQ(times.size(), 200u);
   EXPECT_TRUE(std::is_sorted(times.begin(), times.end()));

@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 namespace agent::test {
-namespace {
 
 const MessageInserts INSERTS{std::string("one"), int64_t{-2}, uint64_t{3}, 4.5};
 
@@ -57,5 +56,4 @@ TEST(MessageFormatTest, ExtremeNumbersKeepTheirValueAndTextsAreBytesThatNobodyRe
   EXPECT_EQ(insertItems("<%s>", {name}), "<" + name + ">");
 }
 
-}  // namespace
 }  // namespace agent::test

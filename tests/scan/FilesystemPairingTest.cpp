@@ -5,18 +5,6 @@
 #include "Probe/NasFiler.h"
 
 namespace agent::test {
-namespace {
-
-std::unique_ptr<Filesystem> filesystem(int32_t id, int32_t filerID, int32_t domainID) {
-  auto made = std::make_unique<Filesystem>();
-  made->fsID = id;
-  if (filerID != 0) {
-    made->filer = std::make_unique<NasFiler>();
-    made->filer->nfComputerID = filerID;
-    if (domainID != 0) made->filer->nfDomain.push_back(std::make_unique<Domain>(domainID, "domain"));
-  }
-  return made;
-}
 
 TEST(FilesystemPairing, ArrangesFilersBehindLocalOnesByDomain) {
   FilesystemList list;
@@ -30,7 +18,12 @@ TEST(FilesystemPairing, ArrangesFilersBehindLocalOnesByDomain) {
                                           {6, 0, 0},
                                           {7, 74, 0},
                                           {8, 72, 4}}) {
-    list.push_back(filesystem(id, filer, domain));
+    list.push_back(std::make_unique<Filesystem>());
+    list.back()->fsID = id;
+    if (filer == 0) continue;
+    list.back()->filer = std::make_unique<NasFiler>();
+    list.back()->filer->nfComputerID = filer;
+    if (domain != 0) list.back()->filer->nfDomain.push_back(std::make_unique<Domain>(domain, "domain"));
   }
 
   std::vector<int32_t> ids;
@@ -39,5 +32,4 @@ TEST(FilesystemPairing, ArrangesFilersBehindLocalOnesByDomain) {
   EXPECT_THAT(ids, ::testing::ElementsAre(2, 6, 7, 8, 3, 5, 4, 1));
 }
 
-}  // namespace
 }  // namespace agent::test

@@ -7,13 +7,8 @@
 namespace agent {
 namespace {
 
-struct Translated {
-  const char* pattern;
-  const char* regex;
-  int32_t anchor;
-};
-
-void expectTranslations(const std::vector<Translated>& table) {
+// Patterns with their regular expression and anchor.
+void expectTranslations(const std::vector<std::tuple<const char*, const char*, int32_t>>& table) {
   for (const auto& [pattern, regex, expected] : table) {
     int32_t anchor = 99;
     EXPECT_EQ(pathmatch(pattern).translate(anchor), regex) << pattern;

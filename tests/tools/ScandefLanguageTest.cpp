@@ -11,10 +11,7 @@
 namespace agent::scandef {
 namespace {
 
-struct Words {
-  std::string text;
-  std::string expression;
-};
+using Words = std::pair<std::string, std::string>;
 
 std::string time(char sign, int64_t seconds) {
   return sign + be32(static_cast<uint32_t>(seconds));
@@ -148,11 +145,7 @@ std::string wordsAbout(const std::string& regex) {
   return words;
 }
 
-struct Refused {
-  std::string text;
-  size_t position;
-  std::string reason;
-};
+using Refused = std::tuple<std::string, size_t, std::string>;  // what it is, the place and the reason
 
 template <typename Operation>
 std::string refusalOf(Operation operation) {

@@ -10,16 +10,13 @@
 #include "Common/ScanAbortException.h"
 #include "Common/unix/pssignal.h"
 #include "support/RefusedCalls.h"
+#include "support/Waiting.h"
 #include "walk/WalkFixture.h"
 
 namespace agent::test {
 namespace {
 
 using namespace std::chrono_literals;
-using ::testing::Contains;
-using ::testing::HasSubstr;
-using ::testing::SizeIs;
-
 /// Calls that dawdle now and then, fail for some names, and answer for some directories as if they lay on
 /// another device; the same for a name each time. The root, whose name is a path, is spared.
 class UnreliableCalls : public RefusableCalls {
@@ -171,18 +168,14 @@ TEST_F(ReadAheadTest, ThreadsThatCannotBeHadAreDoneWithout) {
 }
 
 TEST_F(ReadAheadTest, AnActionThatFailsLeavesNoThreadAndNoDescriptor) {
-  const auto count = [](const char* what) {
-    const std::filesystem::directory_iterator entries(std::string("/proc/self/") + what);
-    return std::distance(entries, std::filesystem::directory_iterator());
-  };
   const auto calls = std::make_shared<UnreliableCalls>();
   calls_ = calls;
   calls->dawdles = true;
   std::mt19937 random(7);
   for (int i = 0; i < 5; ++i) grow(random, std::to_string(i) + "-", 0);
   std::thread([] {}).join();  // ThreadSanitizer adds a thread of its own to the first one
-  const auto descriptors = count("fd");
-  const auto threads = count("task");
+  const auto descriptors = countOf("fd");
+  const auto threads = countOf("task");
   for (int round = 1; round <= 2'000; ++round) {
     Recording recording;
     recording.left = round % 60 + 1;
@@ -190,8 +183,8 @@ TEST_F(ReadAheadTest, AnActionThatFailsLeavesNoThreadAndNoDescriptor) {
     walkHelps_ = random() % 2 == 0;
     EXPECT_THROW(walk(tree_.path(), recording), std::runtime_error);
   }
-  EXPECT_EQ(count("fd"), descriptors);
-  EXPECT_EQ(count("task"), threads);
+  EXPECT_EQ(countOf("fd"), descriptors);
+  EXPECT_EQ(countOf("task"), threads);
 }
 
 /// Calls that hang for some names until the test lets them go.
@@ -212,10 +205,14 @@ class HangingCalls : public RefusableCalls {
     wake_.wait(lock, [this] { return isFree_; });
     --hanging;
   }
+  /// And waits for their answers.
   void letGo() {
-    const std::unique_lock lock(lock_);
-    isFree_ = true;
+    {
+      const std::unique_lock lock(lock_);
+      isFree_ = true;
+    }
     wake_.notify_all();
+    while (hanging > 0) std::this_thread::sleep_for(1ms);
   }
   std::atomic<int> hanging = 0;
 
@@ -242,13 +239,12 @@ TEST_F(ReadAheadTest, ACallThatHangsCostsTheLimitAndOneReader) {
     EXPECT_THAT(visited(), ::testing::ElementsAre("a", "a/b", "mount", "mount/alive", "z", "z/y"));
     for (const char* name : {"mount/dead1", "mount/dead2"}) {
       EXPECT_THAT(log_.lines(),
-                  Contains("STA0063E Unable to read the attributes of \"" + (tree_ / name) +
-                           "\": Stale file handle. The entry is not counted; the scan goes on."));
+                  ::testing::Contains("STA0063E Unable to read the attributes of \"" + (tree_ / name) +
+                                      "\": Stale file handle. The entry is not counted; the scan goes on."));
     }
   }
   // What returns late finds what it needs, and touches nothing else.
   calls->letGo();
-  while (calls->hanging > 0) std::this_thread::sleep_for(1ms);
 }
 
 TEST_F(ReadAheadTest, AStopIsNoticedWhileEveryReaderHangs) {
@@ -270,7 +266,6 @@ TEST_F(ReadAheadTest, AStopIsNoticedWhileEveryReaderHangs) {
   agentStop = 0;
   EXPECT_LT(ended - told, 150ms) << "100 ms to notice it, and what calls under way get";
   calls->letGo();
-  while (calls->hanging > 0) std::this_thread::sleep_for(1ms);
 }
 
 }  // namespace
