@@ -3,10 +3,6 @@
 #include <sstream>
 
 #include "citizen/PrivateEtc.h"
-#include "citizen/SlowMount.h"
-#include "support/TemporaryDirectory.h"
-#include "system/Definition.h"
-#include "system/InstallTree.h"
 #include "system/MountedFileSystem.h"
 #include "system/Results.h"
 

@@ -3,8 +3,6 @@
 #include <fstream>
 
 #include "citizen/PrivateEtc.h"
-#include "system/Definition.h"
-#include "system/InstallTree.h"
 #include "system/MountedFileSystem.h"
 #include "system/Results.h"
 

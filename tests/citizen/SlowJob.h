@@ -5,8 +5,6 @@
 #include <functional>
 
 #include "citizen/SlowMount.h"
-#include "support/TemporaryDirectory.h"
-#include "system/Definition.h"
 #include "system/InstallTree.h"
 
 namespace agent::test {

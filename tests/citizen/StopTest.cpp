@@ -1,7 +1,6 @@
 #include <signal.h>
 
 #include "citizen/SlowJob.h"
-#include "support/TemporaryDirectory.h"
 #include "system/Results.h"
 
 namespace agent::test {

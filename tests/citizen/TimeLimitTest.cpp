@@ -3,7 +3,6 @@
 #include <chrono>
 
 #include "citizen/SlowJob.h"
-#include "support/TemporaryDirectory.h"
 #include "system/MountedFileSystem.h"
 #include "system/Results.h"
 

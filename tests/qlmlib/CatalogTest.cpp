@@ -141,7 +141,7 @@ TEST_F(CatalogTest, CatalogsThatCannotBeOpenedAreToldOnStandardError) {
 TEST_F(CatalogTest, ADamagedCatalogEndsInNoCrash) {
   compile("en_US",
           "300 \"STA0300W text %1$s\"\n301 \"STA0301T label\"\n302 \"x\"\n2232 \"STA0528T usage\"\n");
-  const std::string whole = readFile(catalogPath("en_US"));
+  const std::string whole = content(catalogPath("en_US"));
   const auto use = [&](const std::string& bytes) {
     writeFile(catalogPath("en_US"), bytes);
     ::testing::internal::CaptureStderr();
@@ -182,7 +182,7 @@ TEST_F(CatalogTest, AMessageIsPrintedAndLoggedAsItsFlagsSay) {
   EXPECT_EQ(issue(302, LOG_PRINT_STANDARD_OUT), 0);
   errorLogFile = nullptr;
   EXPECT_EQ(::testing::internal::GetCapturedStdout(), "STA0300W lost it\n");
-  EXPECT_EQ(readFile(path("error.log")), "STA0300W lost it\nSTA0301I found it\n");
+  EXPECT_EQ(content(path("error.log")), "STA0300W lost it\nSTA0301I found it\n");
 }
 
 }  // namespace

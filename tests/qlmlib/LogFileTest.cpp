@@ -18,7 +18,7 @@ namespace {
 class LogFileTest : public FilesTest {
  protected:
   std::string file() const { return path("agent.log"); }
-  std::string content() const { return readFile(file()); }
+  std::string written() const { return content(file()); }
 
   void log(LogFileSettings settings, const std::vector<std::string>& lines) {
     settings.path = file();
@@ -108,7 +108,7 @@ TEST_F(LogFileTest, ARingKeepsItsSizeAndItsNewestLines) {
   for (const Case& c : cases) {
     writeFile(file(), c.before);
     log({.wrapSize = c.wrapSize}, c.lines);
-    EXPECT_EQ(content(), c.after) << c.why;
+    EXPECT_EQ(written(), c.after) << c.why;
   }
 }
 
@@ -131,12 +131,12 @@ TEST_F(LogFileTest, LinesOlderThanTheRetentionGoAndAFailureLeavesThemAll) {
     std::filesystem::permissions(file(), std::filesystem::perms(0640));
     log(settings, {"\nnew\n"});
     EXPECT_EQ(std::filesystem::status(file()).permissions(), std::filesystem::perms(0640));
-    return content();
+    return written();
   };
   EXPECT_EQ(prune(deleting), young + "\nnew\n");
   writeFile(path("saved.log"), "saved before\n");
   EXPECT_EQ(prune(saving), young + "\nnew\n");
-  EXPECT_EQ(readFile(path("saved.log")), "saved before\n" + old);
+  EXPECT_EQ(content(path("saved.log")), "saved before\n" + old);
 
   for (const int write : {1, 2}) {  // to the temporary file, to the save file
     RefusedCalls calls;

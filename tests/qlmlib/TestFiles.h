@@ -6,10 +6,6 @@
 
 namespace agent::test {
 
-inline std::string readFile(const std::string& path) {
-  return content(path);
-}
-
 inline void writeFile(const std::string& path, const std::string& bytes) {
   std::ofstream(path, std::ios::binary) << bytes;
 }

@@ -23,8 +23,8 @@ class TraceFileTest : public FilesTest {
   std::string file() const { return path("log/srv/job.trace"); }
 
   /// The trace with times, numbers of process and thread, and source lines replaced by letters.
-  std::string content() const {
-    std::string text = readFile(file());
+  std::string written() const {
+    std::string text = content(file());
     text = std::regex_replace(
         text, std::regex(R"(\d\d/\d\d/\d{4} \d\d:\d\d:\d\d\.\d{3} \[\d{6,}\] \[\d+\] : )"), "<T> ");
     text = std::regex_replace(text, std::regex(R"(\d\d/\d\d/\d{4} \d\d:\d\d:\d\d)"), "<D>");
@@ -48,7 +48,7 @@ TEST_F(TraceFileTest, AWholeTraceReadsAsTheFormatSays) {
   closeTrace();
 
   const std::string own = "<T> Trace.cpp           (LINE): ", job = "<T> TraceFileTest.cpp   (LINE): ";
-  EXPECT_EQ(content().substr(24),
+  EXPECT_EQ(written().substr(24),
             std::string("2          ZTA Corvane Storage Vantage Center 5.2.4.1   Build date: ") +
                 buildDate() + "\n\nBEGINNING NEW TRACE\n\n" + own + "Tracing to file: " + file() + "\n" +
                 own + "Tracefile maximum length set to 2 MB.\n" + own + std::string(64, '-') +
@@ -132,7 +132,7 @@ TEST_F(TraceFileTest, ThreadsWriteWholeLinesAndAChangeOfThreadIsMarked) {
   TRACE(TR_MIN, "back\n");
   closeTrace();
 
-  const std::string text = content();
+  const std::string text = written();
   const std::regex line("\\): x{80}\n");
   EXPECT_EQ(std::distance(std::sregex_iterator(text.begin(), text.end(), line), {}), 400);
   EXPECT_TRUE(std::regex_search(text, std::regex("\n<=+ thread \\d+=+>\n")));

@@ -27,7 +27,7 @@ class TraceOutputTest : public FilesTest {
     return {.maxMB = maxMB, .segmentMB = 1000, .bytesPerMB = RING_BYTES};
   }
   std::string file() const { return path("job.trace"); }
-  std::string content() const { return readFile(file()); }
+  std::string written() const { return content(file()); }
 
   /// Runs a whole life of an output that writes `records`.
   void run(const std::vector<std::string>& records, uint64_t maxMB = 1) {
@@ -42,7 +42,7 @@ TEST_F(TraceOutputTest, ASecondRunGoesOnBehindTheFirst) {
   run({"one\n"});
   run({"two\n"});
   const uint64_t next = FIRST_RECORD + 4 + sizeof BEGINNING - 1 + 4;
-  EXPECT_EQ(content(), header(padded(next, 12), 1) + BEGINNING + "one\n" + BEGINNING + "two\n" + CLOSE_MARK);
+  EXPECT_EQ(written(), header(padded(next, 12), 1) + BEGINNING + "one\n" + BEGINNING + "two\n" + CLOSE_MARK);
 }
 
 TEST_F(TraceOutputTest, WhatIsNoSoundRingIsReplaced) {
@@ -65,7 +65,7 @@ TEST_F(TraceOutputTest, WhatIsNoSoundRingIsReplaced) {
   for (const auto& [why, before] : cases) {
     writeFile(file(), before);
     run({"new\n"});
-    EXPECT_EQ(content(), fresh) << why;
+    EXPECT_EQ(written(), fresh) << why;
   }
 }
 
@@ -75,11 +75,11 @@ TEST_F(TraceOutputTest, ARecordThatJustFitsStaysAndOneByteMoreGoesRound) {
   ASSERT_TRUE(
       output.write(std::string(RING_BYTES - FIRST_RECORD - 10 - 17, 'f')));  // all but record and mark
   ASSERT_TRUE(output.write("123456789\n"));
-  EXPECT_EQ(content().substr(RING_BYTES - 27), std::string("123456789\n") + END_MARK);
+  EXPECT_EQ(written().substr(RING_BYTES - 27), std::string("123456789\n") + END_MARK);
 
   // No room is left now: the shortest record goes to the start, over what stood there.
   ASSERT_TRUE(output.write("\n"));
-  const std::string ring = content();
+  const std::string ring = written();
   EXPECT_EQ(ring.substr(0, WRAP_START + 15), header(padded(WRAP_START + 1, 12), 1) + "\n" + END_MARK);
   EXPECT_EQ(ring.substr(WRAP_START + 15, 7), std::string(BEGINNING).substr(15) + "f");
   EXPECT_EQ(ring.substr(RING_BYTES - 27), "123456789\n\nContinued at beginning of file\n\n");
@@ -89,14 +89,14 @@ TEST_F(TraceOutputTest, ARingThatHasWrappedIsKeptAtTheNextStart) {
   const auto record = [](char letter) { return std::string(399, letter) + "\n"; };
   run({record('a'), record('b'), record('c')});
   run({"new\n"});
-  const std::string ring = content();
+  const std::string ring = written();
   EXPECT_EQ(ring.substr(WRAP_START, 425), record('c') + BEGINNING + "new\n");
   EXPECT_NE(ring.find("bbb\n\nContinued at beginning of file\n\n"), std::string::npos);
 }
 
 TEST_F(TraceOutputTest, ARecordLongerThanTheRingIsCut) {
   run({std::string(5000, 'l')});
-  const std::string ring = content();
+  const std::string ring = written();
   EXPECT_EQ(ring.substr(WRAP_START, RING_BYTES - WRAP_START - 17),
             std::string(RING_BYTES - WRAP_START - 17, 'l'));
   EXPECT_EQ(ring.substr(RING_BYTES - 17), CLOSE_MARK);
@@ -114,22 +114,22 @@ TEST_F(TraceOutputTest, ALargeLimitIsSpreadOverSegments) {
   const std::string second(300, '2');
   ASSERT_TRUE(output.write(first));
   ASSERT_TRUE(output.write(second));
-  EXPECT_EQ(content(), header(padded(FIRST_RECORD + 800, 12), 3) + BEGINNING + first +
+  EXPECT_EQ(written(), header(padded(FIRST_RECORD + 800, 12), 3) + BEGINNING + first +
                            "\nContinued at beginning of segment 2\n\n");
   const std::string continued = "Continued from end of segment 1\n\n";
-  EXPECT_EQ(readFile(path("job.2.trace")),
+  EXPECT_EQ(content(path("job.2.trace")),
             header(padded(WRAP_START + continued.size() + 300, 12), 3) + continued + second + END_MARK);
 
   ASSERT_TRUE(output.write(second));
   const std::string round = "Continued from end of segment 2\n\n";
-  EXPECT_EQ(content(), header(padded(WRAP_START + round.size() + 300, 12), 3) + round + second + END_MARK);
+  EXPECT_EQ(written(), header(padded(WRAP_START + round.size() + 300, 12), 3) + round + second + END_MARK);
   ASSERT_EQ(output.close(), 0);
 }
 
 TEST_F(TraceOutputTest, WithoutALimitTheFileOnlyGrows) {
   writeFile(file(), "before\n");
   run({"one\n"}, 0);
-  EXPECT_EQ(content(),
+  EXPECT_EQ(written(),
             std::string("before\nNRV Trace   ZTA Corvane Storage Vantage Center 5.2.4.1  \nBuild Date: ") +
                 buildDate() + "\n" + BEGINNING + "one\n" + CLOSE_MARK);
 }
@@ -146,7 +146,7 @@ TEST_F(TraceOutputTest, ARefusedWriteEndsTheOutputAndLeavesAWholeRing) {
     EXPECT_FALSE(output.isOpen());
     EXPECT_TRUE(output.write("nobody writes this\n"));
   }
-  EXPECT_EQ(content().substr(0, FIRST_RECORD + 4),
+  EXPECT_EQ(written().substr(0, FIRST_RECORD + 4),
             header(padded(FIRST_RECORD + 4, 12), 1) + BEGINNING + "one\n");
 }
 
