@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cerrno>
-
 #include "Common/VOXIOException.h"
 #include "support/RefusedCalls.h"
 #include "support/TemporaryDirectory.h"

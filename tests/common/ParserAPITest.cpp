@@ -3,8 +3,6 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
-#include <cerrno>
-
 #include "Common/VOXParserException.h"
 #include "support/RefusedCalls.h"
 #include "support/TemporaryDirectory.h"

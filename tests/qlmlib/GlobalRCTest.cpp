@@ -1,6 +1,5 @@
 #include "QLMlib/common/ut/GlobalRC.h"
 
-#include <cerrno>
 #include <map>
 #include <memory>
 #include <string>

@@ -1,7 +1,6 @@
 #include "QLMlib/common/unx/LimitedCalls.h"
 
 #include <atomic>
-#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstring>

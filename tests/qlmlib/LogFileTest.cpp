@@ -1,6 +1,5 @@
 #include "QLMlib/common/ut/LogFile.h"
 
-#include <cerrno>
 #include <ctime>
 
 #include <fcntl.h>

@@ -1,6 +1,5 @@
 #include "QLMlib/common/thrd/Mutex.h"
 
-#include <cerrno>
 #include <thread>
 
 #include <gtest/gtest.h>

@@ -1,6 +1,5 @@
 #include "QLMlib/common/ut/TraceFile.h"
 
-#include <cerrno>
 #include <regex>
 #include <thread>
 

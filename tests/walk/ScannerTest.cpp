@@ -1,10 +1,5 @@
 #include <gmock/gmock.h>
 
-#include <algorithm>
-#include <filesystem>
-#include <string>
-#include <vector>
-
 #include "walk/WalkFixture.h"
 
 namespace agent::test {
