@@ -1,6 +1,4 @@
-#include <fcntl.h>
 #include <pty.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <fstream>
@@ -13,7 +11,6 @@
 namespace agent::test {
 namespace {
 
-namespace fs = std::filesystem;
 using ::testing::AllOf;
 using ::testing::Ge;
 using ::testing::Le;
@@ -61,7 +58,7 @@ class ProgressTest : public SlowJob {
 
 TEST_F(ProgressTest, OnATerminalOneLineShowsHowFarTheWalkIs) {
   const std::string hostile = "a\x1B[2J\r\n\x07\xFF";
-  fs::create_directories(slow_.tree() + "/" + hostile);
+  std::filesystem::create_directories(slow_.tree() + "/" + hostile);
   for (int i = 0; i < 120; ++i) std::ofstream(slow_.tree() + "/" + hostile + "/" + std::to_string(i));
   slow_.rule({"getattr */[0-9]* 10"});
   for (const uint16_t columns : {uint16_t{200}, uint16_t{60}}) {
@@ -102,7 +99,7 @@ TEST_F(ProgressTest, OnATerminalOneLineShowsHowFarTheWalkIs) {
 }
 
 TEST_F(ProgressTest, AJobWithoutAResultSaysSo) {
-  fs::remove(tree_.definitionFile());
+  std::filesystem::remove(tree_.definitionFile());
   const Terminal terminal(80);
   Launch launch = tree_.launch();
   terminal.handTo(launch);

@@ -1,11 +1,8 @@
 #include "citizen/SlowMount.h"
 
 #include <fcntl.h>
-#include <signal.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>

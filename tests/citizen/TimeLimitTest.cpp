@@ -9,7 +9,6 @@
 namespace agent::test {
 namespace {
 
-namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 using ::testing::AllOf;
 using ::testing::Ge;
@@ -26,7 +25,7 @@ bool isRunning(const std::string& process) {
 class TimeLimitTest : public SlowJob {
  protected:
   void file(const std::string& name) const {
-    fs::create_directories(fs::path(slow_.tree() + "/" + name).parent_path());
+    std::filesystem::create_directories(std::filesystem::path(slow_.tree() + "/" + name).parent_path());
     std::ofstream(slow_.tree() + "/" + name) << "";
   }
 
@@ -43,14 +42,6 @@ class TimeLimitTest : public SlowJob {
     return outcome;
   }
 
-  std::string unreadable(const std::string& name) const {
-    return "STA0063E Unable to read the attributes of \"" + slow_.path() + "/" + name +
-           "\": Stale file handle. The entry is not counted; the scan goes on.";
-  }
-  std::string unopened(const std::string& name) const {
-    return "STA0121E Unable to open the directory \"" + slow_.path() + name +
-           "\": Stale file handle. Its content is not counted; the scan goes on.";
-  }
   static std::string walked(int entries) {
     return "AGT0144I The file system has been walked: " + std::to_string(entries) + " entries scanned.";
   }
@@ -67,13 +58,19 @@ class TimeLimitTest : public SlowJob {
 TEST_F(TimeLimitTest, WhatIsNotAnsweredInTimeCostsTheLimitAndIsToldAndTheWalkGoesOn) {
   for (const char* name : {"x/dead", "a", "d/b", "d/c", "d/e/f"}) file(name);
   constexpr int LOST = 0;
+  const std::string unreadable = "STA0063E Unable to read the attributes of \"" + slow_.path() +
+                                 "/x/dead\": Stale file handle. The entry is not counted; the scan goes on.";
+  const auto unopened = [this](const std::string& name) {
+    return "STA0121E Unable to open the directory \"" + slow_.path() + name +
+           "\": Stale file handle. Its content is not counted; the scan goes on.";
+  };
   struct Case {
     const char* rule;
     std::string told;
     int entries, files = 0, directories = 0;
   };
-  for (const Case& c : {Case{"getattr /x/dead hang", unreadable("x/dead"), 9, 4, 4},
-                        {"getattr /x/dead 1300", unreadable("x/dead"), 9, 4, 4},
+  for (const Case& c : {Case{"getattr /x/dead hang", unreadable, 9, 4, 4},
+                        {"getattr /x/dead 1300", unreadable, 9, 4, 4},
                         // A directory counts as one that can't be opened, and a root as no empty file system.
                         {"opendir /d hang", unopened("/d"), 5, 2, 3},
                         {"readdir /d hang", unopened("/d"), 5, 2, 3},
@@ -81,7 +78,7 @@ TEST_F(TimeLimitTest, WhatIsNotAnsweredInTimeCostsTheLimitAndIsToldAndTheWalkGoe
                         {"readdir / hang", unopened(""), LOST}}) {
     SCOPED_TRACE(c.rule);
     define();
-    fs::remove(tree_.logFile());
+    std::filesystem::remove(tree_.logFile());
 
     EXPECT_EQ(scan({c.rule}).status, c.entries == LOST ? 4 : 0);
 

@@ -1,7 +1,6 @@
 #include "Common/unix/psnautil.h"
 
 #include <gtest/gtest.h>
-#include <signal.h>
 #include <sys/stat.h>
 
 #include <chrono>

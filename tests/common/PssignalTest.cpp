@@ -1,8 +1,6 @@
 #include "Common/unix/pssignal.h"
 
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <unistd.h>
 
 #include "Common/unix/CmdExecer.h"
 #include "support/ChildProcess.h"

@@ -2,10 +2,8 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
-#include <signal.h>
 #include <sys/file.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <random>
 #include <regex>

@@ -1,10 +1,7 @@
 #include "QLMlib/common/unx/LimitedCalls.h"
 
-#include <atomic>
-#include <chrono>
 #include <csignal>
 #include <cstring>
-#include <thread>
 
 #include <sys/syscall.h>
 #include <unistd.h>

@@ -4,8 +4,6 @@
 #include <poll.h>
 #include <sys/mman.h>
 #include <sys/syscall.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <csignal>

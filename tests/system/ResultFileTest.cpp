@@ -33,8 +33,6 @@
 namespace agent::test {
 namespace {
 
-namespace fs = std::filesystem;
-
 Definition twoFileSystems(const std::string& one, const std::string& two) {
   using namespace std::string_literals;
   Definition definition;
@@ -166,7 +164,7 @@ TEST(ResultFileTest, TheWholeFileAndTheWholeLog) {
   values["age"] = std::to_string(second - 1000000000);
   values["gecos"] = getpwuid(0)->pw_gecos;
   long long entries = 0, sinceUse = 0, sinceChange = 0;
-  const auto add = [&](const fs::path& path) {
+  const auto add = [&](const std::filesystem::path& path) {
     struct stat status;
     ASSERT_EQ(lstat(path.c_str(), &status), 0);
     std::string name = path.filename().string();
@@ -181,7 +179,7 @@ TEST(ResultFileTest, TheWholeFileAndTheWholeLog) {
   };
   add(one.path());
   add(two.path());
-  for (const auto& entry : fs::recursive_directory_iterator(one.path())) add(entry.path());
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(one.path())) add(entry.path());
   values["average since use"] = std::to_string(sinceUse / entries);
   values["average since change"] = std::to_string(sinceChange / entries);
 

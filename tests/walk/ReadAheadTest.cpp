@@ -5,7 +5,6 @@
 #include <mutex>
 #include <random>
 #include <stdexcept>
-#include <thread>
 
 #include "Common/ScanAbortException.h"
 #include "Common/unix/pssignal.h"
