@@ -22,7 +22,8 @@ class UnreliableCalls : public RefusableCalls {
  public:
   int openDirectory(int parent, const char* name) override {
     dawdle();
-    return isOneIn(23, name, "open") ? refuse(EACCES) : RefusableCalls::openDirectory(parent, name);
+    return *name != '/' && isOneIn(23, name, "open") ? refuse(EACCES)
+                                                     : RefusableCalls::openDirectory(parent, name);
   }
   int statEntry(int directory, const char* name, struct stat& status) override {
     dawdle();
