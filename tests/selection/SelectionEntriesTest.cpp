@@ -1,4 +1,3 @@
-
 #include "Scan/selection/SelectNode.h"
 #include "selection/SelectionTestSupport.h"
 

@@ -1,4 +1,3 @@
-
 #include "walk/WalkFixture.h"
 
 namespace agent::test {
