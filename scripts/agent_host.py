@@ -12,7 +12,8 @@ import tempfile
 
 ROOT = os.path.dirname(os.path.dirname(os.path.realpath(__file__)))
 PARTS = ("input", "output", "log")
-LOCKS, COMPANION = "log/vox_scan_res", "log/vox_scan_res.lck"
+LOCKS = "log/vox_scan_res"
+COMPANION, STARTS = f"{LOCKS}.lck", f"{LOCKS}.starts"
 CANNOT_BEGIN = 77  # nothing can be mounted here; CTest counts it as skipped
 SECONDS = 60  # what runs longer hangs
 

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "Common/EntityToObjectMapper.h"
+#include "Common/LockStarts.h"
 #include "Common/unix/FileDescriptor.h"
 #include "Common/unix/psmsgutil.h"
 #include "Common/unix/psnautil.h"
@@ -128,6 +129,12 @@ Content readContent(const std::string& path) {
   return content;
 }
 
+std::set<pid_t> ownersOf(const Content& content) {
+  std::set<pid_t> owners;
+  for (const Entry& entry : content.entries) owners.insert(entry.owner());
+  return owners;
+}
+
 std::string entryText(std::string_view name, pid_t owner) {
   std::string text(RESOURCE);
   text.append(name).append("\n").append(PID).append(std::to_string(owner)).append("\n");
@@ -185,11 +192,11 @@ std::string lineName(std::string name) {
 }
 
 /// True while the entry's process lives and holds the lock; otherwise the entry is stale.
-bool isHeld(const Entry& entry, const std::string& path, const std::string& name) {
+bool isHeld(const Entry& entry, const std::string& path, const std::string& name, const LockStarts& starts) {
   TRACE(TR_MAX, "found resource %s\n", name.c_str());
   const pid_t owner = entry.owner();
   if (owner == ::getpid()) return takenLocks().count({owner, path, name}) > 0;
-  return psIsProcessRunning(owner);
+  return psIsProcessRunning(owner) && !starts.isAnother(owner);
 }
 
 /// @return the result for a lock that `holder` has
@@ -204,9 +211,10 @@ int refusal(const std::string& name, pid_t holder) {
 
 /// Marks the entries of `name` as stale, unless one is held: then none of them.
 /// @return 0, or the refusal
-int markStale(const std::vector<Entry*>& entries, const std::string& path, const std::string& name) {
+int markStale(const std::vector<Entry*>& entries, const std::string& path, const std::string& name,
+              const LockStarts& starts) {
   for (const Entry* entry : entries) {
-    if (isHeld(*entry, path, name)) return refusal(name, entry->owner());
+    if (isHeld(*entry, path, name, starts)) return refusal(name, entry->owner());
   }
   for (Entry* entry : entries) entry->stale = true;
   TRACE(TR_MAX, "resource not locked by another process\n");
@@ -218,6 +226,7 @@ int markStale(const std::vector<Entry*>& entries, const std::string& path, const
 int addLocks(const std::string& path, const std::vector<std::string>& names, const Filelock& companion,
              size_t& taken) {
   Content content = readContent(path);
+  const LockStarts starts(path);
   std::map<std::string_view, std::vector<Entry*>> entries;
   for (Entry& entry : content.entries) entries[entry.name()].push_back(&entry);
 
@@ -231,7 +240,7 @@ int addLocks(const std::string& path, const std::vector<std::string>& names, con
       result = refusal(name, ::getpid());
     } else {
       const auto found = entries.find(name);
-      if (found != entries.end()) result = markStale(found->second, path, name);
+      if (found != entries.end()) result = markStale(found->second, path, name, starts);
     }
     if (result != 0) break;
     text += entryText(name, ::getpid());
@@ -246,6 +255,9 @@ int addLocks(const std::string& path, const std::vector<std::string>& names, con
   } else {
     appendEntries(path, content.size, text);
   }
+  std::set<pid_t> owners = ownersOf(content);
+  owners.insert(::getpid());
+  starts.write(owners);
   for (const std::string& name : added) takenLocks().emplace(::getpid(), path, name);
   taken = added.size();
   return result;
@@ -254,6 +266,7 @@ int addLocks(const std::string& path, const std::vector<std::string>& names, con
 /// Drops the entries of all these names that nobody else holds, in one go over the file.
 int removeLocks(const std::string& path, const std::vector<std::string>& names, const Filelock& companion) {
   Content content = readContent(path);
+  const LockStarts starts(path);
   std::map<std::string, bool, std::less<>> found;  // by name: an entry was there
   for (const std::string& name : names) {
     found.emplace(lineName(name), false);
@@ -264,7 +277,7 @@ int removeLocks(const std::string& path, const std::vector<std::string>& names, 
     const auto wanted = found.find(entry.name());
     if (wanted == found.end()) return false;
     wanted->second = true;
-    if (!isHeld(entry, path, wanted->first)) return true;
+    if (!isHeld(entry, path, wanted->first, starts)) return true;
     TRACE(TR_MAX, "resource lock by another process: %d\n", static_cast<int>(entry.owner()));
     result = LOCKED_BY_OTHER_PROCESS;
     return false;
@@ -275,6 +288,7 @@ int removeLocks(const std::string& path, const std::vector<std::string>& names, 
   if (dropped == 0) return result;
   if (!companion.isLocked()) return COMPANION_LOST;
   replaceFile(path, content, {});
+  starts.write(ownersOf(content));
   return result;
 }
 

@@ -10,7 +10,8 @@
 namespace agent {
 
 // Locks between jobs of one host, by name. A lock is an entry in a text file below the install location, so
-// it outlives a crash; an entry of a process that no longer runs is stale and is taken over. Work on the file
+// it outlives a crash; an entry of a process that no longer runs, or whose number another process has by now,
+// is stale and is taken over. Work on the file
 // is serialised by a short-lived Filelock on its companion. Whenever a process is killed, a whole file is
 // left.
 //
@@ -19,6 +20,7 @@ namespace agent {
 //                                  PID=4711
 //   install/log/vox_scan_res.lck   the companion, while somebody works on the file
 //   install/log/vox_scan_res.tmp   the new file, until it is renamed over the old one
+//   install/log/vox_scan_res.starts   since when these processes have run (LockStarts.h), while there are any
 //
 // For the main thread only.
 

@@ -149,8 +149,8 @@ TEST_F(ResourceTest, WhatStandsInTheWayIsAFailure) {
   directory_.file("log/vox_scan_res.tmp", "left by a killed process");
   directory_.file("log/vox_scan_res.lck", "left by a killed process");
   EXPECT_EQ(lock("scan"), 0);  // leftovers are no obstacle
-  EXPECT_EQ(directory_.names("log"), std::set<std::string>{"vox_scan_res"});
   EXPECT_EQ(unlock("scan"), 0);
+  EXPECT_EQ(directory_.names("log"), std::set<std::string>{"vox_scan_res"});
 
   {
     RefusedCalls calls;

@@ -17,6 +17,7 @@
 #include "Common/unix/FileDescriptor.h"
 #include "QLMlib/common/unx/DirectoryPath.h"
 #include "QLMlib/common/unx/SystemCalls.h"
+#include "QLMlib/common/ut/NumberText.h"
 #include "QLMlib/common/ut/Trace.h"
 
 namespace agent {
@@ -197,17 +198,13 @@ int killChild(pid_t pid) {
   return TIME_LIMIT_PASSED;
 }
 
-/// The state letter of a process, or 0 where /proc doesn't tell.
-char processState(pid_t pid) {
-  const FileDescriptor file = openFile(("/proc/" + std::to_string(pid) + "/stat").c_str(), O_RDONLY);
-  char text[512];
-  const ssize_t length = file ? sys.read(file.get(), text, sizeof text) : -1;
-  if (length <= 0) return 0;
+/// What /proc tells of a process from its state letter on; empty where it tells nothing. See proc(5), stat.
+std::string processStatus(pid_t pid) {
+  const std::string line = beginningOf("/proc/" + std::to_string(pid) + "/stat");
   // "17 (name) S ...": the name may hold anything, so the last parenthesis counts.
-  const std::string_view line(text, static_cast<size_t>(length));
   const size_t parenthesis = line.rfind(')');
-  return parenthesis + 2 < line.size() && parenthesis != std::string_view::npos ? line[parenthesis + 2]
-                                                                                : '\0';
+  if (parenthesis == std::string::npos || parenthesis + 2 >= line.size()) return {};
+  return line.substr(parenthesis + 2);
 }
 
 }  // namespace
@@ -295,8 +292,21 @@ int WaitForExternalProgram(const ChildRecord& child, int& exitCode, int seconds)
 bool psIsProcessRunning(pid_t pid) {
   if (pid <= 0) return false;  // kill(2) would ask for a whole group
   if (sys.kill(pid, 0) != 0 && errno != EPERM) return false;
-  const char state = processState(pid);
-  return state != 'Z' && state != 'X';
+  const std::string status = processStatus(pid);
+  return !status.starts_with('Z') && !status.starts_with('X');
+}
+
+uint64_t psProcessStart(pid_t pid) {
+  constexpr int FIELDS_BEFORE = 19;  // of the line's 52 it is the 22nd, and the state the third
+  std::string_view rest;
+  const std::string status = processStatus(pid);
+  rest = status;
+  for (int i = 0; i < FIELDS_BEFORE; ++i) {
+    const size_t blank = rest.find(' ');
+    if (blank == std::string_view::npos) return 0;
+    rest.remove_prefix(blank + 1);
+  }
+  return wholeNumber<uint64_t>(firstWord(rest)).value_or(0);
 }
 
 }  // namespace agent

@@ -64,6 +64,10 @@ int decodeExitStatus(int status);
 /// True when a process of this number lives. A dead one that its parent has not waited for yet doesn't.
 bool psIsProcessRunning(pid_t pid);
 
+/// When a process was started, in clock ticks since the boot: what tells it from a later one of its number.
+/// @return 0 where /proc doesn't tell
+uint64_t psProcessStart(pid_t pid);
+
 /// The text between single quotes as the shell gives it back byte for byte, single quotes included.
 std::string shellQuoted(const std::string& text);
 

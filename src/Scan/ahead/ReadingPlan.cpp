@@ -49,20 +49,6 @@ constexpr std::array<uint32_t, 17> WAITING_TYPES = {NFS_SUPER_MAGIC,  SMB_SUPER_
                                                     0x7C7C6673,   // prl_fs
                                                     0xBACBACBC};  // vmhgfs
 
-/// The beginning of a small file; empty when it can't be read.
-std::string contentOf(const std::string& path) {
-  const OwnedDescriptor file = openFile(path.c_str(), O_RDONLY);
-  if (!file) return {};
-  std::string content(4096, '\0');
-  const ssize_t got = readAt(file.get(), content.data(), content.size(), 0);
-  content.resize(got > 0 ? static_cast<size_t>(got) : 0);
-  return content;
-}
-
-std::string_view firstWord(std::string_view text) {
-  return text.substr(0, text.find_first_of(" \n"));
-}
-
 /// Processors that a quota leaves; nothing where there is none.
 std::optional<uint64_t> quotaOf(std::string_view quota, std::string_view period) {
   const auto microseconds = wholeNumber<uint64_t>(quota);  // "max" and "-1" mean none
@@ -79,14 +65,14 @@ size_t quotaAlong(const std::string& hierarchy, std::string group, bool isSecond
     const std::string directory = hierarchy + group + "/";
     std::optional<uint64_t> quota;
     if (isSecondVersion) {
-      const std::string content = contentOf(directory + "cpu.max");
+      const std::string content = beginningOf(directory + "cpu.max");
       const std::string_view first = firstWord(content);
       if (first.size() < content.size()) {
         quota = quotaOf(first, firstWord(std::string_view(content).substr(first.size() + 1)));
       }
     } else {
-      quota = quotaOf(firstWord(contentOf(directory + "cpu.cfs_quota_us")),
-                      firstWord(contentOf(directory + "cpu.cfs_period_us")));
+      quota = quotaOf(firstWord(beginningOf(directory + "cpu.cfs_quota_us")),
+                      firstWord(beginningOf(directory + "cpu.cfs_period_us")));
     }
     if (quota) smallest = std::min(smallest, *quota);
     const size_t slash = group.rfind('/');
@@ -99,7 +85,7 @@ size_t quotaAlong(const std::string& hierarchy, std::string group, bool isSecond
 /// version, "4:cpu,cpuacct:/group" for the first.
 size_t processorsOfQuota() {
   size_t smallest = SIZE_MAX;
-  const std::string lines = contentOf("/proc/self/cgroup");
+  const std::string lines = beginningOf("/proc/self/cgroup");
   for (size_t begin = 0; begin < lines.size();) {
     const size_t end = std::min(lines.find('\n', begin), lines.size());
     const std::string line = lines.substr(begin, end - begin);
@@ -124,8 +110,8 @@ bool isRotating(const std::string& path, int limit) {
   if (zemNFSsyscalls(path.c_str(), 0, &status, NFS_STAT, limit, &error) != 0) return false;
   const std::string device = "/sys/dev/block/" + std::to_string(major(status.st_dev)) + ":" +
                              std::to_string(minor(status.st_dev)) + "/";
-  std::string rotational = contentOf(device + "queue/rotational");
-  if (rotational.empty()) rotational = contentOf(device + "../queue/rotational");  // a part of a disk
+  std::string rotational = beginningOf(device + "queue/rotational");
+  if (rotational.empty()) rotational = beginningOf(device + "../queue/rotational");  // a part of a disk
   return firstWord(rotational) == "1";
 }
 

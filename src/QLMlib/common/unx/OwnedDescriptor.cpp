@@ -61,4 +61,17 @@ ssize_t readAt(int descriptor, char* buffer, size_t size, off_t position) {
   return static_cast<ssize_t>(done);
 }
 
+std::string beginningOf(const std::string& path) {
+  const OwnedDescriptor file = openFile(path.c_str(), O_RDONLY);
+  if (!file) return {};
+  std::string content(4096, '\0');
+  const ssize_t got = readAt(file.get(), content.data(), content.size(), 0);
+  content.resize(got > 0 ? static_cast<size_t>(got) : 0);
+  return content;
+}
+
+std::string_view firstWord(std::string_view text) {
+  return text.substr(0, text.find_first_of(" \n"));
+}
+
 }  // namespace agent

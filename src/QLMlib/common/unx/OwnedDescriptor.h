@@ -56,4 +56,9 @@ std::string workingCopyOf(const std::string& path);
 /// @return bytes read, or -1 and errno
 ssize_t readAt(int descriptor, char* buffer, size_t size, off_t position);
 
+/// The first 4,096 bytes of a file, such as one that the kernel makes up; empty when it can't be read.
+std::string beginningOf(const std::string& path);
+/// A text up to its first blank or line feed.
+std::string_view firstWord(std::string_view text);
+
 }  // namespace agent
