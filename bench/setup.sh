@@ -69,8 +69,10 @@ END
 measure() {  # NAME COMMAND...: appends wall seconds and peak kilobytes to $work/t-NAME
   local name=$1
   shift
-  command time -f '%e %M' -o "$work/time" "$@" >/dev/null
-  cat "$work/time" >>"$work/t-$name"
+  local begin=${EPOCHREALTIME/[.,]/}
+  command time -f %M -o "$work/time" "$@" >/dev/null
+  local end=${EPOCHREALTIME/[.,]/}
+  awk -v us=$((end - begin)) '{ print us / 1e6, $1 }' "$work/time" >>"$work/t-$name"
 }
 
 median() {  # NAME: of the seconds
