@@ -47,6 +47,7 @@ class RefusableCalls : public DirectoryCalls {
  public:
   std::map<std::string, int> refusedToOpen, refusedToStat;
   std::map<std::string, std::function<void()>> beforeOpen;
+  std::atomic<ino_t> forbidden = 0;          // a directory that nobody may read
   std::atomic<int> readsBeforeFailure = -1;  // of all directories, an entry or two each; -1: none fails
 
   int openDirectory(int parent, const char* name) override {
@@ -59,6 +60,8 @@ class RefusableCalls : public DirectoryCalls {
     return DirectoryCalls::statEntry(directory, name, status);
   }
   ssize_t readEntries(int directory, void* buffer, size_t size) override {
+    struct stat status;
+    EXPECT_TRUE(fstat(directory, &status) == 0 && status.st_ino != forbidden);
     if (readsBeforeFailure < 0) return DirectoryCalls::readEntries(directory, buffer, size);
     if (readsBeforeFailure-- > 0) return DirectoryCalls::readEntries(directory, buffer, 48);
     errno = EIO;
