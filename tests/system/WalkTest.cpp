@@ -68,6 +68,30 @@ class WalkTest : public SystemTest {
   long long fileCount_ = 0, directories_ = 0;
 };
 
+TEST_F(WalkTest, NothingThatItReadsChanges) {
+  const auto strict = MountedFileSystem::tmpfs(tree_.room("strict"), "strictatime");
+  if (!strict) GTEST_SKIP() << strict.whyNot();
+  const std::vector<std::string> names = {"a/b/g", "a/b", "a/f", "a/link", "a", ""};
+  shell("cd '" + strict.path() + "' && mkdir -p a/b && touch a/f a/b/g && ln -s f a/link");
+  for (const std::string& name : names) shell("touch -h -d @1000000000 '" + strict.path() + "/" + name + "'");
+  const auto times = [&] {
+    std::vector<time_t> all;
+    for (const std::string& name : names) {
+      struct stat status;
+      EXPECT_EQ(lstat((strict.path() + "/" + name).c_str(), &status), 0);
+      all.insert(all.end(), {status.st_atime, status.st_mtime, status.st_ctime});
+    }
+    return all;
+  };
+  const std::vector<time_t> before = times();
+  for (const char* readers : {"0", "3"}) {
+    ::setenv("SCAN_READ_AHEAD", readers, 1);
+    EXPECT_EQ(scan(strict.path()).status, 0);
+    EXPECT_EQ(times(), before) << readers;
+  }
+  ::unsetenv("SCAN_READ_AHEAD");
+}
+
 TEST_F(WalkTest, LinksAreNotFollowedAndMountsNotCrossed) {
   std::filesystem::create_directories(data() + "/below/it");
   const auto other = MountedFileSystem::tmpfs(data() + "/below/mounted");
