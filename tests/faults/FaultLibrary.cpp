@@ -18,15 +18,12 @@
 #include <grp.h>
 #include <locale.h>
 #include <mntent.h>
-#include <netdb.h>
 #include <nl_types.h>
 #include <poll.h>
 #include <pthread.h>
 #include <pwd.h>
-#include <regex.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/vfs.h>
 #include <sys/wait.h>
@@ -44,8 +41,6 @@
 #include <ctime>
 #include <string_view>
 
-#pragma GCC diagnostic ignored "-Wshadow"  // flock(2) bears the name of a struct
-
 extern "C" void* __libc_malloc(size_t);
 extern "C" void* __libc_calloc(size_t, size_t);
 extern "C" void* __libc_realloc(void*, size_t);
@@ -53,16 +48,14 @@ extern "C" void* __libc_realloc(void*, size_t);
 namespace {
 
 // The calls of the program and of the libraries that it stands on, as they are linked.
-constexpr std::array<std::string_view, 58> KINDS = {
-    "malloc",      "access",      "catopen",      "close",      "closedir",    "dup2",           "execv",
-    "fchmod",      "fclose",      "fcntl64",      "fdopen",     "flock",       "fork",           "fstat64",
-    "fstatat64",   "ftruncate64", "getcwd",       "getdents64", "getgrgid",    "getmntent_r",    "getpwuid",
-    "getrlimit64", "ioctl",       "isatty",       "kill",       "localtime_r", "lockf64",        "lseek64",
-    "lstat64",     "mkdir",       "mkostemp64",   "newlocale",  "open64",      "openat64",       "opendir",
-    "pidfd_open",  "pipe2",       "poll",         "ppoll",      "pread64",     "pthread_create", "pwrite64",
-    "read",        "readdir64",   "regcomp",      "rename",     "send",        "setlocale",      "setpgid",
-    "setrlimit64", "sigaction",   "sigtimedwait", "stat64",     "statfs64",    "strftime",       "unlink",
-    "waitpid",     "write"};
+constexpr std::array<std::string_view, 45> KINDS = {
+    "malloc",     "access",    "catopen",     "close",          "closedir",    "execv",       "fclose",
+    "fcntl64",    "fdopen",    "fork",        "fstat64",        "fstatat64",   "ftruncate64", "getcwd",
+    "getdents64", "getgrgid",  "getmntent_r", "getpwuid",       "getrlimit64", "isatty",      "localtime_r",
+    "lockf64",    "mkdir",     "newlocale",   "open64",         "openat64",    "opendir",     "pidfd_open",
+    "pipe2",      "ppoll",     "pread64",     "pthread_create", "pwrite64",    "read",        "readdir64",
+    "rename",     "setlocale", "setpgid",     "sigaction",      "stat64",      "statfs64",    "strftime",
+    "unlink",     "waitpid",   "write"};
 
 consteval size_t kindOf(std::string_view name) {
   return static_cast<size_t>(std::find(KINDS.begin(), KINDS.end(), name) - KINDS.begin());
@@ -170,12 +163,9 @@ FAULT_CALL(int, access, -1, (const char* path, int wanted) noexcept, (path, want
 FAULT_CALL(nl_catd, catopen, reinterpret_cast<nl_catd>(-1), (const char* name, int flag), (name, flag))
 FAULT_CLOSE(close, -1, (int descriptor), (descriptor))
 FAULT_CLOSE(closedir, -1, (DIR * directory), (directory))
-FAULT_CALL(int, dup2, -1, (int from, int to) noexcept, (from, to))
 FAULT_CALL(int, execv, -1, (const char* path, char* const* words) noexcept, (path, words))
-FAULT_CALL(int, fchmod, -1, (int descriptor, mode_t bits) noexcept, (descriptor, bits))
 FAULT_CLOSE(fclose, EOF, (FILE * stream), (stream))
 FAULT_CALL(FILE*, fdopen, nullptr, (int descriptor, const char* how) noexcept, (descriptor, how))
-FAULT_CALL(int, flock, -1, (int descriptor, int operation) noexcept, (descriptor, operation))
 FAULT_CALL(pid_t, fork, -1, () noexcept, ())
 FAULT_CALL(int, fstat64, -1, (int descriptor, struct stat64* status) noexcept, (descriptor, status))
 FAULT_CALL(int, fstatat64, -1, (int directory, const char* name, struct stat64* status, int flags) noexcept,
@@ -189,20 +179,14 @@ FAULT_CALL(mntent*, getmntent_r, nullptr, (FILE * stream, mntent* entry, char* b
 FAULT_CALL(passwd*, getpwuid, nullptr, (uid_t number), (number))
 FAULT_CALL(int, getrlimit64, -1, (__rlimit_resource_t resource, rlimit64* limit) noexcept, (resource, limit))
 FAULT_CALL(int, isatty, 0, (int descriptor) noexcept, (descriptor))
-FAULT_CALL(int, kill, -1, (pid_t process, int number) noexcept, (process, number))
 FAULT_CALL(tm*, localtime_r, nullptr, (const time_t* time, tm* result) noexcept, (time, result))
 FAULT_CALL(int, lockf64, -1, (int descriptor, int command, off64_t length), (descriptor, command, length))
-FAULT_CALL(off64_t, lseek64, -1, (int descriptor, off64_t offset, int whence) noexcept,
-           (descriptor, offset, whence))
-FAULT_CALL(int, lstat64, -1, (const char* path, struct stat64* status) noexcept, (path, status))
 FAULT_CALL(int, mkdir, -1, (const char* path, mode_t bits) noexcept, (path, bits))
-FAULT_CALL(int, mkostemp64, -1, (char* pattern, int flags), (pattern, flags))
 FAULT_CALL(locale_t, newlocale, nullptr, (int mask, const char* name, locale_t base) noexcept,
            (mask, name, base))
 FAULT_CALL(DIR*, opendir, nullptr, (const char* path), (path))
 FAULT_CALL(int, pidfd_open, -1, (pid_t process, unsigned flags) noexcept, (process, flags))
 FAULT_CALL(int, pipe2, -1, (int* ends, int flags) noexcept, (ends, flags))
-FAULT_CALL(int, poll, -1, (pollfd * descriptors, nfds_t count, int limit), (descriptors, count, limit))
 FAULT_CALL(int, ppoll, -1, (pollfd * descriptors, nfds_t count, const timespec* limit, const sigset_t* mask),
            (descriptors, count, limit, mask))
 FAULT_TRANSFER(pread64, (int descriptor, void* buffer, size_t size, off64_t place),
@@ -215,19 +199,12 @@ FAULT_TRANSFER(pwrite64, (int descriptor, const void* buffer, size_t size, off64
                (descriptor, buffer, size, place))
 FAULT_TRANSFER(read, (int descriptor, void* buffer, size_t size), (descriptor, buffer, size))
 FAULT_CALL(dirent64*, readdir64, nullptr, (DIR * directory), (directory))
-FAULT_CALL(int, regcomp, REG_ESPACE, (regex_t * compiled, const char* pattern, int flags),
-           (compiled, pattern, flags))
 FAULT_CALL(int, rename, -1, (const char* from, const char* to) noexcept, (from, to))
-FAULT_TRANSFER(send, (int socket, const void* buffer, size_t size, int flags), (socket, buffer, size, flags))
 FAULT_CALL(char*, setlocale, nullptr, (int category, const char* name) noexcept, (category, name))
 FAULT_CALL(int, setpgid, -1, (pid_t process, pid_t group) noexcept, (process, group))
-FAULT_CALL(int, setrlimit64, -1, (__rlimit_resource_t resource, const rlimit64* limit) noexcept,
-           (resource, limit))
 FAULT_CALL(int, sigaction, -1,
            (int number, const struct sigaction* action, struct sigaction* before) noexcept,
            (number, action, before))
-FAULT_CALL(int, sigtimedwait, -1, (const sigset_t* signals, siginfo_t* found, const timespec* limit),
-           (signals, found, limit))
 FAULT_CALL(int, stat64, -1, (const char* path, struct stat64* status) noexcept, (path, status))
 FAULT_CALL(int, statfs64, -1, (const char* path, struct statfs64* status) noexcept, (path, status))
 FAULT_CALL(size_t, strftime, 0, (char* text, size_t size, const char* format, const tm* time) noexcept,
@@ -259,13 +236,4 @@ extern "C" int fcntl64(int descriptor, int command, ...) {
   void* const argument = va_arg(rest, void*);
   va_end(rest);
   return fails(kindOf("fcntl64")) ? -1 : REAL(descriptor, command, argument);
-}
-
-extern "C" int ioctl(int descriptor, unsigned long request, ...) noexcept {
-  static auto* const REAL = next<int(int, unsigned long, ...)>("ioctl");
-  va_list rest;
-  va_start(rest, request);
-  void* const argument = va_arg(rest, void*);
-  va_end(rest);
-  return fails(kindOf("ioctl")) ? -1 : REAL(descriptor, request, argument);
 }

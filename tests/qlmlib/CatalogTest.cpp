@@ -138,30 +138,6 @@ TEST_F(CatalogTest, CatalogsThatCannotBeOpenedAreToldOnStandardError) {
                 ". The American English repository will be used instead.\n");
 }
 
-TEST_F(CatalogTest, ADamagedCatalogEndsInNoCrash) {
-  compile("en_US",
-          "300 \"STA0300W text %1$s\"\n301 \"STA0301T label\"\n302 \"x\"\n2232 \"STA0528T usage\"\n");
-  const std::string whole = content(catalogPath("en_US"));
-  const auto use = [&](const std::string& bytes) {
-    writeFile(catalogPath("en_US"), bytes);
-    ::testing::internal::CaptureStderr();
-    open();
-    for (const uint32_t number : {300u, 301u, 302u, 303u, 2232u}) {
-      formatMessage({number, "STA0300W"}, {std::string("x")});
-    }
-    closeMessages();
-    ::testing::internal::GetCapturedStderr();
-  };
-  for (size_t length = 0; length < whole.size(); ++length) use(whole.substr(0, length));
-  for (size_t at = 0; at < whole.size(); ++at) {
-    for (const int value : {0x00, 0x01, 0x7f, 0xff}) {
-      std::string bytes = whole;
-      bytes[at] = static_cast<char>(value);
-      use(bytes);
-    }
-  }
-}
-
 TEST_F(CatalogTest, AMessageIsPrintedAndLoggedAsItsFlagsSay) {
   compile("en_US", "300 \"STA0300W lost %1$s\"\n301 \"STA0301I found %1$s\"\n");
   ASSERT_EQ(open(), 0);

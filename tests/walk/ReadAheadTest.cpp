@@ -138,19 +138,6 @@ TEST_F(ReadAheadTest, TheWalkSeesWhatItSeesByItselfAndInTheSameOrder) {
   }
 }
 
-TEST_F(ReadAheadTest, AWideDirectoryComesInPartsAndMoreThanMayWait) {
-  for (int i = 0; i < 100'000; ++i) {
-    symlink("nowhere", (tree_ / ("link-" + std::to_string(i))).c_str());
-    if (i % 1'000 == 0) tree_.file("directory-" + std::to_string(i) + "/below");
-  }
-  const Seen alone = see(0);
-  EXPECT_EQ(alone.rc, 0);
-  for (const bool helps : {true, false}) {
-    walkHelps_ = helps;
-    EXPECT_TRUE(see(3) == alone);
-  }
-}
-
 TEST_F(ReadAheadTest, ThreadsThatCannotBeHadAreDoneWithout) {
   std::mt19937 random(3);
   for (int i = 0; i < 5; ++i) grow(random, std::to_string(i) + "-", 0);
