@@ -1,3 +1,4 @@
+#include "support/Waiting.h"
 #include "walk/WalkFixture.h"
 
 namespace agent::test {
@@ -21,9 +22,11 @@ TEST_P(ScannerTest, OffersEveryEntryOnceAndBalancesEnteringAndLeaving) {
   tree_.file("a/b/c");
   directory("empty");
   tree_.file("d");
+  const ptrdiff_t descriptors = countOf("fd");
 
   EXPECT_EQ(walk(), 0);
 
+  EXPECT_EQ(countOf("fd"), descriptors);
   EXPECT_THAT(visited(), ElementsAre("a", "a/b", "a/b/c", "d", "empty"));
   EXPECT_EQ(action_->events.front(), "");  // the root is offered like any entry,
   EXPECT_EQ(action_->events[1], "+");      // then entered,
