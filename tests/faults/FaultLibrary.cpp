@@ -41,9 +41,11 @@
 #include <ctime>
 #include <string_view>
 
+// NOLINTBEGIN(readability-identifier-naming): the C library's own names
 extern "C" void* __libc_malloc(size_t);
 extern "C" void* __libc_calloc(size_t, size_t);
 extern "C" void* __libc_realloc(void*, size_t);
+// NOLINTEND(readability-identifier-naming)
 
 namespace {
 

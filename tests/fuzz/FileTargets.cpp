@@ -27,7 +27,7 @@ const test::TemporaryDirectory& directory() {
 }
 
 /// The notes of starts hold the same bytes.
-[[maybe_unused]] void resource_file(const std::string& bytes) {
+[[maybe_unused]] void resourceFile(const std::string& bytes) {
   const std::vector<std::string> names = {"scan_1", "scan_2"};
   directory().file("log/vox_scan_res.starts", bytes);
   directory().file("log/vox_scan_res", bytes);
@@ -37,7 +37,7 @@ const test::TemporaryDirectory& directory() {
   require(unlockResources(taken, SCAN_RESOURCES, directory().path()) != -1, "and again");
 }
 
-[[maybe_unused]] void trace_file(const std::string& bytes) {
+[[maybe_unused]] void traceFile(const std::string& bytes) {
   const std::string file = directory().file("trace", bytes);
   require(initializeTrace(file, "MIN", 1) == 0, "a trace takes a file of any content over");
   TRACE(TR_MIN, "a line\n");
@@ -45,7 +45,7 @@ const test::TemporaryDirectory& directory() {
 }
 
 /// Pruned by age, and one that wraps over itself.
-[[maybe_unused]] void log_file(const std::string& bytes) {
+[[maybe_unused]] void logFile(const std::string& bytes) {
   for (const uint32_t wrapSize : {0U, 4096U}) {
     LogFile log({.path = directory().file("log", bytes), .wrapSize = wrapSize, .retentionDays = 30});
     require(log.open() == 0, "a log of any content is opened");
@@ -65,7 +65,7 @@ const test::TemporaryDirectory& directory() {
 }
 
 /// The table, and every mount of it as an image of this content.
-[[maybe_unused]] void mount_table(const std::string& bytes) {
+[[maybe_unused]] void mountTable(const std::string& bytes) {
   const std::string file = directory().file("table", bytes);
   Mounts table(file, directory() / "absent");
   MountsMap mounts;
@@ -78,7 +78,7 @@ const test::TemporaryDirectory& directory() {
   }
 }
 
-[[maybe_unused]] void command_line(const std::string& bytes) {
+[[maybe_unused]] void commandLine(const std::string& bytes) {
   std::vector<std::string> words = {directory() / "bin/scan"};
   std::istringstream lines(bytes);
   for (std::string line; std::getline(lines, line);) words.push_back(line.substr(0, line.find('\0')));
