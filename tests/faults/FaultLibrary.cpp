@@ -1,16 +1,14 @@
 // Lets one call of a program fail. Preloaded, it stands before the C library: it counts the calls of each
 // kind that can fail and refuses the one that it is told to, in the program and in its children up to their
-// exec.
+// exec. scripts/faults tries all of them on the scan job. Variables of the environment:
 //
-//   LD_PRELOAD=libfaults.so FAULT_PROGRAM=scan FAULT_COUNTS=file [FAULT_CALL=name FAULT_AT=k
-//   FAULT_ERROR=errno
-//                           FAULT_MODE=once|always|short]
-//
-//   FAULT_COUNTS   a file of 64-bit numbers, one for each kind in the order of FAULT_KINDS, which holds the
-//   counts once           the k-th call of this kind fails always         it and all later ones short it and
-//   all later ones take half of what they are given
-//
-// scripts/faults tries all of them on the scan job.
+//   LD_PRELOAD      libfaults.so
+//   FAULT_PROGRAM   name of the program that is watched
+//   FAULT_COUNTS    a file of 64-bit numbers, one for each of KINDS: how many calls there were
+//   FAULT_CALL      the kind of which one fails, FAULT_AT its number, FAULT_ERROR the error's
+//   FAULT_MODE      "once": that call; "always": it and all later ones; "short": these take half of what they
+//                   are given
+//   FAULT_CLOCK     seconds by which the clock of the day jumps forth and back with each look at it
 
 #include <dirent.h>
 #include <dlfcn.h>
@@ -71,6 +69,7 @@ size_t wantedKind = KINDS.size();
 uint64_t wantedCall = 0;
 int wantedError = EIO;
 Mode mode = Mode::ONCE;
+time_t clockJump = 0;
 
 uint64_t numberFrom(const char* variable) {
   const char* const text = std::getenv(variable);
@@ -86,6 +85,7 @@ __attribute__((constructor)) void begin() {
     wantedKind = static_cast<size_t>(std::find(KINDS.begin(), KINDS.end(), call) - KINDS.begin());
     if (wantedKind == KINDS.size()) std::abort();
   }
+  clockJump = static_cast<time_t>(numberFrom("FAULT_CLOCK"));
   wantedCall = numberFrom("FAULT_AT");
   wantedError = static_cast<int>(numberFrom("FAULT_ERROR"));
   const char* const wantedMode = std::getenv("FAULT_MODE");
@@ -214,6 +214,21 @@ FAULT_CALL(size_t, strftime, 0, (char* text, size_t size, const char* format, co
 FAULT_CALL(int, unlink, -1, (const char* path) noexcept, (path))
 FAULT_CALL(pid_t, waitpid, -1, (pid_t process, int* status, int options), (process, status, options))
 FAULT_TRANSFER(write, (int descriptor, const void* buffer, size_t size), (descriptor, buffer, size))
+
+extern "C" int clock_gettime(clockid_t clock, timespec* result) noexcept {
+  static auto* const REAL = next<int(clockid_t, timespec*)>("clock_gettime");
+  static std::atomic<int> looks{0};
+  const int rc = REAL(clock, result);
+  if (clock == CLOCK_REALTIME) result->tv_sec += ++looks % 2 == 0 ? clockJump : -clockJump;
+  return rc;
+}
+
+extern "C" time_t time(time_t* result) noexcept {
+  timespec now;
+  clock_gettime(CLOCK_REALTIME, &now);
+  if (result != nullptr) *result = now.tv_sec;
+  return now.tv_sec;
+}
 
 // With a third or fourth argument that need not be there.
 
