@@ -87,16 +87,6 @@ TEST_F(JobEndTest, ByScan) {
   }
 }
 
-TEST_F(JobEndTest, ByAFullDisk) {
-  // Room for the job record and the first page of the result.
-  const auto small = MountedFileSystem::tmpfs(tree_ / "output/srv", "size=8k");
-  tree_.define(summaryOf({data()}).add(fullStatistic(6, 1, "more", 10)).text());
-  EXPECT_EQ(tree_.scan().status, 9);
-  EXPECT_EQ(tree_.logLines().back(), unwrittenResult("No space left on device"));
-  EXPECT_FALSE(InstallTree::exists(tree_.resultFile()));
-  EXPECT_FALSE(InstallTree::exists(tree_.definitionFile()));
-}
-
 TEST_F(JobEndTest, ByADefinitionThatIsNoUse) {
   const std::string header =
       "[Header]\n[AgentScan]\nasJobName,asScanningCompID\n[Filesystem]\nfsID,fsMountPoint\n"

@@ -18,7 +18,6 @@ namespace {
 
 using ::testing::Contains;
 using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
@@ -140,19 +139,6 @@ TEST_F(WalkTest, TheClusterFileSystemsToolIsAskedForItsSnapshotDirectory) {
   ::umount2("/usr", MNT_DETACH);
   EXPECT_EQ(outcome.status, 0);
   EXPECT_THAT(files_, ElementsAre("one.txt", "two.txt"));
-}
-
-TEST_F(WalkTest, AJobWithoutDescriptorsSaysWhatItLost) {
-  nest("d", 60);
-  define();
-  Launch launch = tree_.launch();
-  launch.arguments.insert(launch.arguments.begin(), {"--nofile=30", launch.program});
-  launch.program = "/usr/bin/prlimit";
-
-  EXPECT_EQ(run(launch).status, 4);
-
-  EXPECT_THAT(tree_.logLines(),
-              Contains(AllOf(HasSubstr("STA0121E"), HasSubstr("/d/d/d"), HasSubstr("Too many open files"))));
 }
 
 TEST_F(WalkTest, EntriesWithPathsOfUpTo4096BytesCount) {
