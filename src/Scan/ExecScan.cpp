@@ -23,6 +23,7 @@
 #include "Common/unix/psnautil.h"
 #include "Common/unix/pssignal.h"
 #include "QLMlib/common/nls/MessageCatalogs.h"
+#include "QLMlib/common/unx/LimitedCalls.h"
 #include "QLMlib/common/unx/StarterOutput.h"
 #include "QLMlib/common/unx/SystemCalls.h"
 #include "QLMlib/common/ut/MemoryReserve.h"
@@ -392,6 +393,7 @@ void ExecScan::tellSpectator() const {
 /// @return the return code
 int ExecScan::cleanup() {
   traceCaughtSignal();
+  virtStatCleanUp();
   cmdArgs_.reset();
   naLog = nullptr;
   log_.reset();
