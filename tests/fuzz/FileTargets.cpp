@@ -1,6 +1,8 @@
 // Input: one of the files that the job or its reader finds, as anybody may have left it there, or its
 // arguments, one on a line. It is read or refused, and what comes next works all the same. FUZZED says which.
 
+#include <unistd.h>
+
 #include <filesystem>
 #include <sstream>
 #include <vector>
@@ -16,6 +18,7 @@
 #include "QLMlib/common/ut/Trace.h"
 #include "QLMlib/common/ut/TraceFile.h"
 #include "ScanreportCommand.h"
+#include "support/RefusedCalls.h"
 #include "support/TemporaryDirectory.h"
 
 namespace agent::fuzz {
@@ -85,6 +88,9 @@ const test::TemporaryDirectory& directory() {
   std::vector<char*> arguments;
   for (std::string& word : words) arguments.push_back(word.data());
   arguments.push_back(nullptr);
+  // The descriptor of -agentcom that it closes may be one of the fuzzer's own.
+  test::RefusedCalls calls;
+  calls.replace<&test::Calls::close>([](int descriptor) { return descriptor > 2 ? ::close(descriptor) : 0; });
   CmdArgs args(static_cast<int>(words.size()), arguments.data(), CmdArgs::SCAN_PROGRAM);
   const int code = args.parse();
   require(code == 0 || code == CmdArgs::BAD_COMMAND || code == CmdArgs::BAD_OPTION ||
