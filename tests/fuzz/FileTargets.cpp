@@ -88,9 +88,10 @@ const test::TemporaryDirectory& directory() {
   std::vector<char*> arguments;
   for (std::string& word : words) arguments.push_back(word.data());
   arguments.push_back(nullptr);
-  // The descriptor of -agentcom that it closes may be one of the fuzzer's own.
+  // The descriptors of -agentcom, which are closed or filled, may be the fuzzer's own.
   test::RefusedCalls calls;
   calls.replace<&test::Calls::close>([](int descriptor) { return descriptor > 2 ? ::close(descriptor) : 0; });
+  calls.replace<&test::Calls::dup2>([](int, int target) { return target; });
   CmdArgs args(static_cast<int>(words.size()), arguments.data(), CmdArgs::SCAN_PROGRAM);
   const int code = args.parse();
   require(code == 0 || code == CmdArgs::BAD_COMMAND || code == CmdArgs::BAD_OPTION ||
