@@ -4,13 +4,15 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <optional>
-#include <sstream>
 
 #include "Common/unix/psnautil.h"
+#include "QLMlib/common/unx/LineReader.h"
 #include "QLMlib/common/unx/OwnedDescriptor.h"
 #include "QLMlib/common/unx/SystemCalls.h"
+#include "QLMlib/common/ut/NumberText.h"
 #include "QLMlib/common/ut/Trace.h"
 
 namespace agent {
@@ -35,14 +37,20 @@ std::string boot() {
 
 LockStarts::LockStarts(const std::string& resourcePath)
     : resourcePath_(resourcePath), path_(resourcePath + ".starts") {
-  std::istringstream text(beginningOf(path_));
-  std::string inode, size, changed, ofBoot;
-  text >> inode >> size >> changed >> ofBoot;
-  if (stateOf(resourcePath_) != inode + " " + size + " " + changed) return;
-  isOfThisBoot_ = ofBoot == boot();
-  pid_t process = 0;
-  uint64_t start = 0;
-  while (text >> process >> start) starts_.emplace(process, start);
+  const std::string thisBoot = boot();
+  const std::optional<std::string> state = stateOf(resourcePath_);
+  LineReader reader(openFile(path_.c_str(), O_RDONLY));
+  const auto first = reader.isOpen() ? reader.next() : std::nullopt;
+  // What isn't known for certain must not make a lock that is held look stale.
+  if (!first || !state || thisBoot.empty() || !first->starts_with(*state + " ")) return;
+  isOfThisBoot_ = first->substr(state->size() + 1) == thisBoot;
+  while (const auto line = reader.next()) {
+    const auto process = wholeNumber<pid_t>(firstWord(*line));
+    const auto start =
+        wholeNumber<uint64_t>(line->substr(std::min(line->size(), firstWord(*line).size() + 1)));
+    if (process && start) starts_.emplace(*process, *start);
+  }
+  if (reader.failed()) starts_.clear();
 }
 
 bool LockStarts::isAnother(pid_t process) const {
@@ -62,14 +70,15 @@ void LockStarts::write(const std::set<pid_t>& owners) const {
     if (start != 0) notes += std::to_string(owner) + " " + std::to_string(start) + "\n";
   }
   const std::string workingCopy = workingCopyOf(path_);
-  if (notes.empty()) {
+  const std::optional<std::string> state = stateOf(resourcePath_);
+  const std::string thisBoot = boot();
+  if (notes.empty() || !state || thisBoot.empty()) {
     sys.unlink(path_.c_str());
     sys.unlink(workingCopy.c_str());  // of a process that was killed at its work
     return;
   }
-  const std::optional<std::string> state = stateOf(resourcePath_);
   OwnedDescriptor file = openFile(workingCopy.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-  int error = !state || !file ? errno : writeAll(file.get(), *state + " " + boot() + "\n" + notes, 0);
+  int error = file ? writeAll(file.get(), *state + " " + thisBoot + "\n" + notes, 0) : errno;
   if (const int closeError = file.close(); error == 0) error = closeError;
   if (error == 0 && sys.rename(workingCopy.c_str(), path_.c_str()) == 0) return;
   TRACE(TR_MIN, "Unable to write %s: numbers of processes count alone\n", path_.c_str());

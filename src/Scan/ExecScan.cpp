@@ -362,7 +362,9 @@ int ExecScan::endUnforeseen(const std::string& reason) {
   attempt([this] {
     if (!scanEnded_) removeResult();
   });
-  attempt([this] { unlock(); });
+  attempt([this] {
+    if (cmdArgs_) unlock();
+  });
   attempt([&reason] {
     if (naLog != nullptr) logEnd(messages::SCAN_FAILED, {reason});
   });

@@ -1,5 +1,6 @@
 #include "Common/LockStarts.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <unistd.h>
 
@@ -10,6 +11,7 @@
 
 #include "Common/resource.h"
 #include "support/ChildProcess.h"
+#include "support/RefusedCalls.h"
 #include "support/TemporaryDirectory.h"
 
 namespace agent::test {
@@ -55,6 +57,17 @@ TEST_F(LockStartsTest, AProcessHoldsItsLockAndAnotherOfItsNumberDoesNot) {
 TEST_F(LockStartsTest, NothingOfAnEarlierBootHoldsALock) {
   setNotes("[^ ]+(\n\\d+ )", "another$1");
   EXPECT_EQ(lock(), 0);
+}
+
+TEST_F(LockStartsTest, WhatCannotBeReadTakesNoLockFromItsHolder) {
+  for (const char* unread : {"boot_id", ".starts", "/stat"}) {
+    RefusedCalls calls;
+    calls.replace<&Calls::open>([unread](const char* path, int flags, mode_t mode) {
+      errno = EMFILE;
+      return std::string(path).ends_with(unread) ? -1 : ::open(path, flags, mode);
+    });
+    EXPECT_EQ(lock(), 152) << unread;
+  }
 }
 
 TEST_F(LockStartsTest, WhatAProgramHasDoneThatNotesNothingCountsAsItStands) {

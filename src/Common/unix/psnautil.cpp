@@ -298,9 +298,8 @@ bool psIsProcessRunning(pid_t pid) {
 
 uint64_t psProcessStart(pid_t pid) {
   constexpr int FIELDS_BEFORE = 19;  // of the line's 52 it is the 22nd, and the state the third
-  std::string_view rest;
   const std::string status = processStatus(pid);
-  rest = status;
+  std::string_view rest = status;
   for (int i = 0; i < FIELDS_BEFORE; ++i) {
     const size_t blank = rest.find(' ');
     if (blank == std::string_view::npos) return 0;

@@ -52,8 +52,8 @@ ExtensionTotals::Total& ExtensionTotals::find(Key key) {
   if (totals_.size() == buckets_.size()) growBuckets();
   uint32_t& bucket = buckets_[hash_(key) & (buckets_.size() - 1)];
   totals_.push_back({.key = key, .next = bucket});
-  recent_.widenFor(totals_.size());
   bucket = static_cast<uint32_t>(totals_.size() - 1);
+  recent_.widenFor(totals_.size());
   return totals_.back();
 }
 
