@@ -11,22 +11,10 @@
 #include <cstdlib>
 #include <cstring>
 #include <functional>
-#include <new>
 
 namespace agent {
-namespace {
 
-std::atomic<bool> isShort{false};
-
-}  // namespace
-
-bool memoryIsShort() {
-  return isShort.load(std::memory_order_relaxed);
-}
-
-void endWhereMemoryIsShort() {
-  if (memoryIsShort()) throw std::bad_alloc();
-}
+std::atomic<bool> memoryIsShort{false};
 
 }  // namespace agent
 
@@ -102,7 +90,7 @@ size_t sizeInReserve(const void* piece) {
 
 /// What the system could not give.
 void* takeInstead(size_t size) {
-  isShort = true;
+  memoryIsShort = true;
   return takeFromReserve(size);
 }
 

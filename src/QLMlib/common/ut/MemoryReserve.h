@@ -1,5 +1,8 @@
 #pragma once
 
+#include <atomic>
+#include <new>
+
 namespace agent {
 
 // Memory for an orderly end. Where the system has no more, small pieces come from a reserve of the program's
@@ -11,9 +14,12 @@ namespace agent {
 // Under a sanitizer, which brings a malloc of its own, there is no reserve.
 
 /// True from the first piece on that the system could not give. Never false again.
-bool memoryIsShort();
+extern std::atomic<bool> memoryIsShort;
 
-/// @throws std::bad_alloc when memoryIsShort()
-void endWhereMemoryIsShort();
+/// Asked for each entry, so it costs a test.
+/// @throws std::bad_alloc when memory is short
+inline void endWhereMemoryIsShort() {
+  if (memoryIsShort.load(std::memory_order_relaxed)) throw std::bad_alloc();
+}
 
 }  // namespace agent
