@@ -11,8 +11,7 @@ namespace {
 constexpr uint32_t END = std::numeric_limits<uint32_t>::max();
 constexpr size_t FIRST_BUCKETS = 16;
 constexpr int TOP_BYTE_SHIFT = 56;
-constexpr int BYTE_BITS = 8;
-constexpr uint64_t IN_EACH_BYTE = 0x0101'0101'0101'0101;
+constexpr uint64_t IN_EACH_BYTE = ExtensionTotals::IN_EACH_BYTE;
 
 /// ASCII letters in lower case, all eight bytes at once: the top bit of a byte is that of the byte minus 'A'
 /// or minus 'Z' + 1, without a borrow from one byte to the next.

@@ -19,6 +19,8 @@ class ExtensionTotals {
   // An extension has at most seven bytes, so it is its own key: packed from the top byte down, its order as a
   // number is the order of its bytes, and looking one up needs no string.
   using Key = uint64_t;
+  static constexpr int BYTE_BITS = 8;
+  static constexpr Key IN_EACH_BYTE = 0x0101'0101'0101'0101;
 
   struct Total {
     Key key;

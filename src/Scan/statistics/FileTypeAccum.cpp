@@ -21,8 +21,8 @@ namespace agent {
 namespace {
 
 constexpr size_t MOST_CHARACTERS_BEHIND_DOT = 6;
-constexpr size_t BYTE_BITS = 8;
-constexpr uint64_t IN_EACH_BYTE = 0x0101'0101'0101'0101;
+constexpr size_t BYTE_BITS = ExtensionTotals::BYTE_BITS;
+constexpr uint64_t IN_EACH_BYTE = ExtensionTotals::IN_EACH_BYTE;
 
 /// The last eight bytes of a path, the very last one lowest; zeros before a shorter path.
 uint64_t lastBytes(std::string_view path) {
