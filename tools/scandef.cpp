@@ -9,9 +9,9 @@
 
 #include "Common/SafeText.h"
 #include "Common/unix/psnautil.h"
-#include "ScandefDefinition.h"
-#include "ScandefLanguage.h"
-#include "ScandefOptions.h"
+#include "definition/ScandefDefinition.h"
+#include "definition/ScandefLanguage.h"
+#include "definition/ScandefOptions.h"
 
 namespace agent::scandef {
 namespace {

@@ -4,7 +4,7 @@
 
 #include <fstream>
 
-#include "ScandefLanguage.h"
+#include "definition/ScandefLanguage.h"
 #include "system/Results.h"
 #include "system/SystemTest.h"
 

@@ -17,7 +17,7 @@
 #include "QLMlib/common/ut/LogFile.h"
 #include "QLMlib/common/ut/Trace.h"
 #include "QLMlib/common/ut/TraceFile.h"
-#include "ScanreportCommand.h"
+#include "report/ScanreportCommand.h"
 #include "support/RefusedCalls.h"
 #include "support/TemporaryDirectory.h"
 
@@ -104,7 +104,7 @@ const test::TemporaryDirectory& directory() {
   const std::string file = directory().file("result", bytes);
   for (const std::vector<std::string>& arguments : {std::vector{file}, {"--json", file}}) {
     std::ostringstream out, err;
-    const int code = tools::scanreport(arguments, out, err, false);
+    const int code = tools::scanreport(arguments, out, err, {});
     require(code == 0 || code == 1, "shown, or said to be no whole result");
     require(code == 0 || !err.str().empty() || !out.str().empty(), "and why");
   }

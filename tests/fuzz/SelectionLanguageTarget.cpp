@@ -6,7 +6,7 @@
 #include "RandomEntries.h"
 #include "Scan/selection/SelectNode.h"
 #include "Scan/selection/Selection.h"
-#include "ScandefLanguage.h"
+#include "definition/ScandefLanguage.h"
 
 namespace agent::fuzz {
 namespace {

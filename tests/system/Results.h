@@ -4,7 +4,7 @@
 #include <map>
 #include <string_view>
 
-#include "ResultFile.h"
+#include "figures/ResultFile.h"
 #include "system/InstallTree.h"
 
 namespace agent::test {

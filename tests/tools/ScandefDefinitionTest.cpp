@@ -1,11 +1,11 @@
-#include "ScandefDefinition.h"
+#include "definition/ScandefDefinition.h"
 
 #include <gmock/gmock.h>
 
 #include <array>
 #include <sstream>
 
-#include "ScandefOptions.h"
+#include "definition/ScandefOptions.h"
 #include "support/TemporaryDirectory.h"
 
 namespace agent::scandef {

@@ -1,4 +1,4 @@
-#include "ScandefLanguage.h"
+#include "definition/ScandefLanguage.h"
 
 #include <gmock/gmock.h>
 

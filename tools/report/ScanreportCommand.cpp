@@ -6,8 +6,9 @@
 #include "Common/SafeText.h"
 #include "JsonReport.h"
 #include "QLMlib/common/ut/NumberText.h"
-#include "ResultFile.h"
 #include "TextReport.h"
+#include "figures/Figures.h"
+#include "figures/ResultFile.h"
 
 namespace agent::tools {
 
@@ -84,14 +85,14 @@ Request parsed(const std::vector<std::string>& arguments) {
   return request;
 }
 
-int show(const Request& request, std::ostream& out, std::ostream& err, bool color) {
+int show(const Request& request, std::ostream& out, std::ostream& err, const Screen& screen) {
   const ResultFile result = readResultFile(request.file);
   const bool nothingSound = result.fault && result.nodes.empty();
   if (nothingSound) throw ResultFileError(result.fault->text());
   if (request.json) {
     printJson(out, result);
   } else {
-    TextReport(out, color, request.rows).print(result);
+    TextReport(out, screen, request.rows).print(figuresOf(result));
   }
   out.flush();
   if (result.fault) {
@@ -104,7 +105,8 @@ int show(const Request& request, std::ostream& out, std::ostream& err, bool colo
 
 }  // namespace
 
-int scanreport(const std::vector<std::string>& arguments, std::ostream& out, std::ostream& err, bool color) {
+int scanreport(const std::vector<std::string>& arguments, std::ostream& out, std::ostream& err,
+               const Screen& screen) {
   Request request;
   try {
     request = parsed(arguments);
@@ -112,7 +114,7 @@ int scanreport(const std::vector<std::string>& arguments, std::ostream& out, std
       out << USAGE << std::flush;
       return SHOWN;
     }
-    return show(request, out, err, color);
+    return show(request, out, err, screen);
   } catch (const UsageError& error) {
     err << "scanreport: " << error.what() << "\n" << USAGE;
     return BAD_USAGE;

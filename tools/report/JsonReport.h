@@ -2,7 +2,7 @@
 
 #include <ostream>
 
-#include "ResultFile.h"
+#include "figures/ResultFile.h"
 
 namespace agent::tools {
 
