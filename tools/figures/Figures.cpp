@@ -172,6 +172,38 @@ FilesystemFigures filesystemOf(const ResultNode& node) {
   return filesystem;
 }
 
+/// @param nameOf what a list is sorted by for NAME; `entriesOf` for ENTRIES
+template <typename Value, typename EntriesOf, typename NameOf>
+void sortList(std::vector<Value>& values, Order order, EntriesOf entriesOf, NameOf nameOf) {
+  if (order == Order::ENTRIES) {
+    largestFirst(values, entriesOf);
+  } else if (order == Order::NAME) {
+    std::stable_sort(values.begin(), values.end(),
+                     [&nameOf](const Value& a, const Value& b) { return nameOf(a) < nameOf(b); });
+  }
+}
+
+void sortSource(SourceFigures& found, Order order) {
+  for (std::vector<IdentityFigures>* identities : {&found.users, &found.groups}) {
+    sortList(
+        *identities, order,
+        [](const IdentityFigures& figures) { return figures.files + figures.directories; },
+        [](const IdentityFigures& figures) -> const std::string& { return figures.identity.name; });
+  }
+  sortList(
+      found.types, order, [](const TypeFigures& type) { return type.files; },
+      [](const TypeFigures& type) -> const std::string& { return type.extension; });
+  sortList(
+      found.directories, order,
+      [](const DirectoryFigures& directory) { return directory.files + directory.directories; },
+      [](const DirectoryFigures& directory) -> const std::string& { return directory.entry.path; });
+}
+
+int64_t entriesIn(const MonitoredFigures& monitored) {
+  const std::optional<SummaryFigures>& summary = monitored.found.summary;
+  return summary ? summary->files + summary->directories : 0;
+}
+
 }  // namespace
 
 const char* AgeFigures::time() const {
@@ -217,6 +249,23 @@ Figures figuresOf(const ResultFile& result) {
     }
   }
   return figures;
+}
+
+Order orderOf(std::string_view name) {
+  const auto found = std::find(ORDER_NAMES.begin(), ORDER_NAMES.end(), name);
+  return static_cast<Order>(found - ORDER_NAMES.begin());
+}
+
+void sortFigures(Figures& figures, Order order) {
+  for (FilesystemFigures& filesystem : figures.filesystems) {
+    for (StatisticFigures& statistic : filesystem.statistics) {
+      if (statistic.onFilesystem) sortSource(*statistic.onFilesystem, order);
+      for (MonitoredFigures& monitored : statistic.inDirectories) sortSource(monitored.found, order);
+      sortList(
+          statistic.inDirectories, order, entriesIn,
+          [](const MonitoredFigures& monitored) -> const std::string& { return monitored.directory.path; });
+    }
+  }
 }
 
 }  // namespace agent::tools

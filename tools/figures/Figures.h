@@ -151,6 +151,13 @@ struct FilesystemFigures {
   std::string below(std::string_view path) const;
 };
 
+/// What lists begin with.
+enum class Order { SPACE, ENTRIES, NAME };
+inline constexpr std::array<const char*, 3> ORDER_NAMES = {"space", "entries", "name"};
+
+/// @param name one of ORDER_NAMES
+Order orderOf(std::string_view name);
+
 /// One result. Of a file that isn't whole, what stands in front of its fault.
 struct Figures {
   std::vector<FilesystemFigures> filesystems;
@@ -159,5 +166,8 @@ struct Figures {
 
 /// @param result what a file holds; statistics that stand in front of every file system are left out
 Figures figuresOf(const ResultFile& result);
+
+/// Has the lists of owners, groups, types and directories begin otherwise than with the most space.
+void sortFigures(Figures& figures, Order order);
 
 }  // namespace agent::tools
