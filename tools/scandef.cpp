@@ -3,15 +3,17 @@
 //
 // Exit codes: 0 done, 1 the file can't be written, 2 the command line can't be followed.
 
+#include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
 
 #include "Common/SafeText.h"
 #include "Common/unix/psnautil.h"
+#include "definition/DefinitionWords.h"
 #include "definition/ScandefDefinition.h"
 #include "definition/ScandefLanguage.h"
 #include "definition/ScandefOptions.h"
+#include "definition/ScandefRun.h"
 
 namespace agent::scandef {
 namespace {
@@ -37,41 +39,42 @@ std::string shellWord(const std::string& word) {
   return quoted + "'";
 }
 
-int writeFile(const std::string& path, const std::string& text) {
-  std::ofstream file(path, std::ios::binary | std::ios::trunc);
-  file << text;
-  file.close();
-  if (!file) return complain("can't write the file " + shown(path), NOT_WRITTEN);
-  return DONE;
-}
-
 int writeForJob(const Request& request, const std::string& text) {
   const std::string& job = request.definition.jobName;
-  const std::string path =
-      definitionPath(request.install, request.server, job, request.sidRunNumber, request.jobRunNumber);
+  const int32_t run = std::max(request.jobRunNumber, 1);
+  const std::string path = definitionPath(request.install, request.server, job, request.sidRunNumber, run);
   std::error_code error;
   std::filesystem::create_directories(std::filesystem::path(path).parent_path(), error);
-  if (const int code = writeFile(path, text); code != DONE) return code;
+  writeFile(path, text);
   std::cout << "The definition was written to " << safeText(path, Backslash::KEPT)
             << "\nStart the scan with\n  " << shellWord(request.install + "/bin/scan") << " -scan -jobname "
-            << shellWord(job) << " -sidrunnumber " << request.sidRunNumber << " -jobrunnumber "
-            << request.jobRunNumber;
+            << shellWord(job) << " -sidrunnumber " << request.sidRunNumber << " -jobrunnumber " << run;
   if (!request.server.empty()) std::cout << " -servername " << shellWord(request.server);
   std::cout << "\n";
   return DONE;
 }
 
-int write(const Request& request) {
-  std::string text;
-  try {
-    text = definitionText(request.definition);
-  } catch (const std::invalid_argument& error) {
-    return complain(error.what(), BAD_USAGE);
+/// @param text of the definition file
+int carryOut(const Request& request, const std::string& text) {
+  switch (request.action) {
+    case Request::Action::RUN:
+      return runScan(request, text);
+    case Request::Action::EXPLAIN:
+      std::cout << inWords(request.definition) << std::flush;
+      break;
+    case Request::Action::CHECK:
+      std::cout << "The definition is sound: " << request.definition.filesystems.size() << " file systems, "
+                << request.definition.statistics.size() << " statistics.\n"
+                << std::flush;
+      break;
+    default:
+      if (!request.install.empty()) return writeForJob(request, text);
+      if (!request.output.empty()) {
+        writeFile(request.output, text);
+      } else {
+        std::cout << text << std::flush;
+      }
   }
-  remark(request.remarks);
-  if (!request.install.empty()) return writeForJob(request, text);
-  if (!request.output.empty()) return writeFile(request.output, text);
-  std::cout << text << std::flush;
   return std::cout ? DONE : complain("can't write to standard output", NOT_WRITTEN);
 }
 
@@ -98,23 +101,27 @@ int translate(const Request& request) {
 }
 
 int run(const std::vector<std::string>& arguments) {
-  Request request;
+  ScandefOptions options;
   try {
-    request = parseOptions(arguments);
+    if (const auto text = options.parse(arguments)) {
+      std::cout << *text << std::flush;
+      return DONE;
+    }
   } catch (const UsageError& error) {
     return complain(std::string(error.what()) + "\nTry scandef --help.", BAD_USAGE);
   }
-  switch (request.action) {
-    case Request::Action::HELP:
-      std::cout << helpText();
-      return DONE;
-    case Request::Action::EXPLAIN:
-    case Request::Action::COMPILE:
-      return translate(request);
-    case Request::Action::WRITE:
-      break;
+  const Request& request = options.request();
+  if (request.action == Request::Action::EXPLAIN_BYTES || request.action == Request::Action::COMPILE)
+    return translate(request);
+  try {
+    const std::string text = definitionText(request.definition);
+    remark(request.remarks);
+    return carryOut(request, text);
+  } catch (const std::invalid_argument& error) {
+    return complain(error.what(), BAD_USAGE);
+  } catch (const std::exception& error) {
+    return complain(error.what(), NOT_WRITTEN);
   }
-  return write(request);
 }
 
 }  // namespace

@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <fstream>
+
 #include "system/SystemTest.h"
 
 namespace agent::test {
@@ -26,7 +28,7 @@ TEST_F(InstallTest, ADefinitionIsWrittenScannedAndShown) {
   shell("'" CMAKE_PROGRAM "' --install '" BUILD_TREE "' --prefix '" + installed_.string() + "'");
   EXPECT_EQ(start("scan", {"-version"}).out, "5.2.4.1\n");
   EXPECT_THAT(start("scandef", {"--help"}).out, StartsWith("Usage: scandef"));
-  EXPECT_THAT(start("scanreport", {"--help"}).out, StartsWith("usage: scanreport"));
+  EXPECT_THAT(start("scanreport", {"--help"}).out, StartsWith("Usage: scanreport"));
   for (const char* page : {"scan", "scandef", "scanreport"}) {
     EXPECT_THAT(content(installed_ / "share/man/man1" / (std::string(page) + ".1")), HasSubstr(".TH"));
   }
@@ -38,10 +40,20 @@ TEST_F(InstallTest, ADefinitionIsWrittenScannedAndShown) {
   const size_t line = written.out.find("\n  ");
   ASSERT_NE(line, std::string::npos) << written.out;
   EXPECT_EQ(shell(written.out.substr(line)), "");
+  const std::string counted = "-- scandef.all\n  counted       2 files, 1 directories, 8.00 KiB allocated\n";
   const Outcome shown = start("scanreport", {installed_ / "output/srv/by hand.0001_scan.00000001.dat"});
   EXPECT_EQ(shown.status, 0) << shown.err;
-  EXPECT_THAT(shown.out,
-              HasSubstr("-- scandef.all\n  counted       2 files, 1 directories, 8.00 KiB allocated\n"));
+  EXPECT_THAT(shown.out, HasSubstr(counted));
+
+  // All of it in one, from a file that people write; a run that gives something up ends with its code.
+  const std::string definition = tree_.room("toml") + "/home.toml";
+  for (const auto& [filesystem, code] : {std::pair(std::string(data()), 0), {data() + "/none", 4}}) {
+    std::ofstream(definition) << "filesystems = ['" << filesystem
+                              << "']\nstatistic = [{name = 'all', summary = true}]\n";
+    const Outcome scanned = start("scandef", {definition, "--run"});
+    EXPECT_EQ(scanned.status, code) << scanned.err;
+    EXPECT_EQ(scanned.out.find(counted) != std::string::npos, code == 0) << scanned.out;
+  }
 }
 
 }  // namespace

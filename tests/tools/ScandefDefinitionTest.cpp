@@ -21,8 +21,15 @@ std::vector<std::string> words(const std::string& text) {
   return all;
 }
 
+/// What a command line asks for, on a host with nothing mounted.
+Request requestOf(const std::vector<std::string>& arguments) {
+  ScandefOptions options{MountKinds()};
+  EXPECT_EQ(options.parse(arguments), std::nullopt);
+  return options.request();
+}
+
 std::string definitionOf(const std::vector<std::string>& arguments) {
-  return definitionText(parseOptions(arguments).definition);
+  return definitionText(requestOf(arguments).definition);
 }
 
 /// Command lines with the reason for which each is refused.
@@ -61,15 +68,15 @@ TEST(ScandefDefinitionTest, WhatTheFormatCannotHoldIsRefused) {
 
 TEST(ScandefOptionsTest, AnUnusableCommandLineIsRefusedWithTheReason) {
   expectRefusals<UsageError>({
-      {{}, "nothing to scan: name a --filesystem"},
-      {{"--files\x1B", "/"}, "there is no option '--files\\x1B'"},
-      {{"--filesystem"}, "--filesystem needs a value"},
+      {{}, "nothing to scan: name a mount point"},
+      {{"--files\x1B", "/"}, "The following argument was not expected: --files\\x1B"},
+      {{"--filesystem"}, "--filesystem: 1 required MOUNTPOINT missing"},
       {{"--filesystem", "/", "--type", "zfs"},
        "--type: 'zfs' is none of ext2 ext3 ext4 reiserfs vxfs vfat tmpfs nfs cifs clfs mxfs fake"},
       {{"--filesystem", "2147483647=/", "--filesystem", "/home"}, "--filesystem: no id is left: give one"},
       {{"--statistic", "x", "--largest-files", "32768"},
        "--largest-files: '32768' is no number from 0 to 32767"},
-      {{"--statistic", "x", "--only", "/"}, "--only: no --filesystem '/' in front of it"},
+      {{"--statistic", "x", "--only", "/"}, "--only: '/' is none of the file systems"},
       {{"--statistic", "x", "--where", "type=\tflie"},
        "--where: column 7: expected a type: file, link, directory, fifo, socket, device or other\n"
        "  type= flie\n"
@@ -111,9 +118,8 @@ TEST(ScandefOptionsTest, AMonitoredDirectoryLiesWhereTheJobFindsIt) {
        }) {
     std::string placed;
     try {
-      placed = parseOptions({"--filesystem", mountPoint, "--monitor", directory})
-                   .definition.directories.at(0)
-                   .path;
+      placed =
+          requestOf({"--filesystem", mountPoint, "--monitor", directory}).definition.directories.at(0).path;
     } catch (const UsageError&) {
     }
     EXPECT_EQ(placed, path) << mountPoint << " " << directory;
@@ -127,13 +133,62 @@ TEST(ScandefOptionsTest, AnAbsolutePatternThatReachesNothingIsTold) {
            {"'/home/'", "'/home/': what lies below it is '/home/%'"},
            {"'/var/lib/x'", "'/var/lib/x': with a slash"}}) {
     const std::vector<std::string> remarks =
-        parseOptions({"--filesystem", "/home", "--filesystem", "/v*r/lib", "--statistic", "x", "--only",
-                      "/home", "--statistic", "y", "--where", "orphan and name not like (" + patterns + ")"})
+        requestOf({"--filesystem", "/home", "--filesystem", "/v*r/lib", "--statistic", "x", "--only", "/home",
+                   "--statistic", "y", "--where", "orphan and name not like (" + patterns + ")"})
             .remarks;
     EXPECT_EQ(remarks.size(), remark.empty() ? 0U : 1U) << patterns;
     for (const std::string& told : remarks)
       EXPECT_THAT(told, ::testing::StartsWith("--where: nothing that is counted matches " + remark));
   }
+}
+
+TEST(ScandefTomlTest, AFileMeansWhatTheOptionsMeanAndItsFaultsAreToldWithTheirPlace) {
+  const test::TemporaryDirectory directory;
+  const std::string file =
+      directory.file("scan.toml",
+                     "job = 'nightly'\nrun-number = 7\nmonitor = ['a*', '3=/var/x']\n"
+                     "[[filesystem]]\npath = '/srv'\nid = 5\n[[filesystem]]\npath = '/var'\n"
+                     "type = 'ext4'\n[[statistic]]\nname = 'all'\nsummary = true\n"
+                     "by-owner = false\nlargest-files = 2\nonly = ['/var']\n"
+                     "where = \"type != file\"\n");
+  EXPECT_EQ(definitionOf({file, "--statistic", "dirs", "--directories"}),
+            definitionOf(words("--job|nightly|--filesystem|5=/srv|--filesystem|/var|--type|ext4|--monitor|a*|"
+                               "--monitor|3=/var/x|--statistic|all|--summary|--largest-files|2|--only|/var|"
+                               "--where|type != file|--statistic|dirs|--directories")));
+  for (const auto& [text, reason] : std::vector<std::pair<std::string, std::string>>{
+           {"job = \n", "1:7: "},
+           {"jobs = 'x'", "1:1: there is no 'jobs' here: expected one of job, computer, "},
+           {"filesystem = '/'", "1:14: expected [[filesystem]] in double brackets, one for each"},
+           {"[[filesystem]]\npaht = '/'", "1:1: expected a path in this [[filesystem]]"},
+           {"filesystems = ['/', ['/home']]", "1:21: expected a text or a number for filesystems"},
+           {"[[statistic]]\nname = 'x'\nsummary = 'yes'", "3:11: expected true or false for summary"},
+           {"[[statistic]]\nname = 'x'\nlargest-files = 99999",
+            "3:17: largest-files: '99999' is no number from"},
+           {"[[statistic]]\nname = 'x'\nwhere = 'flie'", "3:9: where: column 1: there is no test \"flie\""},
+       }) {
+    try {
+      ADD_FAILURE() << definitionOf({directory.file("bad.toml", text)});
+    } catch (const UsageError& error) {
+      EXPECT_THAT(error.what(), ::testing::StartsWith(directory / "bad.toml" + ":" + reason));
+    }
+  }
+}
+
+TEST(ScandefOptionsTest, TheMountTableTellsTheKindOfAFileSystem) {
+  MountKinds mounts;
+  for (const auto& [place, type] :
+       {std::pair("/", "xfs"), {"/home", "ext3"}, {"/home", "ext4"}, {"/net/a", "nfs4"}})
+    mounts.add(place, type);
+  ScandefOptions options(mounts);
+  options.parse({"/home/", "/net/a", "/", "/home/anna", "--filesystem", "/home", "--type", "vfat"});
+  std::vector<int> types;
+  for (const MountPoint& filesystem : options.request().definition.filesystems)
+    types.push_back(filesystem.type);
+  EXPECT_THAT(types, ::testing::ElementsAre(23, 14, -1, -1, 1));
+  EXPECT_THAT(
+      options.request().remarks,
+      ::testing::ElementsAre("'/home/anna' is no mount point here: the job finds nothing there. It lies on "
+                             "/home: scan that with --where \"name like 'anna/%'\""));
 }
 
 }  // namespace

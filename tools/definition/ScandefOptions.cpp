@@ -1,16 +1,18 @@
 #include "ScandefOptions.h"
 
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+#include <CLI/Validators.hpp>
 #include <algorithm>
-#include <functional>
+#include <filesystem>
 #include <limits>
-#include <map>
 #include <utility>
 
 #include "Common/SafeText.h"
 #include "Common/ScanVOXTags.h"
 #include "QLMlib/common/ut/NumberText.h"
-#include "ScandefLanguage.h"
 #include "ScandefPatterns.h"
+#include "ScandefToml.h"
 
 namespace agent::scandef {
 
@@ -56,116 +58,221 @@ int16_t filesystemType(const std::string& option, const std::string& value) {
   throw UsageError(option + ": " + shown(value) + " is none of" + names);
 }
 
-class Parser {
- public:
-  Parser();
+bool isByteList(const std::string& text) {
+  return !text.empty() && text.find_first_not_of("0123456789-, ") == std::string::npos;
+}
 
-  Request parse(const std::vector<std::string>& arguments);
+/// What completion offers; another is refused by whoever takes the value.
+template <typename Kinds>
+CLI::Validator offering(const Kinds& kinds) {
+  std::string members;
+  for (const FilesystemType& kind : kinds) members += (members.empty() ? "" : ",") + std::string(kind.name);
+  return CLI::Validator([](std::string&) { return std::string(); }, "{" + members + "}", "");
+}
 
- private:
-  using Handler = std::function<void(const std::string& option, const std::string& value)>;
+constexpr const char* EXAMPLES =
+    "Selections of --where: type = file, name like '%/*.log', owner = 'anna', size >= 10M,\n"
+    "  mtime < -90d, atime, orphan, attributes any setuid, and, or, not: see scandef(1).\n"
+    "Example: scandef /home --by-owner --largest-files 20 --where \"atime<-365d\" --run";
 
-  void parseStatisticOption(const char* tag, const std::string& option, const std::string& value);
-  void check() const;
-  void placeDirectories();
-  std::vector<std::string> placesOf(const std::string& path) const;
-  void remark();
-  Statistic& statistic(const std::string& option);
-  int32_t filesystemAt(const std::string& option, const std::string& path) const;
+}  // namespace
 
-  Request request_;
-  std::map<size_t, Caveats> caveats_;  // of each statistic's selection, by its place
-  std::map<std::string, Handler> withValue_;
-  std::map<std::string, Handler> alone_;
-};
+ScandefOptions::ScandefOptions(MountKinds mounts) : mounts_(std::move(mounts)) {
+  tools::beginCommand(command_, "scandef", "[FILE.toml] [MOUNTPOINT...] [option...]",
+                      "Says what a scan is to do: writes its definition, or scans at once with --run.",
+                      EXAMPLES);
+  command_.add_option("PLACE", places_, "a definition that people can read, or a mount point to scan")
+      ->type_name("FILE");
+  addScanOptions();
+  addJobOptions();
+  addStatisticOptions();
+}
 
-Parser::Parser() {
-  Definition& definition = request_.definition;
+CLI::Option* ScandefOptions::add(const std::string& names, const char* valueName,
+                                 const std::string& description, Handler handler) {
+  const std::string name = names.substr(0, names.find(','));
+  const bool takesValue = *valueName != '\0';
+  known_[name] = {takesValue, std::move(handler)};
+  CLI::Option* option = nullptr;
+  if (takesValue) {
+    const auto written = [this, name](const std::string& value) { arguments_.emplace_back(name, value); };
+    option = command_.add_option_function<std::string>(names, written, description)->type_name(valueName);
+  } else {
+    const auto written = [this, name](int64_t) { arguments_.emplace_back(name, ""); };
+    option = command_.add_flag_function(names, written, description);
+  }
+  // Each time that it stands there, since an option belongs to what stands in front of it.
+  return option->trigger_on_parse()->group(group_);
+}
+
+void ScandefOptions::addScanOptions() {
+  group_ = "What to scan and to do";
+  const auto action = [this](Request::Action wanted) {
+    return [this, wanted](const std::string&, const std::string&) { request_.action = wanted; };
+  };
   const auto text = [](std::string& target) {
     return [&target](const std::string&, const std::string& value) { target = value; };
   };
-  const auto action = [this](Request::Action wanted) {
-    return [this, wanted](const std::string&, const std::string& value) {
-      request_.action = wanted;
-      request_.subject = value;
-    };
-  };
-  alone_["--help"] = alone_["-h"] = action(Request::Action::HELP);
-  withValue_["--explain"] = action(Request::Action::EXPLAIN);
-  withValue_["--compile"] = action(Request::Action::COMPILE);
-  withValue_["--output"] = text(request_.output);
-  withValue_["--install"] = text(request_.install);
-  withValue_["--server"] = text(request_.server);
-  withValue_["--job"] = text(definition.jobName);
-  withValue_["--sid"] = [this](const auto& option, const auto& value) {
-    request_.sidRunNumber = id(option, value);
-  };
-  withValue_["--run"] = [this](const auto& option, const auto& value) {
-    request_.jobRunNumber = id(option, value);
-  };
-  withValue_["--computer"] = [&definition](const auto& option, const auto& value) {
-    definition.computer = id(option, value);
-  };
-  withValue_["--filesystem"] = [&definition](const auto& option, const auto& value) {
-    definition.filesystems.push_back(numberedPath(option, value, definition.filesystems));
-  };
-  withValue_["--type"] = [&definition](const auto& option, const auto& value) {
-    if (definition.filesystems.empty()) throw UsageError(option + " belongs behind a --filesystem");
-    definition.filesystems.back().type = filesystemType(option, value);
-  };
-  withValue_["--monitor"] = [&definition](const auto& option, const auto& value) {
-    definition.directories.push_back(numberedPath(option, value, definition.directories));
-  };
-  withValue_["--statistic"] = [&definition](const auto& option, const auto& value) {
-    if (value.empty()) throw UsageError(option + ": the name is missing");
-    definition.statistics.emplace_back(value);
-  };
-  withValue_["--only"] = [this](const auto& option, const auto& value) {
-    statistic(option).onlyFilesystems.push_back(filesystemAt(option, value));
-  };
-  alone_["--directories"] = [this](const auto& option, const auto&) {
-    statistic(option).ofDirectories = true;
-  };
+  add("--run", "",
+      "scan now and show the report\n"
+      "The definition, the result and the logs lie below the install location that --install names, "
+      "otherwise "
+      "below scandef's own, or where that may not be written below XDG_STATE_HOME or .local/state of the "
+      "home "
+      "directory. It ends with the job's exit code.",
+      action(Request::Action::RUN));
+  add("--explain", "",
+      "say in words what would be scanned and counted\n"
+      "Behind it may also stand the bytes of a selection, signed decimal numbers as in the last column of a "
+      "statistic's row, to see that as text.",
+      action(Request::Action::EXPLAIN));
+  add("--check", "",
+      "only say whether the definition is sound\n"
+      "Of a file that isn't, the message names file, line, column and what was expected.",
+      action(Request::Action::CHECK));
+  add("--output,-o", "FILE", "write to a file instead of standard output", text(request_.output));
+  add("--install", "DIRECTORY", "write to where a job installed there looks\nIt says how to start the job.",
+      text(request_.install));
+  add("--monitor", "DIRECTORY",
+      "a directory, or a pattern, for --directories\n"
+      "It is a path pattern, so one that stands for several directories gives several results, and a special "
+      "character of its name is written with an & in front. With a slash in front it has to begin with a "
+      "mount "
+      "point, spelled as for --filesystem; without, it lies below each of them and counts as a monitored "
+      "directory for each: the first has the id that ID=DIRECTORY gives, the others get the next ones.",
+      [this](const auto& option, const auto& value) {
+        std::vector<MonitoredDirectory>& directories = request_.definition.directories;
+        directories.push_back(numberedPath(option, value, directories));
+      });
+}
 
+void ScandefOptions::addJobOptions() {
+  group_ = "More of a job";
+  Definition& definition = request_.definition;
+  add("--filesystem", "MOUNTPOINT",
+      "scan this file system\n"
+      "The same as a mount point without the option. ID=MOUNTPOINT gives it an id; otherwise it is one more "
+      "than "
+      "the highest so far.",
+      [&definition](const auto& option, const auto& value) {
+        definition.filesystems.push_back(numberedPath(option, value, definition.filesystems));
+      });
+  add("--type", "NAME",
+      "kind of the file system before\n"
+      "The mount table tells it unless it is given, or unless definitions know no such kind: then the report "
+      "has "
+      "UNKNOWN.",
+      [&definition](const auto& option, const auto& value) {
+        if (definition.filesystems.empty()) throw UsageError(option + " belongs behind a --filesystem");
+        definition.filesystems.back().type = filesystemType(option, value);
+      })
+      ->check(offering(FILESYSTEM_TYPES));
+  add("--job", "NAME", "name of the job (scan)",
+      [&definition](const auto&, const auto& value) { definition.jobName = value; });
+  add("--computer", "N", "id of this computer (1)",
+      [&definition](const auto& option, const auto& value) { definition.computer = id(option, value); });
+  add("--server", "NAME",
+      "the server's name\n"
+      "A directory of that name stands below input, output and log. A job that is given one tells the agent "
+      "how it "
+      "ended.",
+      [this](const auto&, const auto& value) { request_.server = value; });
+  add("--sid", "N", "the schedule's number (1)",
+      [this](const auto& option, const auto& value) { request_.sidRunNumber = id(option, value); });
+  add("--run-number", "N", "the run's number (1, with --run the next)",
+      [this](const auto& option, const auto& value) { request_.jobRunNumber = id(option, value); });
+  add("--rows", "N",
+      "lines of each list in the report of --run\n"
+      "As long as the longest list that is asked for, up to 50, unless it is given.",
+      [this](const auto& option, const auto& value) {
+        request_.rows = static_cast<size_t>(id(option, value));
+      });
+  add("--compile", "SELECTION", "show a selection as bytes\nSo it stands in a definition.",
+      [this](const auto&, const auto& value) {
+        request_.action = Request::Action::COMPILE;
+        request_.subject = value;
+      });
+}
+
+void ScandefOptions::addStatisticOptions() {
+  group_ = "Options of a statistic";
+  add("--statistic", "NAME",
+      "begins a statistic: what follows belongs to it\n"
+      "It counts all file systems of the job. Options that stand in front of the first one begin a statistic "
+      "of "
+      "their own, with the name \"all\".",
+      [this](const auto& option, const auto& value) {
+        if (value.empty()) throw UsageError(option + ": the name is missing");
+        request_.definition.statistics.emplace_back(value);
+      });
+  add("--only", "MOUNTPOINT",
+      "count this file system alone\nMay be repeated; it has to be named in front of the statistic.",
+      [this](const auto& option, const auto& value) {
+        statistic().onlyFilesystems.push_back(filesystemAt(option, value));
+      });
+  add("--directories", "", "count each monitored directory instead",
+      [this](const auto&, const auto&) { statistic().ofDirectories = true; });
   for (const StatisticOption& known : STATISTIC_OPTIONS) {
-    auto& handlers = statisticColumnKind(known.tag) == CellKind::FLAG ? alone_ : withValue_;
-    handlers["--" + std::string(known.name)] = [this, &known](const auto& option, const auto& value) {
-      parseStatisticOption(known.tag, option, value);
-    };
+    const CellKind kind = statisticColumnKind(known.tag);
+    const char* const valueName = kind == CellKind::FLAG        ? ""
+                                  : kind == CellKind::SELECTION ? "SELECTION"
+                                  : kind == CellKind::TEXT      ? "TEXT"
+                                                                : "N";
+    add("--" + std::string(known.name), valueName, known.help,
+        [this, &known](const auto& option, const auto& value) { takeColumn(known, option, value); });
   }
 }
 
-// "--option value" and "--option=value".
-Request Parser::parse(const std::vector<std::string>& arguments) {
-  for (size_t place = 0; place < arguments.size(); ++place) {
-    const size_t equals = arguments[place].find('=');
-    const std::string option = arguments[place].substr(0, equals);
-    if (const auto alone = alone_.find(option); alone != alone_.end()) {
-      if (equals != std::string::npos) throw UsageError(option + " takes no value");
-      alone->second(option, {});
-      continue;
-    }
-    const auto handler = withValue_.find(option == "-o" ? "--output" : option);
-    if (handler == withValue_.end()) throw UsageError("there is no option " + shown(option));
-    if (equals != std::string::npos) {
-      handler->second(option, arguments[place].substr(equals + 1));
-    } else if (++place < arguments.size()) {
-      handler->second(option, arguments[place]);
-    } else {
-      throw UsageError(option + " needs a value");
-    }
-  }
-  if (request_.action == Request::Action::WRITE) {
-    check();
-    placeDirectories();
-    remark();
-  }
-  return request_;
+std::optional<std::string> ScandefOptions::parse(const std::vector<std::string>& arguments) {
+  if (auto text = tools::parseCommand(command_, arguments)) return text;
+  for (const std::string& place : places_) takePlace(place);
+  if (!request_.file.empty()) readToml(request_.file, *this);
+  for (const auto& [option, value] : arguments_) set(option, value);
+  finish();
+  return std::nullopt;
 }
 
-void Parser::parseStatisticOption(const char* tag, const std::string& option, const std::string& value) {
-  std::string& cell = statistic(option)[tag];
-  switch (statisticColumnKind(tag)) {
+std::optional<bool> ScandefOptions::takesValue(const std::string& option) const {
+  const auto found = known_.find(option);
+  return found != known_.end() ? std::optional(found->second.takesValue) : std::nullopt;
+}
+
+void ScandefOptions::set(const std::string& option, const std::string& value) {
+  known_.at(option).handler(option, value);
+}
+
+// A definition file, the bytes of a selection, or a mount point: each looks otherwise.
+void ScandefOptions::takePlace(const std::string& place) {
+  std::error_code error;
+  if (isByteList(place)) {
+    request_.subject = place;
+  } else if (place.ends_with(".toml") || std::filesystem::is_regular_file(place, error)) {
+    if (!request_.file.empty())
+      throw UsageError("two definitions are named, " + shown(request_.file) + " and " + shown(place));
+    request_.file = place;
+  } else {
+    arguments_.emplace(arguments_.begin() + mountPoints_++, "--filesystem", place);
+  }
+}
+
+void ScandefOptions::finish() {
+  if (isByteList(request_.subject) && request_.action != Request::Action::COMPILE) {
+    if (request_.action != Request::Action::EXPLAIN)
+      throw UsageError(shown(request_.subject) + ": the bytes of a selection go with --explain");
+    request_.action = Request::Action::EXPLAIN_BYTES;
+  }
+  if (request_.action == Request::Action::COMPILE || request_.action == Request::Action::EXPLAIN_BYTES)
+    return;
+  check();
+  findKinds();
+  placeDirectories();
+  remark();
+}
+
+void ScandefOptions::takeColumn(const StatisticOption& known, const std::string& option,
+                                const std::string& value) {
+  std::string& cell = statistic()[known.tag];
+  switch (statisticColumnKind(known.tag)) {
     case CellKind::NUMBER_32:
       cell = std::to_string(id(option, value));
       break;
@@ -190,9 +297,9 @@ void Parser::parseStatisticOption(const char* tag, const std::string& option, co
   }
 }
 
-void Parser::check() const {
+void ScandefOptions::check() const {
   const Definition& definition = request_.definition;
-  if (definition.filesystems.empty()) throw UsageError("nothing to scan: name a --filesystem");
+  if (definition.filesystems.empty()) throw UsageError("nothing to scan: name a mount point");
   if (definition.jobName.empty() || definition.jobName.find('/') != std::string::npos) {
     throw UsageError("--job: " + shown(definition.jobName) + " can't be part of a file's name");
   }
@@ -212,8 +319,27 @@ void Parser::check() const {
   }
 }
 
+// Unless somebody has said it, the mount table does.
+void ScandefOptions::findKinds() {
+  for (MountPoint& filesystem : request_.definition.filesystems) {
+    if (filesystem.type != -1) continue;
+    if (const auto mount = mounts_.at(filesystem.path)) {
+      filesystem.type = mount->type;
+      continue;
+    }
+    const std::string holder = mounts_.mountPointOf(filesystem.path);
+    if (holder.empty()) continue;
+    std::string remark = shown(filesystem.path) + " is no mount point here: the job finds nothing there";
+    if (filesystem.path.starts_with('/')) {
+      const std::string below = filesystem.path.substr(holder.size() + (holder == "/" ? 0 : 1));
+      remark += ". It lies on " + holder + ": scan that with --where \"name like '" + below + "/%'\"";
+    }
+    request_.remarks.push_back(remark);
+  }
+}
+
 // A directory that is named without a mount point lies below each: the first keeps its id.
-void Parser::placeDirectories() {
+void ScandefOptions::placeDirectories() {
   std::vector<MonitoredDirectory>& directories = request_.definition.directories;
   int32_t highest = 0;
   for (const MonitoredDirectory& directory : directories) highest = std::max(highest, directory.id);
@@ -232,7 +358,7 @@ void Parser::placeDirectories() {
 }
 
 // The paths of a monitored directory as the job finds them.
-std::vector<std::string> Parser::placesOf(const std::string& path) const {
+std::vector<std::string> ScandefOptions::placesOf(const std::string& path) const {
   const auto refuse = [&path](const std::string& reason) {
     throw UsageError("--monitor: " + shown(path) + ": " + reason);
   };
@@ -257,7 +383,7 @@ std::vector<std::string> Parser::placesOf(const std::string& path) const {
 }
 
 // What is written but may not be what was meant.
-void Parser::remark() {
+void ScandefOptions::remark() {
   Caveats all;
   for (const auto& [place, caveats] : caveats_) {
     all.size = all.size || caveats.size;
@@ -285,22 +411,16 @@ void Parser::remark() {
 }
 
 // The one that the options before have begun.
-Statistic& Parser::statistic(const std::string& option) {
-  if (request_.definition.statistics.empty()) throw UsageError(option + " belongs behind a --statistic");
+Statistic& ScandefOptions::statistic() {
+  if (request_.definition.statistics.empty()) request_.definition.statistics.emplace_back("all");
   return request_.definition.statistics.back();
 }
 
-int32_t Parser::filesystemAt(const std::string& option, const std::string& path) const {
+int32_t ScandefOptions::filesystemAt(const std::string& option, const std::string& path) const {
   for (const MountPoint& filesystem : request_.definition.filesystems) {
     if (filesystem.path == path) return filesystem.id;
   }
-  throw UsageError(option + ": no --filesystem " + shown(path) + " in front of it");
-}
-
-}  // namespace
-
-Request parseOptions(const std::vector<std::string>& arguments) {
-  return Parser().parse(arguments);
+  throw UsageError(option + ": " + shown(path) + " is none of the file systems");
 }
 
 std::string shown(const std::string& words) {
@@ -317,71 +437,6 @@ std::string marked(const std::string& text, size_t position, const std::string& 
   const size_t columns = displayWidth(before);
   return "column " + std::to_string(columns + 1) + ": " + reason + "\n  " + before +
          shownPart(text.substr(position)) + "\n  " + std::string(columns, ' ') + "^";
-}
-
-std::string helpText() {
-  std::string text =
-      "Usage: scandef [option...] --filesystem MOUNTPOINT... [--statistic NAME [its option...]]...\n"
-      "       scandef --explain BYTES\n"
-      "       scandef --compile SELECTION\n"
-      "\n"
-      "Writes a scan definition, so that a scan can be started without a server.\n"
-      "\n"
-      "  --filesystem [ID=]MOUNTPOINT    scan this file system; ids are counted unless given\n"
-      "  --type NAME                     kind of the file system before: ext2 ext3 ext4 reiserfs vxfs vfat "
-      "tmpfs\n"
-      "                                  nfs cifs clfs mxfs fake\n"
-      "  --monitor [ID=]DIRECTORY        a directory, or a pattern, for the statistics of --directories; "
-      "below\n"
-      "                                  each mount point unless it begins with one\n"
-      "  --job NAME                      name of the job (scan)\n"
-      "  --computer ID                   id of this computer (1)\n"
-      "  --output FILE, -o FILE          write to a file instead of standard output\n"
-      "  --install DIRECTORY             write to where a job installed there looks, and say how to start "
-      "it\n"
-      "  --server NAME, --sid N, --run N the server's name, the schedule's and the run's number, for "
-      "--install\n"
-      "  --explain BYTES                 show a selection of a definition file as text\n"
-      "  --compile SELECTION             show a selection as bytes\n"
-      "  --help, -h                      this text\n"
-      "\n"
-      "A statistic counts all file systems of the job. What follows --statistic belongs to it:\n"
-      "\n"
-      "  --only MOUNTPOINT               this file system alone; may be repeated\n"
-      "  --directories                   the monitored directories instead\n";
-  for (const StatisticOption& option : STATISTIC_OPTIONS) {
-    const CellKind kind = statisticColumnKind(option.tag);
-    std::string line = "  --" + std::string(option.name);
-    if (kind == CellKind::TEXT) line += " TEXT";
-    if (kind == CellKind::SELECTION) line += " SELECTION";
-    if (kind == CellKind::NUMBER_32 || kind == CellKind::NUMBER_16) line += " N";
-    line.resize(std::max<size_t>(line.size() + 1, 34), ' ');
-    text += line + option.help + "\n";
-  }
-  text +=
-      "\n"
-      "Selections:\n"
-      "\n"
-      "  type = file                     != too; link directory fifo socket device other; (file, link)\n"
-      "  name like '%/*.log'             not like too; patterns of paths; ('/tmp/%', '%/core')\n"
-      "  owner like 'www-*'              not like too; patterns of names\n"
-      "  owner = 'anna', group = 'staff' = != < <= > >= and in ['a', 'c'), by bytes\n"
-      "  size >= 10M                     = != < <= > >= and in [1K, 10M), in bytes, below 2G\n"
-      "  size32 >= 10M                   the same by the low 32 bits as a signed number, as the job "
-      "compares\n"
-      "  allocated >= 4G                 the same, by the space that is taken, below 1T\n"
-      "  mtime < -90d                    atime too; now, -36h, 2024-05-01, 2024-05-01T12:30:00Z, "
-      "@1700000000\n"
-      "  attributes all setuid+sticky    any too; orphan archive blockdevice executable sticky setgid "
-      "setuid\n"
-      "  orphan                          an attribute alone\n"
-      "  everything, nothing, not, and, or, ( )\n"
-      "\n"
-      "Example:\n"
-      "\n"
-      "  scandef --filesystem /home --statistic \"old logs\" --summary --largest-files 20 \\\n"
-      "          --where \"type=file and size>=10M and name like '%/*.log' and mtime<-90d\" -o job.dat\n";
-  return text;
 }
 
 }  // namespace agent::scandef

@@ -104,26 +104,27 @@ std::string helpLine(const CLI::Option& option) {
   return padRight(names, OPTION_COLUMNS) + said.substr(OPTION_COLUMNS);
 }
 
+/// @param all every option on a line of its own, otherwise those of the first group alone
 std::string helpOf(const CLI::App& command, bool all) {
   std::string text = command.get_description() + "\n";
   bool isFirst = true;
   for (const std::string& group : groupsOf(command)) {
     const std::vector<const CLI::Option*> options = optionsOf(command, group);
-    text += "\n" + group + ":\n";
     if (isFirst || all) {
+      text += "\n" + group + ":\n";
       for (const CLI::Option* option : options) text += helpLine(*option);
     } else {
-      std::vector<std::string> names;
-      for (const CLI::Option* option : options) names.push_back(namesOf(*option).front());
-      text += wrapped(names, "  ");
+      std::vector<std::string> words = {group + ":"};
+      for (const CLI::Option* option : options) words.push_back(namesOf(*option).front());
+      text += wrapped(words, "");
     }
     isFirst = false;
   }
   return text + "\n" + command.get_footer() + "\n";
 }
 
-// Manual
-// -------------------------------------------------------------------------------------------------------
+// --- Manual
+// --------------------------------------------------------------------------------------------------
 
 /// A text as roff prints it: dashes stay dashes, and no line is taken for a request.
 std::string roff(std::string_view text) {
@@ -140,10 +141,18 @@ std::string roff(std::string_view text) {
   return escaped;
 }
 
+/// The line of the help as a sentence.
+std::string asSentence(const std::string& description) {
+  const size_t end = std::min(description.find('\n'), description.size());
+  std::string text = description.substr(0, end) + "." + description.substr(end);
+  if (text[0] >= 'a' && text[0] <= 'z') text[0] = static_cast<char>(text[0] - 'a' + 'A');
+  return text;
+}
+
 /// The sentences of a description; words that are options in bold.
 std::string roffSentences(const std::string& description) {
   std::string text;
-  std::istringstream lines(description);
+  std::istringstream lines(asSentence(description));
   for (std::string line; std::getline(lines, line);) {
     std::string shown;
     for (const std::string& word : wordsOf(line)) {
@@ -158,8 +167,8 @@ std::string roffSentences(const std::string& description) {
   return text;
 }
 
-// Completion
-// ---------------------------------------------------------------------------------------------------
+// --- Completion
+// ----------------------------------------------------------------------------------------------
 
 std::string joined(const std::vector<std::string>& words, const char* between) {
   std::string text;
@@ -194,7 +203,7 @@ std::string zshEscaped(const std::string& text) {
 void beginCommand(CLI::App& command, const std::string& name, const std::string& usage,
                   const std::string& summary, const std::string& examples) {
   command.name(name);
-  command.description("Usage: " + name + " " + usage + "\n\n" + summary);
+  command.description("Usage: " + name + " " + usage + "\n" + summary);
   command.footer(examples);
   command.set_help_flag("--help,-h", "the options in short")->group(HELP_GROUP);
   command.set_help_all_flag("--help-all", "all options, each with what it does")->group(HELP_GROUP);

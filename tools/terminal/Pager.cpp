@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "QLMlib/common/unx/SystemCalls.h"
+
 namespace agent::tools {
 
 namespace {
@@ -15,11 +17,11 @@ constexpr int NO_SUCH_COMMAND = 127;  // of a shell
 bool throughPager(const std::string& text, const char* command) {
   // One that its user leaves early isn't read to the end.
   void (*const before)(int) = std::signal(SIGPIPE, SIG_IGN);
-  FILE* const pager = ::popen(command, "w");
+  FILE* const pager = sys.popen(command, "w");
   bool seen = false;
   if (pager != nullptr) {
     (void)std::fwrite(text.data(), 1, text.size(), pager);
-    const int status = ::pclose(pager);
+    const int status = sys.pclose(pager);
     seen = status != -1 && !(WIFEXITED(status) && WEXITSTATUS(status) == NO_SUCH_COMMAND);
   }
   (void)std::signal(SIGPIPE, before);

@@ -34,7 +34,7 @@ Screen Screen::ofStandardOutput() {
   const bool dumb = terminal != nullptr && std::string_view(terminal) == "dumb";
   screen.color = !isSet("NO_COLOR") && !dumb;
   struct winsize size = {};
-  if (::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0) {
+  if (sys.ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0) {
     if (size.ws_col > 0) screen.width = size.ws_col;
     screen.lines = size.ws_row;
   }

@@ -1,5 +1,6 @@
 #include "QLMlib/common/unx/SystemCalls.h"
 
+#include <spawn.h>
 #include <stdlib.h>
 #include <sys/file.h>
 #include <sys/ioctl.h>
@@ -65,6 +66,11 @@ constinit SystemCallTable sys{
     .pidfd_open{::pidfd_open},
     .setpgid{::setpgid},
     .waitpid{::waitpid},
+    .posix_spawn{[](pid_t* process, const char* path, char* const* arguments, char* const* environment) {
+      return ::posix_spawn(process, path, nullptr, nullptr, arguments, environment);
+    }},
+    .popen{::popen},
+    .pclose{::pclose},
     .getrlimit{[](int resource, rlimit* limit) {
       return ::getrlimit(static_cast<__rlimit_resource_t>(resource), limit);
     }},

@@ -144,6 +144,9 @@ struct SystemCallTable {
   Again<int(pid_t process, unsigned flags)> pidfd_open;
   Again<int(pid_t process, pid_t group)> setpgid;
   Again<pid_t(pid_t process, int* status, int options)> waitpid;
+  Told<int(pid_t* process, const char* path, char* const* arguments, char* const* environment)> posix_spawn;
+  Told<std::FILE*(const char* command, const char* mode)> popen;
+  Never<int(std::FILE* stream)> pclose;
   Again<int(int resource, rlimit* limit)> getrlimit;
   Again<int(int resource, const rlimit* limit)> setrlimit;
 

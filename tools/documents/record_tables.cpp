@@ -1,12 +1,11 @@
 // For developers: the tables of docs/file-formats.md, made from those that the program reads and prints by.
 
-#include <fstream>
 #include <iostream>
-#include <sstream>
 #include <string>
 #include <string_view>
 
 #include "Scan/RecordClasses.h"
+#include "documents/DocumentPart.h"
 
 namespace agent::tools {
 
@@ -54,40 +53,6 @@ std::string allTables() {
   return text;
 }
 
-std::string contentOf(const std::string& fileName) {
-  std::ostringstream text;
-  text << std::ifstream(fileName).rdbuf();
-  return text.str();
-}
-
-/// @return exit code
-int work(std::string_view action, const std::string& fileName) {
-  const std::string document = contentOf(fileName);
-  const size_t begin = document.find(BEGIN);
-  const size_t end = document.find(END);
-  if (begin == std::string::npos || end == std::string::npos || end < begin) {
-    std::cerr << "record_tables: \"" << fileName << "\" can't be read or lacks the marks\n" << BEGIN << END;
-    return 1;
-  }
-  const std::string renewed = document.substr(0, begin) + BEGIN + allTables() + document.substr(end);
-  if (action == "--write") {
-    std::ofstream file(fileName);
-    file << renewed << std::flush;
-    if (!file) std::cerr << "record_tables: \"" << fileName << "\" can't be written\n";
-    return file ? 0 : 1;
-  }
-  if (document == renewed) return 0;
-  std::istringstream stands(document), wanted(renewed);
-  std::string was, is;
-  do {
-    std::getline(stands, was);
-    std::getline(wanted, is);
-  } while (was == is);
-  std::cerr << "record_tables: \"" << fileName << "\" isn't what the tables say. It has\n  " << was
-            << "\ninstead of\n  " << is << "\nrecord_tables --write renews it.\n";
-  return 1;
-}
-
 }  // namespace
 
 }  // namespace agent::tools
@@ -102,5 +67,7 @@ int main(int argc, char** argv) {
     std::cerr << agent::tools::USAGE;
     return 2;
   }
-  return agent::tools::work(action, argv[2]);
+  const agent::tools::DocumentPart part{"record_tables", agent::tools::BEGIN, agent::tools::END,
+                                        agent::tools::allTables()};
+  return action == "--write" ? part.write(argv[2]) : part.check(argv[2]);
 }
