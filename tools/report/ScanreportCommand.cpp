@@ -1,12 +1,17 @@
 #include "report/ScanreportCommand.h"
 
+#include <algorithm>
+#include <optional>
 #include <sstream>
 #include <stdexcept>
 #include <string_view>
 
 #include "Common/SafeText.h"
+#include "figures/Alerts.h"
+#include "figures/Comparison.h"
 #include "figures/Figures.h"
 #include "figures/ResultFile.h"
+#include "report/ComparisonReport.h"
 #include "report/JsonReport.h"
 #include "report/ScanreportOptions.h"
 #include "report/TextReport.h"
@@ -20,41 +25,77 @@ namespace {
 constexpr int SHOWN = 0;
 constexpr int NOT_WHOLE = 1;
 constexpr int BAD_USAGE = 2;
+constexpr int LIMIT_PASSED = 3;
 
 std::string inQuotes(std::string_view text) {
   return "\"" + safeText(text) + "\"";
 }
 
-/// The one result file of a request that shows one.
+/// The one result file of a request that shows one, in which nothing is at odds.
 const std::string& onlyFile(const ReportRequest& request) {
   if (request.files.size() > 1) {
     throw UsageError("two files are named, " + inQuotes(request.files[0]) + " and " +
                      inQuotes(request.files[1]) + ": it shows one at a time");
   }
+  const bool needsOlder = std::any_of(request.alerts.begin(), request.alerts.end(), [](const Alert& alert) {
+    return alert.subject == Alert::Subject::GROWTH;
+  });
+  if (needsOlder && request.against.empty())
+    throw UsageError("--alert growth>: it needs a result to go --against");
+  if (request.json && !request.against.empty()) throw UsageError("--json and --against exclude each other");
   return request.files.front();
 }
 
+/// A file of which at least something is sound.
+ResultFile soundPartOf(const std::string& file, std::ostream& err) {
+  ResultFile result = readResultFile(file);
+  if (!result.fault) return result;
+  if (result.nodes.empty()) throw ResultFileError(result.fault->text());
+  err << "scanreport: " << inQuotes(file)
+      << " is not whole, shown is what stands in front of its fault: " << result.fault->text() << "\n";
+  return result;
+}
+
+/// What the limits of a request say.
+/// @return true where one is passed
+bool tellAlerts(const ReportRequest& request, const Figures& figures, const Comparison* comparison,
+                std::ostream& err) {
+  bool isAnyPassed = false;
+  for (const Alert& alert : request.alerts) {
+    for (const std::string& sentence : passed(alert, figures, comparison)) {
+      err << "scanreport: ALERT " << safeText(alert.text) << ": " << sentence << "\n";
+      isAnyPassed = true;
+    }
+  }
+  return isAnyPassed;
+}
+
 int show(const ReportRequest& request, std::ostream& out, std::ostream& err, const Screen& screen) {
-  const std::string& file = onlyFile(request);
-  const ResultFile result = readResultFile(file);
-  const bool nothingSound = result.fault && result.nodes.empty();
-  if (nothingSound) throw ResultFileError(result.fault->text());
+  const ResultFile result = soundPartOf(onlyFile(request), err);
+  Figures figures = figuresOf(result);
+  sortFigures(figures, request.order);
+  std::optional<Comparison> comparison;
+  bool isWhole = !result.fault;
+  if (!request.against.empty()) {
+    const ResultFile older = soundPartOf(request.against, err);
+    isWhole = isWhole && !older.fault;
+    comparison = compare(figuresOf(older), figures);
+  }
   if (request.json) {
     printJson(out, result);
     out.flush();
   } else {
-    Figures figures = figuresOf(result);
-    sortFigures(figures, request.order);
     std::ostringstream text;
-    TextReport(text, screen, request.rows).print(figures);
+    if (comparison) {
+      printComparison(text, *comparison, screen, request.rows);
+    } else {
+      TextReport(text, screen, request.rows).print(figures);
+    }
     showText(text.str(), out, request.noPager ? 0 : screen.lines);
   }
-  if (result.fault) {
-    err << "scanreport: " << inQuotes(file)
-        << " is not whole, shown is what stands in front of its fault: " << result.fault->text() << "\n";
-  }
   if (!out) throw ResultFileError("standard output can't be written");
-  return result.fault ? NOT_WHOLE : SHOWN;
+  const bool isPassed = tellAlerts(request, figures, comparison ? &*comparison : nullptr, err);
+  return !isWhole ? NOT_WHOLE : isPassed ? LIMIT_PASSED : SHOWN;
 }
 
 }  // namespace

@@ -5,15 +5,28 @@
 #include <CLI/Validators.hpp>
 #include <limits>
 
+#include "Common/SafeText.h"
 #include "terminal/CommandOptions.h"
 
 namespace agent::tools {
+
+namespace {
+
+Alert alertFor(const std::string& limit) {
+  try {
+    return alertOf(limit);
+  } catch (const AlertError& error) {
+    throw UsageError("--alert: \"" + safeText(limit) + "\": " + error.what());
+  }
+}
+
+}  // namespace
 
 std::unique_ptr<CLI::App> scanreportCommand(ReportRequest& request) {
   auto command = std::make_unique<CLI::App>();
   beginCommand(*command, "scanreport", "[option...] FILE",
                "Shows what a scan has found. Of a file that breaks off it shows what is sound.",
-               "Exit codes: 0 shown, 1 the file can't be read or isn't whole, 2 the arguments are wrong.\n"
+               "Exit codes: 0 shown, 1 the file can't be read or isn't whole, 2 wrong arguments, 3 --alert.\n"
                "Example: scanreport output/server/daily.0001_scan.00000001.dat");
   command->add_option("FILE", request.files, "the result file")->required()->type_name("FILE");
   command
@@ -31,6 +44,33 @@ std::unique_ptr<CLI::App> scanreportCommand(ReportRequest& request) {
           "entries leaves them as they are.")
       ->type_name("ORDER")
       ->check(CLI::IsMember(ORDER_NAMES));
+  command
+      ->add_option(
+          "--against", request.against,
+          "show what grew and what shrank since an older result\n"
+          "File systems, owners, groups, file types, classes of size and age, directories: what changed most "
+          "first, with a bar to the right for what grew and to the left for what shrank. A list of the N "
+          "largest doesn't tell of what isn't in it: there the line says that something came into the list "
+          "or "
+          "left it. Results are paired by mount point, statistics by name, owners and groups by number.")
+      ->type_name("FILE");
+  command
+      ->add_option_function<std::vector<std::string>>(
+          "--alert",
+          [&request](const std::vector<std::string>& limits) {
+            for (const std::string& limit : limits) request.alerts.push_back(alertFor(limit));
+          },
+          "end with 3 where something passes it, and say what\n"
+          "owner>10G, group>, type>, directory>: the space of any of them; orphans>: of files whose owner is "
+          "gone; "
+          "fs>90%: of a file system's used space; inodes>; growth>: what a file system has grown by since "
+          "the result of "
+          "--against. K, M, G, T count by 1024. A share is of the capacity for fs and inodes, of what there "
+          "was for "
+          "growth, of the used space for the others. May be repeated.")
+      ->type_name("LIMIT")
+      ->expected(1)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
   command->add_flag(
       "--json", request.json,
       "one record a line, as JSON, instead\n"

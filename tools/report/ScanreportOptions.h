@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "figures/Alerts.h"
 #include "figures/Figures.h"
 
 namespace agent::tools {
@@ -15,6 +16,8 @@ struct ReportRequest {
   std::vector<std::string> files;
   size_t rows = 10;
   Order order = Order::SPACE;
+  std::string against;        ///< an older result; empty for none
+  std::vector<Alert> alerts;  ///< limits to watch
   bool json = false;
   bool noPager = false;
 };
