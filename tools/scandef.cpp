@@ -39,6 +39,11 @@ std::string shellWord(const std::string& word) {
   return quoted + "'";
 }
 
+/// "1 statistic", "2 statistics".
+std::string counted(size_t number, const char* what) {
+  return std::to_string(number) + " " + what + (number == 1 ? "" : "s");
+}
+
 int writeForJob(const Request& request, const std::string& text) {
   const std::string& job = request.definition.jobName;
   const int32_t run = std::max(request.jobRunNumber, 1);
@@ -63,8 +68,9 @@ int carryOut(const Request& request, const std::string& text) {
       std::cout << inWords(request.definition) << std::flush;
       break;
     case Request::Action::CHECK:
-      std::cout << "The definition is sound: " << request.definition.filesystems.size() << " file systems, "
-                << request.definition.statistics.size() << " statistics.\n"
+      std::cout << "The definition is sound: "
+                << counted(request.definition.filesystems.size(), "file system") << ", "
+                << counted(request.definition.statistics.size(), "statistic") << ".\n"
                 << std::flush;
       break;
     default:

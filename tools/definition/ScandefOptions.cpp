@@ -13,6 +13,7 @@
 #include "QLMlib/common/ut/NumberText.h"
 #include "ScandefPatterns.h"
 #include "ScandefToml.h"
+#include "figures/Figures.h"
 
 namespace agent::scandef {
 
@@ -187,6 +188,15 @@ void ScandefOptions::addJobOptions() {
       [this](const auto& option, const auto& value) {
         request_.rows = static_cast<size_t>(id(option, value));
       });
+  add("--sort", "ORDER", "what the lists of the report of --run begin with",
+      [this](const auto& option, const auto& value) {
+        if (std::find(tools::ORDER_NAMES.begin(), tools::ORDER_NAMES.end(), value) ==
+            tools::ORDER_NAMES.end())
+          throw UsageError(option + ": " + shown(value) + " is none of space, entries, name");
+        request_.reportOptions.insert(request_.reportOptions.end(), {option, value});
+      });
+  add("--details", "", "the report of --run tells apparent sizes and names",
+      [this](const auto& option, const auto&) { request_.reportOptions.push_back(option); });
   add("--compile", "SELECTION", "show a selection as bytes\nSo it stands in a definition.",
       [this](const auto&, const auto& value) {
         request_.action = Request::Action::COMPILE;

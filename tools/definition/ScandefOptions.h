@@ -39,8 +39,9 @@ struct Request {
   std::string server;
   std::vector<std::string> remarks;  ///< what standard error is to say, though it is no error
   int32_t sidRunNumber = 1;
-  int32_t jobRunNumber = 0;  ///< 0: not given
-  size_t rows = 0;           ///< of the report's lists; 0: not given
+  int32_t jobRunNumber = 0;                ///< 0: not given
+  size_t rows = 0;                         ///< of the report's lists; 0: not given
+  std::vector<std::string> reportOptions;  ///< others of scanreport(1)
 };
 
 /// The options of scandef, and what they build up. A readable definition sets the same options, one after the

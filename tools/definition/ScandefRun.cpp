@@ -187,8 +187,9 @@ int runScan(const Request& request, const std::string& text) {
                           Backslash::KEPT)
               << "\n";
   }
-  (void)tools::scanreport({"--rows", std::to_string(rowsFor(request)), result}, std::cout, std::cerr,
-                          tools::Screen::ofStandardOutput());
+  std::vector<std::string> report = {"--rows", std::to_string(rowsFor(request)), result};
+  report.insert(report.end(), request.reportOptions.begin(), request.reportOptions.end());
+  (void)tools::scanreport(report, std::cout, std::cerr, tools::Screen::ofStandardOutput());
   std::cerr << "Result: " << safeText(result, Backslash::KEPT) << "\n";
   return code;
 }

@@ -73,7 +73,7 @@ bool tellAlerts(const ReportRequest& request, const Figures& figures, const Comp
 int show(const ReportRequest& request, std::ostream& out, std::ostream& err, const Screen& screen) {
   const ResultFile result = soundPartOf(onlyFile(request), err);
   Figures figures = figuresOf(result);
-  sortFigures(figures, request.order);
+  sortFigures(figures, request.style.order);
   std::optional<Comparison> comparison;
   bool isWhole = !result.fault;
   if (!request.against.empty()) {
@@ -87,9 +87,9 @@ int show(const ReportRequest& request, std::ostream& out, std::ostream& err, con
   } else {
     std::ostringstream text;
     if (comparison) {
-      printComparison(text, *comparison, screen, request.rows);
+      printComparison(text, *comparison, screen, request.style.rows);
     } else {
-      TextReport(text, screen, request.rows).print(figures);
+      TextReport(text, screen, request.style).print(figures);
     }
     showText(text.str(), out, request.noPager ? 0 : screen.lines);
   }

@@ -30,7 +30,7 @@ std::unique_ptr<CLI::App> scanreportCommand(ReportRequest& request) {
                "Example: scanreport output/server/daily.0001_scan.00000001.dat");
   command->add_option("FILE", request.files, "the result file")->required()->type_name("FILE");
   command
-      ->add_option("--rows", request.rows,
+      ->add_option("--rows", request.style.rows,
                    "lines of each list that are shown (10)\n"
                    "It holds for the monitored directories of each statistic too. A line behind them tells "
                    "how many more there are.")
@@ -38,7 +38,7 @@ std::unique_ptr<CLI::App> scanreportCommand(ReportRequest& request) {
       ->check(CLI::Range(1, std::numeric_limits<int>::max()));
   command
       ->add_option_function<std::string>(
-          "--sort", [&request](const std::string& order) { request.order = orderOf(order); },
+          "--sort", [&request](const std::string& order) { request.style.order = orderOf(order); },
           "what the lists begin with (space)\n"
           "The most space, the most entries, or the first by name. Lists of files have one entry in a line: "
           "entries leaves them as they are.")
@@ -71,6 +71,12 @@ std::unique_ptr<CLI::App> scanreportCommand(ReportRequest& request) {
       ->type_name("LIMIT")
       ->expected(1)
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+  command->add_flag(
+      "--details", request.style.details,
+      "files with their apparent size and number of names\n"
+      "A file with holes takes less than it seems to have. One with several names is counted once less "
+      "than it has names in the tree. Of all files together a result tells neither: its totals are of "
+      "allocated space.");
   command->add_flag(
       "--json", request.json,
       "one record a line, as JSON, instead\n"

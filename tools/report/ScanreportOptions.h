@@ -7,15 +7,14 @@
 #include <vector>
 
 #include "figures/Alerts.h"
-#include "figures/Figures.h"
+#include "report/TextReport.h"
 
 namespace agent::tools {
 
 /// What the command line of scanreport asks for.
 struct ReportRequest {
   std::vector<std::string> files;
-  size_t rows = 10;
-  Order order = Order::SPACE;
+  ReportStyle style;
   std::string against;        ///< an older result; empty for none
   std::vector<Alert> alerts;  ///< limits to watch
   bool json = false;

@@ -105,7 +105,7 @@ void TextReport::ofDirectories(const StatisticFigures& statistic) {
     }
     inTable = totalsAlone;
     if (inTable) {
-      directory(directoryEntry.path, found.summary->blocks, found.summary->files);
+      directory(directoryEntry.path, found.summary->blocks, found.summary->files, "files");
     } else {
       source(found);
     }
@@ -164,28 +164,37 @@ void TextReport::ages(const AgeFigures& ages) {
   histogram(AGE_CLASSES, ages.ages);
 }
 
-void TextReport::directory(const std::string& path, int64_t blocks, int64_t fileCount) {
-  out_ << padLeft(humanBlocks(blocks), SIZE + 2) << padLeft(grouped(fileCount), COUNT) << " files  "
-       << shown(path, width_ - SIZE - COUNT - 10) << '\n';
+void TextReport::directory(const std::string& path, int64_t blocks, int64_t count, const char* what) {
+  const std::string line =
+      padLeft(humanBlocks(blocks), SIZE + 2) + padLeft(grouped(count), COUNT) + " " + what + "  ";
+  out_ << line << shown(path, width_ - line.size() - 1) << '\n';
 }
 
 void TextReport::directories(const std::vector<DirectoryFigures>& all) {
   if (all.empty()) return;
-  section("Directories with the most space directly in them");
+  const bool byEntries = style_.order == Order::ENTRIES;
+  section(!byEntries ? "Directories with the most space directly in them"
+                     : "Directories with the most entries directly in them, of the " +
+                           grouped(static_cast<int64_t>(all.size())) + " with the most space");
   for (size_t i = 0; i < all.size() && i < rows_; ++i) {
-    directory(all[i].entry.path, all[i].blocks, all[i].files);
+    const int64_t count = byEntries ? all[i].files + all[i].directories : all[i].files;
+    directory(all[i].entry.path, all[i].blocks, count, byEntries ? "entries" : "files");
   }
   more(all.size());
 }
 
 void TextReport::files(const FileList& list) {
-  section(std::string(list.title) + (!list.orphans ? ""
-                                     : list.age    ? ", with the number"
-                                                   : ", with the owner's number"));
+  section(std::string(list.title) +
+          (!list.orphans ? ""
+           : list.age    ? ", with the number"
+                         : ", with the owner's number") +
+          (style_.details ? ": allocated, apparent size, names" : ""));
   const bool withOwner = list.type != SFile::OLDEST_NOT_BACKED_UP;
   for (size_t i = 0; i < list.files.size() && i < rows_; ++i) {
     const EntryFigures& file = list.files[i];
     std::string line = padLeft(humanBlocks(file.blocks), SIZE + 2) + "  ";
+    if (style_.details)
+      line += padLeft(humanBytes(file.length), SIZE) + padLeft(grouped(file.links), SIZE / 2) + "  ";
     if (list.age) line += padLeft(humanAge((filesystem_->scanTime - file.accessed) / 1000), COUNT) + "  ";
     if (withOwner) {
       const std::string owner = file.owner ? safeText(file.owner->name) : "?";
@@ -194,6 +203,9 @@ void TextReport::files(const FileList& list) {
     out_ << line << shown(file.path, width_ - displayWidth(line)) << '\n';
   }
   more(list.files.size());
+  if (style_.details)
+    out_ << "  A result tells apparent sizes and names of listed files alone: all totals are of allocated "
+            "space.\n";
 }
 
 void TextReport::types(const std::vector<TypeFigures>& all) {

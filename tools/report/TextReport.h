@@ -12,12 +12,18 @@
 
 namespace agent::tools {
 
+/// How much of a result a report shows.
+struct ReportStyle {
+  size_t rows = 10;            ///< lines of each list
+  Order order = Order::SPACE;  ///< what its lists are sorted by
+  bool details = false;        ///< files with their apparent size and how many names they have
+};
+
 /// Prints a result for a person to look at: as wide as the screen, one part for each file system.
 class TextReport {
  public:
-  /// @param rows how many lines of each list are shown
-  TextReport(std::ostream& out, const Screen& screen, size_t rows = 10)
-      : out_(out), screen_(screen), rows_(rows), width_(screen.width) {}
+  TextReport(std::ostream& out, const Screen& screen, const ReportStyle& style)
+      : out_(out), screen_(screen), style_(style), rows_(style.rows), width_(screen.width) {}
 
   /// What is sound of a result, with a warning on top where that isn't all.
   void print(const Figures& figures);
@@ -32,7 +38,7 @@ class TextReport {
   void ages(const AgeFigures& ages);
   void histogram(std::span<const char* const> labels, const Histogram& histogram);
   void directories(const std::vector<DirectoryFigures>& all);
-  void directory(const std::string& path, int64_t blocks, int64_t files);
+  void directory(const std::string& path, int64_t blocks, int64_t count, const char* what);
   void files(const FileList& list);
   void types(const std::vector<TypeFigures>& all);
   void share(const std::string& name, int64_t blocks, const std::string& count, int64_t largest);
@@ -43,6 +49,7 @@ class TextReport {
 
   std::ostream& out_;
   Screen screen_;
+  ReportStyle style_;
   size_t rows_;
   size_t width_;
   const FilesystemFigures* filesystem_ = nullptr;  // the one being shown

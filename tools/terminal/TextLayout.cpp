@@ -19,6 +19,16 @@ std::string withUnit(double value, const char* unit) {
   return text;
 }
 
+std::string humanSize(double value) {
+  static constexpr std::array<const char*, 7> UNITS = {"B", "KiB", "MiB", "GiB", "TiB", "PiB", "EiB"};
+  size_t unit = 0;
+  while (std::fabs(value) >= 999.5 && unit + 1 < UNITS.size()) {
+    value /= 1024;
+    ++unit;
+  }
+  return unit == 0 ? std::to_string(static_cast<int64_t>(value)) + " B" : withUnit(value, UNITS[unit]);
+}
+
 }  // namespace
 
 std::string padRight(const std::string& text, size_t width) {
@@ -32,14 +42,11 @@ std::string padLeft(const std::string& text, size_t width) {
 }
 
 std::string humanBlocks(int64_t blocks) {
-  static constexpr std::array<const char*, 7> UNITS = {"B", "KiB", "MiB", "GiB", "TiB", "PiB", "EiB"};
-  double value = static_cast<double>(blocks) * 512;
-  size_t unit = 0;
-  while (std::fabs(value) >= 999.5 && unit + 1 < UNITS.size()) {
-    value /= 1024;
-    ++unit;
-  }
-  return unit == 0 ? std::to_string(static_cast<int64_t>(value)) + " B" : withUnit(value, UNITS[unit]);
+  return humanSize(static_cast<double>(blocks) * 512);
+}
+
+std::string humanBytes(int64_t bytes) {
+  return humanSize(static_cast<double>(bytes));
 }
 
 std::string humanAge(int64_t seconds) {

@@ -15,6 +15,9 @@ std::string padLeft(const std::string& text, size_t width);
 /// Units of 512 bytes as people say them, in three figures: "1.25 GiB".
 std::string humanBlocks(int64_t blocks);
 
+/// Bytes in the same way.
+std::string humanBytes(int64_t bytes);
+
 /// Seconds as people say them: "3 days", "2.4 years".
 std::string humanAge(int64_t seconds);
 
