@@ -47,33 +47,33 @@ bool isWritable(const files::path& directory) {
   return sys.access(directory.c_str(), W_OK | X_OK) == 0;
 }
 
-/// An install tree of one's own, with the programs and texts of another.
-files::path userInstall(const files::path& programs) {
+/// A user's place for what programs keep (XDG Base Directory Specification).
+files::path userInstall() {
   const std::string state = environment("XDG_STATE_HOME");
   const std::string home = environment("HOME");
   if (state.empty() && home.empty())
     throw std::runtime_error("--run: there is no place for its files: name one with --install");
-  const files::path tree = (state.empty() ? files::path(home) / ".local/state" : files::path(state)) / "scan";
-  files::create_directories(tree);
-  for (const char* part : {"bin", "nls"}) {
-    files::remove(tree / part);
-    files::create_directory_symlink(programs / part, tree / part);
-  }
-  return tree;
+  return (state.empty() ? files::path(home) / ".local/state" : files::path(state)) / "scan";
 }
 
-/// The install location to scan with, with the directories that a job needs.
+/// The install location to scan with, with the directories that a job needs. One that has no programs of its
+/// own gets links to those beside this one.
 std::string installFor(const Request& request) {
-  files::path tree = request.install;
-  if (tree.empty()) {
-    const files::path programs = ownInstall();
-    tree = isWritable(programs / "input") && isWritable(programs / "output") && isWritable(programs / "log")
-               ? programs
-               : userInstall(programs);
+  const files::path programs = ownInstall();
+  const bool isOwnReady =
+      isWritable(programs / "input") && isWritable(programs / "output") && isWritable(programs / "log");
+  const files::path tree = !request.install.empty() ? files::path(request.install)
+                           : isOwnReady             ? programs
+                                                    : userInstall();
+  for (const char* part : {"input", "output", "log"}) files::create_directories(tree / part);
+  if (!files::exists(tree / "bin/scan")) {
+    for (const char* part : {"bin", "nls"}) {
+      files::remove(tree / part);
+      files::create_directory_symlink(programs / part, tree / part);
+    }
   }
   if (!files::exists(tree / "bin/scan"))
     throw std::runtime_error("--run: there is no " + shown((tree / "bin/scan").string()));
-  for (const char* part : {"input", "output", "log"}) files::create_directories(tree / part);
   return files::absolute(tree).string();
 }
 

@@ -1,5 +1,6 @@
 #include "definition/ScandefToml.h"
 
+#define TOML_HEADER_ONLY 1  // no library of its own on hosts
 #include <toml++/toml.h>
 
 #include <algorithm>

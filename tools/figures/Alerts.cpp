@@ -75,7 +75,8 @@ void addSource(Amounts& amounts, const SourceFigures& found, Alert::Subject subj
       break;
     case Alert::Subject::ORPHANS: {
       int64_t blocks = 0;
-      for (const IdentityFigures& one : found.users) blocks += one.identity.gone ? one.blocks : 0;
+      for (const IdentityFigures& one : found.users)
+        blocks = plus(blocks, one.identity.gone ? one.blocks : 0);
       if (blocks > 0) amounts.add("files whose owner is gone", blocks);
       break;
     }

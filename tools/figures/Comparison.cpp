@@ -20,14 +20,14 @@ class Pairing {
 
   void before(const Key& key, const std::string& name, int64_t blocks, int64_t files) {
     Change& change = lineOf(key, name);
-    change.before = change.before.value_or(0) + blocks;
-    change.filesBefore += files;
+    change.before = plus(change.before.value_or(0), blocks);
+    change.filesBefore = plus(change.filesBefore, files);
   }
 
   void after(const Key& key, const std::string& name, int64_t blocks, int64_t files) {
     Change& change = lineOf(key, name);
-    change.after = change.after.value_or(0) + blocks;
-    change.filesAfter += files;
+    change.after = plus(change.after.value_or(0), blocks);
+    change.filesAfter = plus(change.filesAfter, files);
     change.name = name;  // the newer one, where an owner was renamed or went
   }
 

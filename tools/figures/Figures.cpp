@@ -12,7 +12,8 @@ namespace agent::tools {
 
 namespace {
 
-constexpr int64_t GROUP = 2;  // of ugType
+constexpr int64_t GROUP = 2;                 // of ugType
+constexpr int64_t LIMIT = int64_t{1} << 53;  // see amount
 
 /// The largest first, equal ones as they stood.
 template <typename Value, typename Weight>
@@ -21,8 +22,14 @@ void largestFirst(std::vector<Value>& values, Weight weight) {
                    [&weight](const Value& a, const Value& b) { return weight(a) > weight(b); });
 }
 
+/// A size, count or time, held where sums of a few, or bytes of blocks, can't leave 64 bits: a damaged file
+/// may say anything.
+int64_t amount(const ResultNode& node, const char* column) {
+  return std::clamp(node.number(column), -LIMIT, LIMIT);
+}
+
 std::string kindOf(int64_t type) {
-  const auto index = static_cast<size_t>(type + 1);
+  const auto index = static_cast<size_t>(type) + 1;
   return index < Filesystem::TYPES.size() ? Filesystem::TYPES[index] : "type " + std::to_string(type);
 }
 
@@ -39,6 +46,9 @@ std::optional<Identity> identityBelow(const ResultNode& node, std::string_view t
 
 Histogram histogramOf(const ResultNode& node, const char* sizes, const char* counts, size_t classes) {
   Histogram histogram{node.numbers(sizes), node.numbers(counts)};
+  for (std::vector<int64_t>* numbers : {&histogram.blocks, &histogram.counts}) {
+    for (int64_t& number : *numbers) number = std::clamp(number, -LIMIT, LIMIT);
+  }
   histogram.blocks.resize(classes);
   histogram.counts.resize(classes);
   return histogram;
@@ -47,10 +57,10 @@ Histogram histogramOf(const ResultNode& node, const char* sizes, const char* cou
 EntryFigures entryOf(const ResultNode& node) {
   EntryFigures entry;
   entry.path = node.text(ScanVOXTags::FA_NAME);
-  entry.blocks = node.number(ScanVOXTags::FA_BLOCKS);
-  entry.length = node.number(ScanVOXTags::FA_LENGTH);
-  entry.accessed = node.number(ScanVOXTags::FA_ACCESSED);
-  entry.modified = node.number(ScanVOXTags::FA_MODIFIED);
+  entry.blocks = amount(node, ScanVOXTags::FA_BLOCKS);
+  entry.length = amount(node, ScanVOXTags::FA_LENGTH);
+  entry.accessed = amount(node, ScanVOXTags::FA_ACCESSED);
+  entry.modified = amount(node, ScanVOXTags::FA_MODIFIED);
   entry.attributes = node.number(ScanVOXTags::FA_ATTRIBUTES);
   entry.links = node.number(ScanVOXTags::FA_LINK_COUNT);
   entry.inode = node.number(ScanVOXTags::FA_INODE_NUM);
@@ -62,10 +72,10 @@ EntryFigures entryOf(const ResultNode& node) {
 IdentityFigures identityFiguresOf(const ResultNode& node) {
   IdentityFigures figures;
   figures.identity = identityBelow(node, ScanVOXTags::UG_USER_GROUP).value_or(Identity{0, "?", false});
-  figures.files = node.number(ScanVOXTags::SUG_FILE_CNT);
-  figures.directories = node.number(ScanVOXTags::SUG_DIR_CNT);
-  figures.blocks = node.number(ScanVOXTags::SUG_TOTAL_SIZE);
-  figures.largest = node.number(ScanVOXTags::SUG_LARGEST_SIZE);
+  figures.files = amount(node, ScanVOXTags::SUG_FILE_CNT);
+  figures.directories = amount(node, ScanVOXTags::SUG_DIR_CNT);
+  figures.blocks = amount(node, ScanVOXTags::SUG_TOTAL_SIZE);
+  figures.largest = amount(node, ScanVOXTags::SUG_LARGEST_SIZE);
   figures.sizes = histogramOf(node, ScanVOXTags::SUG_SIZES, ScanVOXTags::SUG_COUNTS, SIZE_CLASSES.size());
   return figures;
 }
@@ -84,9 +94,9 @@ void addIdentities(SourceFigures& found, const ResultNode& results) {
 
 void addDirectories(SourceFigures& found, const ResultNode& results) {
   for (const ResultNode* node : results.childrenOf(ScanVOXTags::DIR)) {
-    found.directories.push_back({entryOf(*node), node->number(ScanVOXTags::DIR_FILE_CNT),
-                                 node->number(ScanVOXTags::DIR_DIR_CNT),
-                                 node->number(ScanVOXTags::DIR_TOTAL_SIZE)});
+    found.directories.push_back({entryOf(*node), amount(*node, ScanVOXTags::DIR_FILE_CNT),
+                                 amount(*node, ScanVOXTags::DIR_DIR_CNT),
+                                 amount(*node, ScanVOXTags::DIR_TOTAL_SIZE)});
   }
   largestFirst(found.directories, [](const DirectoryFigures& directory) { return directory.blocks; });
 }
@@ -112,8 +122,8 @@ void addFileLists(SourceFigures& found, const ResultNode& results) {
 SourceFigures sourceOf(const ResultNode& results) {
   SourceFigures found;
   if (const ResultNode* node = results.child(ScanVOXTags::SUM)) {
-    found.summary = {node->number(ScanVOXTags::SUM_FILE_CNT), node->number(ScanVOXTags::SUM_DIR_CNT),
-                     node->number(ScanVOXTags::SUM_TOTAL_SIZE)};
+    found.summary = {amount(*node, ScanVOXTags::SUM_FILE_CNT), amount(*node, ScanVOXTags::SUM_DIR_CNT),
+                     amount(*node, ScanVOXTags::SUM_TOTAL_SIZE)};
   }
   addIdentities(found, results);
   if (const ResultNode* node = results.child(ScanVOXTags::SZD)) {
@@ -121,7 +131,7 @@ SourceFigures sourceOf(const ResultNode& results) {
   }
   for (const ResultNode* node : results.childrenOf(ScanVOXTags::TD)) {
     found.ages.push_back(
-        {static_cast<int16_t>(node->number(ScanVOXTags::TD_TYPE)), node->number(ScanVOXTags::TD_AVG_AGE),
+        {static_cast<int16_t>(node->number(ScanVOXTags::TD_TYPE)), amount(*node, ScanVOXTags::TD_AVG_AGE),
          histogramOf(*node, ScanVOXTags::TD_SIZES, ScanVOXTags::TD_CNTS, AGE_CLASSES.size())});
   }
   addDirectories(found, results);
@@ -129,8 +139,8 @@ SourceFigures sourceOf(const ResultNode& results) {
   for (const ResultNode* node : results.childrenOf(ScanVOXTags::FTP_SUMM)) {
     const ResultNode* const type = node->child(ScanVOXTags::FTP);
     found.types.push_back({type != nullptr ? type->text(ScanVOXTags::FTP_FILE_EXT) : "?",
-                           node->number(ScanVOXTags::FTP_SUMM_FILE_CNT),
-                           node->number(ScanVOXTags::FTP_SUMM_SPACE_USED)});
+                           amount(*node, ScanVOXTags::FTP_SUMM_FILE_CNT),
+                           amount(*node, ScanVOXTags::FTP_SUMM_SPACE_USED)});
   }
   largestFirst(found.types, [](const TypeFigures& type) { return type.blocks; });
   return found;
@@ -162,13 +172,13 @@ FilesystemFigures filesystemOf(const ResultNode& node) {
   filesystem.id = node.number(Filesystem::FILESYSTEM_ID);
   filesystem.mountPoint = node.text(Filesystem::FILESYSTEM_MNTPT);
   filesystem.kind = kindOf(node.number(Filesystem::FILESYSTEM_TYPE));
-  filesystem.capacity = node.number(Filesystem::FILESYSTEM_CAPACITY);
-  filesystem.used = node.number(Filesystem::FILESYSTEM_USEDSPACE);
-  filesystem.free = node.number(Filesystem::FILESYSTEM_FREESPACE);
-  filesystem.inodes = node.number(Filesystem::FILESYSTEM_MAXFILES);
-  filesystem.usedInodes = node.number(Filesystem::FILESYSTEM_USEDINODES);
+  filesystem.capacity = amount(node, Filesystem::FILESYSTEM_CAPACITY);
+  filesystem.used = amount(node, Filesystem::FILESYSTEM_USEDSPACE);
+  filesystem.free = amount(node, Filesystem::FILESYSTEM_FREESPACE);
+  filesystem.inodes = amount(node, Filesystem::FILESYSTEM_MAXFILES);
+  filesystem.usedInodes = amount(node, Filesystem::FILESYSTEM_USEDINODES);
   filesystem.scanned = node.flag(Filesystem::FILESYSTEM_SCANNED);
-  filesystem.scanTime = node.number("fsScanTime");
+  filesystem.scanTime = amount(node, "fsScanTime");
   return filesystem;
 }
 

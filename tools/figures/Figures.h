@@ -15,6 +15,11 @@
 
 namespace agent::tools {
 
+/// A sum that a damaged file can't carry beyond what 64 bits hold: it wraps.
+inline int64_t plus(int64_t a, int64_t b) {
+  return static_cast<int64_t>(static_cast<uint64_t>(a) + static_cast<uint64_t>(b));
+}
+
 /// Classes of sizes or of ages with what lies in each, in the order of SIZE_CLASSES or AGE_CLASSES.
 struct Histogram {
   std::vector<int64_t> blocks;

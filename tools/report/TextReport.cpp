@@ -1,6 +1,7 @@
 #include "report/TextReport.h"
 
 #include <algorithm>
+#include <numeric>
 #include <string>
 
 #include "Common/SafeText.h"
@@ -17,9 +18,7 @@ constexpr size_t FIXED = 2 + SIZE + COUNT + 8;  // of a line with a bar, all but
 constexpr size_t LABEL = 22;                    // of such a line in eighty columns
 
 int64_t sum(const std::vector<int64_t>& numbers) {
-  uint64_t total = 0;
-  for (const int64_t number : numbers) total += static_cast<uint64_t>(number);
-  return static_cast<int64_t>(total);
+  return std::accumulate(numbers.begin(), numbers.end(), int64_t{0}, plus);
 }
 
 std::string nameOf(const Identity& identity) {
