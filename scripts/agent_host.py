@@ -105,15 +105,16 @@ class AgentHost:
         if os.path.exists(self.told):
             os.remove(self.told)
 
-    def scan(self, definition, run=1, options=(), environment=None, under=()):
+    def scan(self, definition, run=1, options=(), environment=None, under=(), **process):
         """@param under the words of a program that runs the job
+        @param process what else subprocess.run is told
         @return the code, negative for a signal, None for a hang; and what the job said"""
         self.define(definition, run)
         try:
             done = subprocess.run([*under, *self.job(run, *options)],
                                   env={"PATH": os.environ["PATH"], **(environment or {})},
                                   stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
-                                  timeout=SECONDS, check=False)
+                                  timeout=SECONDS, check=False, **process)
         except subprocess.TimeoutExpired:
             return None, ""
         return done.returncode, done.stdout.decode("utf-8", "replace")
