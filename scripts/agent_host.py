@@ -1,5 +1,5 @@
 """An installed agent beside file systems that may be maltreated: what the drivers in this directory
-(attack, endure, faults, limits, roads) stand on. Not started by itself.
+(attack, endure, faults, limits, memcheck, roads) stand on. Not started by itself.
 """
 
 import glob
@@ -16,6 +16,8 @@ LOCKS = "log/vox_scan_res"
 COMPANION, STARTS = f"{LOCKS}.lck", f"{LOCKS}.starts"
 CANNOT_BEGIN = 77  # nothing can be mounted here; CTest counts it as skipped
 SECONDS = 60  # what runs longer hangs
+LISTS = ("largest-files", "largest-directories", "least-accessed", "oldest-not-backed-up", "largest-orphans",
+         "oldest-orphans", "largest-file-types")
 
 
 def enter_namespace():
@@ -63,6 +65,30 @@ class AgentHost:
         words = [f"{self.agent}/bin/scandef", "--job", "j", *options]
         return subprocess.run(words, check=True, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL).stdout
 
+    def fill(self):
+        """A small tree in which every statistic finds something."""
+        for name in ("watched/below/deep", "b", "c"):
+            os.makedirs(f"{self.tree}/{name}")
+        for i, name in enumerate(("watched/f.txt", "watched/below/g.log", "b/h.txt", "b/i", "c/j.tar")):
+            with open(f"{self.tree}/{name}", "wb") as file:
+                file.write(b"x" * 5000 * i)
+            os.utime(f"{self.tree}/{name}", (1e9 + i, 1e9 + i))
+        os.link(f"{self.tree}/b/i", f"{self.tree}/c/i")
+        os.symlink("nowhere", f"{self.tree}/link")
+        try:
+            os.chown(f"{self.tree}/b/h.txt", 54321, 54321)
+        except OSError:
+            pass  # in a user namespace there is nobody else
+
+    def complete_definition(self):
+        """@return one with every statistic, a monitored directory and a selection"""
+        return self.scandef(
+            "--filesystem", self.tree, "--monitor", "watched",
+            "--statistic", "all", "--summary", "--by-owner", "--by-group", "--size-distribution", "--by-access",
+            "--by-modification", *(word for name in LISTS for word in (f"--{name}", "3")),
+            "--statistic", "some", "--where", "type=file and name like '%.txt' and owner like 'r*'", "--summary",
+            "--statistic", "directories", "--directories", "--summary", "--largest-files", "3")
+
     def job(self, run, *options):
         return [f"{self.agent}/bin/scan", "-scan", "-jobname", "j", "-sidrunnumber", "1", "-jobrunnumber", str(run),
                 "-servername", "srv", *options]
@@ -79,13 +105,16 @@ class AgentHost:
         if os.path.exists(self.told):
             os.remove(self.told)
 
-    def scan(self, definition, run=1, options=(), environment=None):
-        """@return the code, negative for a signal, None for a hang; and what the job said"""
+    def scan(self, definition, run=1, options=(), environment=None, under=(), **process):
+        """@param under the words of a program that runs the job
+        @param process what else subprocess.run is told
+        @return the code, negative for a signal, None for a hang; and what the job said"""
         self.define(definition, run)
         try:
-            done = subprocess.run(self.job(run, *options), env={"PATH": os.environ["PATH"], **(environment or {})},
+            done = subprocess.run([*under, *self.job(run, *options)],
+                                  env={"PATH": os.environ["PATH"], **(environment or {})},
                                   stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
-                                  timeout=SECONDS, check=False)
+                                  timeout=SECONDS, check=False, **process)
         except subprocess.TimeoutExpired:
             return None, ""
         return done.returncode, done.stdout.decode("utf-8", "replace")

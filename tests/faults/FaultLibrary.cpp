@@ -35,14 +35,15 @@ extern "C" void* __libc_realloc(void*, size_t);
 namespace {
 
 // The calls of the program and of the libraries that it stands on, as they are linked.
-constexpr std::array<std::string_view, 45> KINDS = {
-    "malloc",     "access",    "catopen",     "close",          "closedir",    "execv",       "fclose",
-    "fcntl64",    "fdopen",    "fork",        "fstat64",        "fstatat64",   "ftruncate64", "getcwd",
-    "getdents64", "getgrgid",  "getmntent_r", "getpwuid",       "getrlimit64", "isatty",      "localtime_r",
-    "lockf64",    "mkdir",     "newlocale",   "open64",         "openat64",    "opendir",     "pidfd_open",
-    "pipe2",      "ppoll",     "pread64",     "pthread_create", "pwrite64",    "read",        "readdir64",
-    "rename",     "setlocale", "setpgid",     "sigaction",      "stat64",      "statfs64",    "strftime",
-    "unlink",     "waitpid",   "write"};
+constexpr std::array<std::string_view, 50> KINDS = {
+    "malloc",         "access",      "catopen",  "close",       "closedir",  "execv",       "fclose",
+    "fcntl64",        "fdopen",      "fork",     "fstat64",     "fstatat64", "ftruncate64", "getaddrinfo",
+    "getcwd",         "getdents64",  "getgrgid", "getmntent_r", "getpwuid",  "getrlimit64", "isatty",
+    "kill",           "localtime_r", "lockf64",  "lseek64",     "lstat64",   "mkdir",       "newlocale",
+    "open64",         "openat64",    "opendir",  "pidfd_open",  "pipe2",     "ppoll",       "pread64",
+    "pthread_create", "pwrite64",    "read",     "readdir64",   "rename",    "setlocale",   "setpgid",
+    "setrlimit64",    "sigaction",   "stat64",   "statfs64",    "strftime",  "unlink",      "waitpid",
+    "write"};
 
 consteval size_t kindOf(std::string_view name) {
   return static_cast<size_t>(std::find(KINDS.begin(), KINDS.end(), name) - KINDS.begin());
@@ -147,6 +148,7 @@ FAULT(fork, FAIL_WITH(-1))
 FAULT(fstat64, FAIL_WITH(-1))
 FAULT(fstatat64, FAIL_WITH(-1))
 FAULT(ftruncate64, FAIL_WITH(-1))
+FAULT(getaddrinfo, FAIL_WITH(wantedError))
 FAULT(getcwd, FAIL_WITH(0))
 FAULT(getdents64, TAKE_HALF)
 FAULT(getgrgid, FAIL_WITH(0))
@@ -154,8 +156,11 @@ FAULT(getmntent_r, FAIL_WITH(0))
 FAULT(getpwuid, FAIL_WITH(0))
 FAULT(getrlimit64, FAIL_WITH(-1))
 FAULT(isatty, FAIL_WITH(0))
+FAULT(kill, FAIL_WITH(-1))
 FAULT(localtime_r, FAIL_WITH(0))
 FAULT(lockf64, FAIL_WITH(-1))
+FAULT(lseek64, FAIL_WITH(-1))
+FAULT(lstat64, FAIL_WITH(-1))
 FAULT(mkdir, FAIL_WITH(-1))
 FAULT(newlocale, FAIL_WITH(0))
 FAULT(open64, FAIL_WITH(-1))
@@ -172,6 +177,7 @@ FAULT(readdir64, FAIL_WITH(0))
 FAULT(rename, FAIL_WITH(-1))
 FAULT(setlocale, FAIL_WITH(0))
 FAULT(setpgid, FAIL_WITH(-1))
+FAULT(setrlimit64, FAIL_WITH(-1))
 FAULT(sigaction, FAIL_WITH(-1))
 FAULT(stat64, FAIL_WITH(-1))
 FAULT(statfs64, FAIL_WITH(-1))

@@ -144,6 +144,18 @@ TEST_F(AccumulatorTest, OnlyLettersOfAsciiHaveTwoCases) {
   }
 }
 
+TEST(ExtensionTotalsTest, EachExtensionHasOneTotalHoweverManyThereAre) {
+  constexpr uint64_t EXTENSIONS = 5000;  // the table grows nine times
+  ExtensionTotals totals;
+  for (int times = 1; times <= 2; ++times) {
+    for (uint64_t i = 0; i < EXTENSIONS; ++i) {
+      const uint64_t noLetters = i % 32 | i / 32 % 32 << 8 | i / 1024 << 16;
+      EXPECT_EQ(++totals.of(uint64_t{'.'} << 56 | noLetters << 8).files, times) << i;
+    }
+  }
+  EXPECT_EQ(totals.takeSorted().size(), EXTENSIONS);
+}
+
 // Extensions arrive in the order of their bytes and follow the list's own rule: ".\xff" doesn't beat the
 // others, and when ".big" comes, the first arrival of the smallest goes.
 TEST_F(AccumulatorTest, FileTypesThatTieFollowTheRuleOfTheList) {

@@ -154,6 +154,18 @@ TEST_F(ReadAheadTest, ThreadsThatCannotBeHadAreDoneWithout) {
   }
 }
 
+TEST_F(ReadAheadTest, OneSmallDirectoryStartsNoThread) {
+  for (const char* name : {"a", "b", "c"}) tree_.file(name);
+  RefusedCalls calls;
+  calls.watch<&Calls::pthread_create>();
+  see(8);
+  EXPECT_EQ(calls.made<&Calls::pthread_create>(), 0);
+
+  for (const char* name : {"d/e", "f/g", "h/i"}) tree_.file(name);
+  see(8);
+  EXPECT_GT(calls.made<&Calls::pthread_create>(), 0) << "several do";
+}
+
 TEST_F(ReadAheadTest, AnActionThatFailsLeavesNoThreadAndNoDescriptor) {
   const auto calls = std::make_shared<UnreliableCalls>();
   calls_ = calls;
