@@ -41,7 +41,7 @@ class TomlDefinition {
   void eachTable(const toml::key& key, const toml::node& value, Each each);
   void filesystem(const toml::table& table);
   void statistic(const toml::table& table);
-  [[noreturn]] void unknown(const toml::key& key, const char* where, std::string keys) const;
+  [[noreturn]] void unknown(const toml::key& key, const char* where, const std::string& keys) const;
 
   std::string fileName_;
   ScandefOptions& options_;
@@ -122,7 +122,7 @@ void TomlDefinition::eachTable(const toml::key& key, const toml::node& value, Ea
   for (const toml::node& one : *all) each(*one.as_table());
 }
 
-void TomlDefinition::unknown(const toml::key& key, const char* where, std::string keys) const {
+void TomlDefinition::unknown(const toml::key& key, const char* where, const std::string& keys) const {
   fail(key.source(),
        "there is no " + shown(std::string(key.str())) + " " + where + ": expected one of " + keys);
 }

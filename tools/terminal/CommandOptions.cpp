@@ -251,7 +251,7 @@ std::string manualOptions(const CLI::App& command) {
 }
 
 std::string bashCompletion(const CLI::App& command) {
-  const std::string name = command.get_name();
+  const std::string& name = command.get_name();
   std::string cases, words;
   for (const CLI::Option* option : allOptions(command)) {
     const std::vector<std::string> names = namesOf(*option);
@@ -295,8 +295,10 @@ std::string zshCompletion(const CLI::App& command) {
     const std::vector<std::string> names = namesOf(*option);
     for (const std::string& name : names) {
       const bool takesValue = !value.name.empty();
-      text +=
-          "  " + inQuotes("*" + name + (takesValue && name.starts_with("--") ? "=" : "") + behind) + " \\\n";
+      const char* const equals = takesValue && name.starts_with("--") ? "=" : "";
+      text.append("  ")
+          .append(inQuotes(std::string("*").append(name).append(equals).append(behind)))
+          .append(" \\\n");
     }
   }
   return text + "  '*:file:_files'\n";

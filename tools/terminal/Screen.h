@@ -9,7 +9,7 @@ namespace agent::tools {
 struct Screen {
   static constexpr size_t USUAL = 80;
   /// What a report needs at least; a narrower terminal breaks the lines itself.
-  static constexpr size_t NARROWEST = 60;
+  static constexpr size_t NARROWEST = 70;
   static constexpr size_t WIDEST = 160;  ///< bars beyond that are no easier to compare
 
   size_t width = USUAL;  ///< columns
