@@ -188,7 +188,7 @@ TEST(ScandefOptionsTest, TheMountTableTellsTheKindOfAFileSystem) {
   EXPECT_THAT(
       options.request().remarks,
       ::testing::ElementsAre("'/home/anna' is no mount point here: the job finds nothing there. It lies on "
-                             "/home: scan that with --where \"name like 'anna/%'\""));
+                             "'/home': scan that with --where \"name like 'anna/%'\""));
 }
 
 }  // namespace

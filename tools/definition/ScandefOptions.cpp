@@ -342,8 +342,8 @@ void ScandefOptions::findKinds() {
     std::string remark = shown(filesystem.path) + " is no mount point here: the job finds nothing there";
     if (filesystem.path.starts_with('/')) {
       const std::string below = filesystem.path.substr(holder.size() + (holder == "/" ? 0 : 1));
-      remark.append(". It lies on ").append(holder).append(": scan that with --where \"name like '");
-      remark.append(below).append("/%'\"");
+      remark.append(". It lies on ").append(shown(holder)).append(": scan that with --where \"name like '");
+      remark.append(safeText(below, Backslash::KEPT)).append("/%'\"");
     }
     request_.remarks.push_back(remark);
   }
