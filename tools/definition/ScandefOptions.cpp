@@ -319,6 +319,9 @@ void ScandefOptions::check() const {
   if (!request_.install.empty() && !request_.output.empty()) {
     throw UsageError("--install names the file itself: leave --output out");
   }
+  if (request_.action != Request::Action::WRITE && !request_.output.empty()) {
+    throw UsageError("--output is for a definition that is written: leave it out");
+  }
   for (const Statistic& statistic : definition.statistics) {
     if (statistic.ofDirectories && !statistic.onlyFilesystems.empty()) {
       throw UsageError("--directories and --only exclude each other");

@@ -29,6 +29,8 @@ namespace {
 namespace files = std::filesystem;
 
 constexpr int NOT_STARTED = 1;
+constexpr int COMPLETE = 0;  // of the job
+constexpr int SOMETHING_GIVEN_UP = 4;
 constexpr int SIGNAL_BASE = 128;  // a shell's code for a program that a signal has ended, and its number
 constexpr size_t LONGEST_REPORT = 50;
 
@@ -121,6 +123,26 @@ int runInForeground(std::vector<std::string> words) {
   return WIFEXITED(status) ? WEXITSTATUS(status) : SIGNAL_BASE + WTERMSIG(status);
 }
 
+/// The job's own words for what it couldn't do, and where they stand.
+void tellWhatWentWrong(int code, const std::string& log) {
+  constexpr size_t SHOWN = 5;
+  std::cerr << "scandef: the scan ended with " << code << "; scan(1) says what that means. Its log is "
+            << safeText(log, Backslash::KEPT) << "\n";
+  std::ifstream lines(log);
+  size_t shownLines = 0;
+  for (std::string line; shownLines < SHOWN && std::getline(lines, line);) {
+    // "11/25/2026 23:39:46.480 STA0097E Unable to ...": errors and warnings alone.
+    constexpr size_t CODE = 24, KIND = CODE + 7;
+    const bool isMessage = line.size() > KIND + 1 && line[KIND + 1] == ' ' && line[CODE - 1] == ' ';
+    if (!isMessage || (line[KIND] != 'E' && line[KIND] != 'W')) continue;
+    std::cerr << "  " << safeText(line.substr(CODE), Backslash::KEPT) << "\n";
+    ++shownLines;
+  }
+  if (::geteuid() != 0)
+    std::cerr << "scandef: what an ordinary user can't read, or a device that can't be opened, takes root: "
+                 "sudo scandef ...\n";
+}
+
 /// As long as the longest list, in reason.
 size_t rowsFor(const Request& request) {
   if (request.rows > 0) return request.rows;
@@ -174,19 +196,11 @@ int runScan(const Request& request, const std::string& text) {
     std::cerr << "scandef: " << error.what() << "\n";
     return NOT_STARTED;
   }
-  if (!files::exists(result)) {
-    std::cerr << "scandef: the scan ended with " << code
-              << " and left no result; scan(1) says what that means\n";
-    return code;
+  if (code != COMPLETE) {
+    const files::path log = files::path(install) / "log" / below / files::path(result).stem();
+    tellWhatWentWrong(code, log.string() + ".log");
   }
-  if (code != 0) {
-    std::cerr << "scandef: the scan ended with " << code << ": something was given up, the log says what: "
-              << safeText((files::path(install) / "log" / below / files::path(result).filename())
-                              .replace_extension(".log")
-                              .string(),
-                          Backslash::KEPT)
-              << "\n";
-  }
+  if (code != COMPLETE && code != SOMETHING_GIVEN_UP) return code;
   std::vector<std::string> report = {"--rows", std::to_string(rowsFor(request)), result};
   report.insert(report.end(), request.reportOptions.begin(), request.reportOptions.end());
   (void)tools::scanreport(report, std::cout, std::cerr, tools::Screen::ofStandardOutput());
