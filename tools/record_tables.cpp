@@ -1,4 +1,5 @@
-// For developers: the tables of docs/file-formats.md, made from those that the program reads and prints by.
+// For developers: the tables of docs/file-formats.md and docs/database.md, made from those that the programs
+// read, print and load by.
 
 #include <fstream>
 #include <iostream>
@@ -7,18 +8,21 @@
 #include <string_view>
 
 #include "Scan/RecordClasses.h"
+#include "figures/ResultTables.h"
 
 namespace agent::tools {
 
 namespace {
 
 constexpr const char* BEGIN = "<!-- made by record_tables: -->\n";
+constexpr const char* DATABASE_BEGIN = "<!-- made by record_tables, of the database: -->\n";
 constexpr const char* END = "<!-- end of what record_tables makes -->\n";
 constexpr const char* USAGE =
     "usage: record_tables [--check FILE | --write FILE]\n"
     "\n"
     "Prints the tables of all record classes. With --check it tells whether FILE has them\n"
-    "between its two marks, with --write it puts them there.\n";
+    "between its two marks, or those of the database where its mark says so, with --write it\n"
+    "puts them there.\n";
 
 /// What the kind of a column doesn't say, of a class that stands in both files.
 std::string oneWay(const RecordClass& recordClass, const RecordDescription::Column& column) {
@@ -54,6 +58,21 @@ std::string allTables() {
   return text;
 }
 
+std::string databaseTables() {
+  std::string text = "\n";
+  for (const ResultTable* table : resultTables()) {
+    text += "### `" + std::string(table->name) + "`\n\n" + table->meaning +
+            "\n\n| Column | Kind | Meaning |\n|---|---|---|\n";
+    for (const TableColumn& column : table->columns) {
+      text += "| `" + std::string(column.name) + "` | " + nameOf(column.kind) +
+              (column.inKey ? ", in the key" : "") + (column.mayBeEmpty ? ", or none" : "") + " | " +
+              column.meaning + " |\n";
+    }
+    text += "\n";
+  }
+  return text;
+}
+
 std::string contentOf(const std::string& fileName) {
   std::ostringstream text;
   text << std::ifstream(fileName).rdbuf();
@@ -63,13 +82,16 @@ std::string contentOf(const std::string& fileName) {
 /// @return exit code
 int work(std::string_view action, const std::string& fileName) {
   const std::string document = contentOf(fileName);
-  const size_t begin = document.find(BEGIN);
+  const bool ofDatabase = document.find(DATABASE_BEGIN) != std::string::npos;
+  const char* const beginMark = ofDatabase ? DATABASE_BEGIN : BEGIN;
+  const size_t begin = document.find(beginMark);
   const size_t end = document.find(END);
   if (begin == std::string::npos || end == std::string::npos || end < begin) {
     std::cerr << "record_tables: \"" << fileName << "\" can't be read or lacks the marks\n" << BEGIN << END;
     return 1;
   }
-  const std::string renewed = document.substr(0, begin) + BEGIN + allTables() + document.substr(end);
+  const std::string renewed = document.substr(0, begin) + beginMark +
+                              (ofDatabase ? databaseTables() : allTables()) + document.substr(end);
   if (action == "--write") {
     std::ofstream file(fileName);
     file << renewed << std::flush;
