@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <sstream>
+#include <string_view>
 #include <vector>
 
 #include "Common/CmdArgs.h"
@@ -102,11 +103,12 @@ const test::TemporaryDirectory& directory() {
 
 [[maybe_unused]] void result(const std::string& bytes) {
   const std::string file = directory().file("result", bytes);
-  for (const std::vector<std::string>& arguments : {std::vector{file}, {"--json", file}}) {
+  for (const char* option : {"--rows=10", "--json", "--csv=statistic", "--prometheus=-"}) {
     std::ostringstream out, err;
-    const int code = tools::scanreport(arguments, out, err, {});
+    const int code = tools::scanreport({option, file}, out, err, {});
     require(code == 0 || code == 1, "shown, or said to be no whole result");
     require(code == 0 || !err.str().empty() || !out.str().empty(), "and why");
+    if (code != 0 && option == std::string_view("--json")) return;  // the others give nothing of it
   }
 }
 

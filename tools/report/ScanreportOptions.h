@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "figures/Figures.h"
+#include "figures/ResultTables.h"
 
 namespace agent::tools {
 
@@ -16,6 +17,10 @@ struct ReportRequest {
   size_t rows = 10;
   Order order = Order::SPACE;
   bool json = false;
+  const ResultTable* csv = nullptr;  ///< the table that is asked for
+  std::string prometheus;            ///< a file, or "-"
+  std::string sqlite;                ///< the database
+  std::string host;
   bool noPager = false;
 };
 
