@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <sstream>
+#include <string_view>
 #include <vector>
 
 #include "Common/CmdArgs.h"
@@ -105,7 +106,9 @@ const test::TemporaryDirectory& directory() {
   for (const std::vector<std::string>& arguments : {std::vector{file},
                                                     {"--json", file},
                                                     {"--details", "--sort", "entries", file},
-                                                    {"--alert", "orphans>1", "--against", file, file}}) {
+                                                    {"--alert", "orphans>1", "--against", file, file},
+                                                    {"--csv=statistic", file},
+                                                    {"--prometheus=-", file}}) {
     std::ostringstream out, err;
     const int code = tools::scanreport(arguments, out, err, {});
     require(code == 0 || code == 1 || code == 3, "shown, or said to be no whole result");

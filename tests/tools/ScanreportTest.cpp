@@ -1,12 +1,10 @@
-#include "report/ScanreportCommand.h"
-
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <sstream>
 
 #include "figures/ResultFile.h"
 #include "support/TemporaryDirectory.h"
+#include "tools/Report.h"
 
 namespace agent::test {
 namespace {
@@ -15,19 +13,6 @@ using ::testing::AllOf;
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
-
-/// scanreport in this process.
-struct Report {
-  explicit Report(const std::vector<std::string>& arguments) {
-    std::ostringstream outStream, errStream;
-    status = tools::scanreport(arguments, outStream, errStream, {});
-    out = outStream.str();
-    err = errStream.str();
-  }
-  int status;
-  std::string out;
-  std::string err;
-};
 
 TEST(ScanreportTest, AResultCutAnywhereIsShownAsFarAsItGoesWithAWarning) {
   const TemporaryDirectory directory;

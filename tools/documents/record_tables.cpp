@@ -1,4 +1,5 @@
-// For developers: the tables of docs/file-formats.md, made from those that the program reads and prints by.
+// For developers: the tables of docs/file-formats.md and docs/database.md, made from those that the programs
+// read, print and load by.
 
 #include <iostream>
 #include <string>
@@ -6,18 +7,21 @@
 
 #include "Scan/RecordClasses.h"
 #include "documents/DocumentPart.h"
+#include "figures/ResultTables.h"
 
 namespace agent::tools {
 
 namespace {
 
 constexpr const char* BEGIN = "<!-- made by record_tables: -->\n";
+constexpr const char* DATABASE_BEGIN = "<!-- made by record_tables, of the database: -->\n";
 constexpr const char* END = "<!-- end of what record_tables makes -->\n";
 constexpr const char* USAGE =
     "usage: record_tables [--check FILE | --write FILE]\n"
     "\n"
     "Prints the tables of all record classes. With --check it tells whether FILE has them\n"
-    "between its two marks, with --write it puts them there.\n";
+    "between its two marks, with --write it puts them there. Of database.md those are the\n"
+    "tables of the database.\n";
 
 /// What the kind of a column doesn't say, of a class that stands in both files.
 std::string oneWay(const RecordClass& recordClass, const RecordDescription::Column& column) {
@@ -53,6 +57,21 @@ std::string allTables() {
   return text;
 }
 
+std::string databaseTables() {
+  std::string text = "\n";
+  for (const ResultTable* table : resultTables()) {
+    text += "### `" + std::string(table->name) + "`\n\n" + table->meaning +
+            "\n\n| Column | Kind | Meaning |\n|---|---|---|\n";
+    for (const TableColumn& column : table->columns) {
+      text += "| `" + std::string(column.name) + "` | " + nameOf(column.kind) +
+              (column.inKey ? ", in the key" : "") + (column.mayBeEmpty ? ", or none" : "") + " | " +
+              column.meaning + " |\n";
+    }
+    text += "\n";
+  }
+  return text;
+}
+
 }  // namespace
 
 }  // namespace agent::tools
@@ -67,7 +86,10 @@ int main(int argc, char** argv) {
     std::cerr << agent::tools::USAGE;
     return 2;
   }
-  const agent::tools::DocumentPart part{"record_tables", agent::tools::BEGIN, agent::tools::END,
-                                        agent::tools::allTables()};
-  return action == "--write" ? part.write(argv[2]) : part.check(argv[2]);
+  using namespace agent::tools;
+  const std::string file = argv[2];
+  const bool ofDatabase = file.ends_with("database.md");
+  const DocumentPart part{"record_tables", ofDatabase ? DATABASE_BEGIN : BEGIN, END,
+                          ofDatabase ? databaseTables() : allTables()};
+  return action == "--write" ? part.write(file) : part.check(file);
 }

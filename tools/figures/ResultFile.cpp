@@ -1,9 +1,12 @@
 #include "ResultFile.h"
 
 #include <fcntl.h>
+#include <sha2.h>
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <array>
+#include <cstdint>
 #include <iterator>
 #include <unordered_map>
 #include <utility>
@@ -76,12 +79,33 @@ std::string columnsClass(const std::string& tag) {
   return tag;
 }
 
+/// SHA-256 of what is given to it.
+class Digest {
+ public:
+  Digest() { SHA256Init(&state_); }
+
+  void add(std::string_view bytes) {
+    SHA256Update(&state_, reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
+  }
+  /// Of all so far, in hexadecimal; ends it.
+  std::string take() {
+    std::array<char, SHA256_DIGEST_STRING_LENGTH> text{};
+    SHA256End(&state_, text.data());
+    return text.data();
+  }
+
+ private:
+  SHA2_CTX state_{};
+};
+
 /// Goes through a file once, line by line. The job writes exactly one spelling of each thing, so whatever
 /// else stands there is a fault: what ParserAPI passes over in a definition would here be a loss without a
 /// word.
 class Reader {
  public:
-  explicit Reader(const std::string& fileName) : lines_(opened(fileName)) {}
+  Reader(const std::string& fileName, Checksum checksum) : lines_(opened(fileName)) {
+    if (checksum == Checksum::SHA256) digest_.emplace();
+  }
 
   ResultFile read();
 
@@ -98,7 +122,8 @@ class Reader {
   [[noreturn]] void expected(const std::string& what) const;
 
   LineReader lines_;
-  int64_t line_ = 0;  // the one that was read last, or tried
+  std::optional<Digest> digest_;  // of what has been read
+  int64_t line_ = 0;              // the one that was read last, or tried
   bool atEnd_ = false;
   // Of each class; those that have no rows have none.
   std::unordered_map<std::string, std::shared_ptr<const ResultClass>> columns_;
@@ -111,6 +136,7 @@ ResultFile Reader::read() {
   try {
     readHeaderBlock();
     readBody();
+    if (digest_) result_.checksum = digest_->take();
   } catch (const ResultFault& fault) {
     result_.fault = fault;
     while (!open_.empty()) {
@@ -228,6 +254,10 @@ std::optional<std::string_view> Reader::nextLine() {
     atEnd_ = !line || lines_.position() - begin == static_cast<int64_t>(line->size());
     if (!line) return std::nullopt;
     if (atEnd_) expected(line_ == 1 ? FIRST_LINE : "the rest of this line");
+    if (digest_) {  // of what is read here: by its name the file might be another's by now
+      digest_->add(*line);
+      digest_->add("\n");
+    }
     if (const std::string_view text = trimmed(*line); !text.empty()) return text;
   }
 }
@@ -294,8 +324,8 @@ std::vector<const ResultNode*> ResultNode::childrenOf(std::string_view childTag)
   return found;
 }
 
-ResultFile readResultFile(const std::string& fileName) {
-  return Reader(fileName).read();
+ResultFile readResultFile(const std::string& fileName, Checksum checksum) {
+  return Reader(fileName, checksum).read();
 }
 
 }  // namespace agent::tools

@@ -20,7 +20,7 @@ using Json = nlohmann::ordered_json;
 struct Context {  // NOLINT(bugprone-exception-escape): the library swaps values that it calls noexcept
   Json filesystem;
   Json statistic;
-  Json directory;
+  std::optional<std::string> directory;
 };
 
 bool isUtf8(const std::string& text) {
@@ -43,6 +43,19 @@ std::string hexadecimal(const std::string& bytes) {
   return text;
 }
 
+/// A text, and beside it its bytes where it is no UTF-8.
+void addText(Json& object, const std::string& name, const std::string& text) {
+  object[name] = text;
+  if (!isUtf8(text)) object[name + "Bytes"] = hexadecimal(text);
+}
+
+/// @param kind none for a column that isn't known: it goes by its looks
+bool isText(const std::string& cell, std::optional<CellKind> kind) {
+  if (kind) return kind == CellKind::TEXT || kind == CellKind::TEXTS || kind == CellKind::SELECTION;
+  return cell != ScanVOXTags::VOX_TRUE && cell != ScanVOXTags::VOX_FALSE &&
+         cell.find_first_not_of("+-.0123456789") != std::string::npos;
+}
+
 Json array(const std::string& cell) {
   Json values = Json::array();
   for (std::string_view rest = cell; !rest.empty();) {
@@ -53,14 +66,12 @@ Json array(const std::string& cell) {
   return values;
 }
 
-/// @param kind none for a column that isn't known: it goes by its looks
 void addField(Json& fields, const std::string& column, const std::string& cell,
               std::optional<CellKind> kind) {
   if (cell == ScanVOXTags::VOX_NULL) {
     fields[column] = nullptr;
-  } else if (kind == CellKind::TEXT || kind == CellKind::TEXTS || kind == CellKind::SELECTION) {
-    fields[column] = cell;
-    if (!isUtf8(cell)) fields[column + "Bytes"] = hexadecimal(cell);
+  } else if (isText(cell, kind)) {
+    addText(fields, column, cell);
   } else if (kind == CellKind::NUMBERS) {
     fields[column] = array(cell);
   } else if (cell == ScanVOXTags::VOX_TRUE || cell == ScanVOXTags::VOX_FALSE) {
@@ -112,7 +123,7 @@ void printRecord(std::ostream& out, const ResultNode& node, const Context& conte
     line["class"] = node.tag;
     if (!context.filesystem.is_null()) line["filesystem"] = context.filesystem;
     if (!context.statistic.is_null()) line["statistic"] = context.statistic;
-    if (!context.directory.is_null()) line["directory"] = context.directory;
+    if (context.directory) addText(line, "directory", *context.directory);
     line["fields"] = fieldsOf(node, node.rows[0]);
     for (const ResultNode& part : node.children) {
       if (!isPartOfRecord(part.tag)) continue;
@@ -132,7 +143,9 @@ void printRecord(std::ostream& out, const ResultNode& node, const Context& conte
 }
 
 Json nameOf(const ResultNode& node, const char* id, const char* name) {
-  return {{"id", node.number(id)}, {"name", node.text(name)}};
+  Json named = {{"id", node.number(id)}};
+  addText(named, "name", node.text(name));
+  return named;
 }
 
 }  // namespace
@@ -145,8 +158,8 @@ void printJson(std::ostream& out, const ResultFile& result) {
   for (const ResultNode& node : result.nodes) {
     if (node.tag == ScanVOXTags::FILESYSTEM) {
       context = {};
-      context.filesystem = {{"id", node.number(Filesystem::FILESYSTEM_ID)},
-                            {"mountPoint", node.text(Filesystem::FILESYSTEM_MNTPT)}};
+      context.filesystem = {{"id", node.number(Filesystem::FILESYSTEM_ID)}};
+      addText(context.filesystem, "mountPoint", node.text(Filesystem::FILESYSTEM_MNTPT));
     }
     if (node.tag != ScanVOXTags::SD) {
       printRecord(out, node, context);
@@ -160,7 +173,7 @@ void printJson(std::ostream& out, const ResultFile& result) {
     for (const ResultNode* byFS : node.childrenOf(ScanVOXTags::RESULTS_BY_FS)) {
       const ResultNode* directory = byFS->child(ScanVOXTags::SM);
       ofStatistic.directory =
-          directory != nullptr ? Json(directory->text(ScanVOXTags::FA_NAME)) : Json(nullptr);
+          directory != nullptr ? std::optional(directory->text(ScanVOXTags::FA_NAME)) : std::nullopt;
       // The source closes the node; it has stood on a line of its own already.
       if (const ResultNode* results = byFS->child(ScanVOXTags::SR)) printRecord(out, *results, ofStatistic);
     }

@@ -1,6 +1,9 @@
 #include "report/ScanreportCommand.h"
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <array>
 #include <optional>
 #include <sstream>
 #include <stdexcept>
@@ -11,10 +14,15 @@
 #include "figures/Comparison.h"
 #include "figures/Figures.h"
 #include "figures/ResultFile.h"
+#include "figures/ResultTables.h"
+#include "figures/RunName.h"
 #include "report/ComparisonReport.h"
+#include "report/CsvReport.h"
 #include "report/JsonReport.h"
+#include "report/PrometheusReport.h"
 #include "report/ScanreportOptions.h"
 #include "report/TextReport.h"
+#include "store/ResultDatabase.h"
 #include "terminal/CommandOptions.h"
 #include "terminal/Pager.h"
 
@@ -35,14 +43,14 @@ std::string inQuotes(std::string_view text) {
 const std::string& onlyFile(const ReportRequest& request) {
   if (request.files.size() > 1) {
     throw UsageError("two files are named, " + inQuotes(request.files[0]) + " and " +
-                     inQuotes(request.files[1]) + ": it shows one at a time");
+                     inQuotes(request.files[1]) +
+                     ": it shows one at a time, and only --sqlite takes several");
   }
   const bool needsOlder = std::any_of(request.alerts.begin(), request.alerts.end(), [](const Alert& alert) {
     return alert.subject == Alert::Subject::GROWTH;
   });
   if (needsOlder && request.against.empty())
     throw UsageError("--alert growth>: it needs a result to go --against");
-  if (request.json && !request.against.empty()) throw UsageError("--json and --against exclude each other");
   return request.files.front();
 }
 
@@ -68,6 +76,16 @@ bool tellAlerts(const ReportRequest& request, const Figures& figures, const Comp
     }
   }
   return isAnyPassed;
+}
+
+/// This host's, unless another one is named.
+std::string hostOf(const ReportRequest& request) {
+  if (!request.host.empty()) return request.host;
+  std::array<char, 256> name{};  // of HOST_NAME_MAX and its end, four times
+  if (gethostname(name.data(), name.size() - 1) != 0) {
+    throw ResultFileError("this host's name can't be had; --host gives one");
+  }
+  return name.data();
 }
 
 int show(const ReportRequest& request, std::ostream& out, std::ostream& err, const Screen& screen) {
@@ -98,6 +116,75 @@ int show(const ReportRequest& request, std::ostream& out, std::ostream& err, con
   return !isWhole ? NOT_WHOLE : isPassed ? LIMIT_PASSED : SHOWN;
 }
 
+/// A result, with its checksum, for forms that can't tell that one isn't whole.
+/// @throws ResultFileError where it isn't
+ResultFile wholeResult(const std::string& file) {
+  ResultFile result = readResultFile(file, Checksum::SHA256);
+  if (result.fault) throw ResultFileError("it is not whole: " + result.fault->text());
+  return result;
+}
+
+/// Prints or writes a form that other programs read.
+int hand(const ReportRequest& request, std::ostream& out) {
+  const std::string& file = onlyFile(request);
+  const ResultFile result = wholeResult(file);
+  Figures figures = figuresOf(result);
+  if (request.csv != nullptr) {
+    sortFigures(figures, request.style.order);
+    printCsv(out, *request.csv, {hostOf(request), runNameOf(file), result.checksum}, figures);
+  } else if (request.prometheus == "-") {
+    printPrometheus(out, figures, runNameOf(file));
+  } else {
+    std::ostringstream text;
+    printPrometheus(text, figures, runNameOf(file));
+    try {
+      replaceFile(request.prometheus, text.str());
+    } catch (const std::runtime_error& error) {
+      throw ResultFileError(inQuotes(request.prometheus) + " stays as it is: " + error.what());
+    }
+  }
+  if (!out.flush()) throw ResultFileError("standard output can't be written");
+  return SHOWN;
+}
+
+std::optional<ResultDatabase> openDatabase(const std::string& path, std::ostream& err) {
+  try {
+    return std::optional<ResultDatabase>(path);
+  } catch (const DatabaseError& error) {
+    err << "scanreport: the database " << inQuotes(path) << " can't be used: " << error.what() << "\n";
+    return std::nullopt;
+  }
+}
+
+/// Loads a result.
+/// @return what has become of it, for people
+const char* loaded(ResultDatabase& database, const std::string& host, const std::string& file) {
+  const ResultFile result = wholeResult(file);
+  const Figures figures = figuresOf(result);
+  if (figures.filesystems.empty()) return "nothing to load, no file system was scanned";
+  const auto outcome = database.load({host, runNameOf(file), result.checksum}, figures);
+  return outcome == ResultDatabase::Outcome::LOADED ? "loaded" : "there already";
+}
+
+/// Loads every file that can be loaded, and tells why others can't.
+int load(const ReportRequest& request, std::ostream& out, std::ostream& err) {
+  const std::string host = hostOf(request);
+  std::optional<ResultDatabase> database = openDatabase(request.sqlite, err);
+  if (!database) return NOT_WHOLE;
+  int status = SHOWN;
+  for (const std::string& file : request.files) {
+    try {
+      const char* const outcome = loaded(*database, host, file);
+      out << safeText(file) << ": " << outcome << "\n";
+    } catch (const std::exception& error) {
+      err << "scanreport: " << inQuotes(file) << " isn't loaded: " << error.what() << "\n";
+      status = NOT_WHOLE;
+    }
+  }
+  out.flush();
+  return status;
+}
+
 }  // namespace
 
 int scanreport(const std::vector<std::string>& arguments, std::ostream& out, std::ostream& err,
@@ -109,6 +196,8 @@ int scanreport(const std::vector<std::string>& arguments, std::ostream& out, std
       out << *text << std::flush;
       return SHOWN;
     }
+    if (!request.sqlite.empty()) return load(request, out, err);
+    if (request.csv != nullptr || !request.prometheus.empty()) return hand(request, out);
     return show(request, out, err, screen);
   } catch (const UsageError& error) {
     err << "scanreport: " << error.what() << "\nTry scanreport --help.\n";

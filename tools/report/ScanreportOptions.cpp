@@ -4,6 +4,8 @@
 #include <CLI/Formatter.hpp>
 #include <CLI/Validators.hpp>
 #include <limits>
+#include <string>
+#include <vector>
 
 #include "Common/SafeText.h"
 #include "terminal/CommandOptions.h"
@@ -20,15 +22,79 @@ Alert alertFor(const std::string& limit) {
   }
 }
 
+std::vector<std::string> tableNames() {
+  std::vector<std::string> names;
+  for (const ResultTable* table : resultTables()) names.emplace_back(table->name);
+  return names;
+}
+
+/// Of a name that is there, but empty, as of a variable that a script hasn't set.
+std::string emptiness(const std::string& name) {
+  return name.empty() ? "an empty name is none" : "";
+}
+
+/// What machines read.
+void addExports(CLI::App& command, ReportRequest& request) {
+  CLI::Option* const json = command.get_option("--json");
+  CLI::Option* const csv =
+      command
+          .add_option_function<std::string>(
+              "--csv", [&request](const std::string& name) { request.csv = resultTableNamed(name); },
+              "one table of the result, for spreadsheets, instead\n"
+              "A line of names, then one for each row, as RFC 4180 says. Lines begin with the host, the job, "
+              "the "
+              "mount point and the statistic that they belong to. Space is in bytes, times are UTC. Bytes "
+              "that "
+              "are no UTF-8 appear as \\xNN. A text that a spreadsheet would take for a formula, or that "
+              "begins with an apostrophe, has an apostrophe in front. Of a file that isn't whole nothing is "
+              "printed.")
+          ->type_name("TABLE")
+          ->check(CLI::IsMember(tableNames()));
+  CLI::Option* const prometheus =
+      command
+          .add_option(
+              "--prometheus", request.prometheus,
+              "write metrics for node_exporter's textfile collector\n"
+              "FILE is replaced as a whole, with mode 0644; its name should end in .prom. A dash stands "
+              "for standard output. Labels are the job, mount points, statistics, monitored directories, "
+              "owners, groups and types. When the result isn't whole FILE stays as it is.")
+          ->type_name("FILE")
+          ->check(emptiness);
+  CLI::Option* const sqlite =
+      command
+          .add_option(
+              "--sqlite", request.sqlite,
+              "load results into an SQLite database\n"
+              "It is made where there is none, and keeps all runs; a result that is there already, "
+              "whatever its file is called, changes nothing. A file that isn't whole isn't loaded; those "
+              "behind it are. Several may load at once.")
+          ->type_name("FILE")
+          ->check(emptiness);
+  command
+      .add_option("--host", request.host,
+                  "the host that has been scanned (this one)\nFor --sqlite and --csv.")
+      ->type_name("NAME");
+  CLI::Option* const against = command.get_option("--against");
+  for (CLI::Option* one : {json, csv, prometheus, sqlite, against}) {
+    for (CLI::Option* other : {json, csv, prometheus, sqlite, against}) {
+      if (one != other) one->excludes(other);
+    }
+  }
+  for (CLI::Option* one : {csv, prometheus, sqlite}) one->excludes(command.get_option("--alert"));
+}
+
 }  // namespace
 
 std::unique_ptr<CLI::App> scanreportCommand(ReportRequest& request) {
   auto command = std::make_unique<CLI::App>();
-  beginCommand(*command, "scanreport", "[option...] FILE",
+  beginCommand(*command, "scanreport", "[option...] FILE...",
                "Shows what a scan has found. Of a file that breaks off it shows what is sound.",
-               "Exit codes: 0 shown, 1 the file can't be read or isn't whole, 2 wrong arguments, 3 --alert.\n"
+               "Exit codes: 0 done, 1 a file can't be read, written or isn't whole, 2 wrong arguments,\n"
+               "  3 something passes an --alert.\n"
                "Example: scanreport output/server/daily.0001_scan.00000001.dat");
-  command->add_option("FILE", request.files, "the result file")->required()->type_name("FILE");
+  command->add_option("FILE", request.files, "the result file; several for --sqlite")
+      ->required()
+      ->type_name("FILE");
   command
       ->add_option("--rows", request.style.rows,
                    "lines of each list that are shown (10)\n"
@@ -83,8 +149,9 @@ std::unique_ptr<CLI::App> scanreportCommand(ReportRequest& request) {
       "Its class is in class; filesystem, statistic and directory say what it belongs to, and fields "
       "holds its columns: numbers as numbers, histograms as arrays, flags as booleans. A name that "
       "is no UTF-8 has its broken bytes replaced, and all its bytes in hexadecimal beside it, under "
-      "the column's name with \"Bytes\" behind. Of a file that isn't whole the first line has the "
+      "its name with \"Bytes\" behind. Of a file that isn't whole the first line has the "
       "class NotWhole, with line and reason.");
+  addExports(*command, request);
   command->add_flag("--no-pager", request.noPager,
                     "never show a long text through a pager\n"
                     "Otherwise a text that is longer than the terminal goes through PAGER, or less(1).");

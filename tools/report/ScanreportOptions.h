@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "figures/Alerts.h"
+#include "figures/ResultTables.h"
 #include "report/TextReport.h"
 
 namespace agent::tools {
@@ -18,6 +19,10 @@ struct ReportRequest {
   std::string against;        ///< an older result; empty for none
   std::vector<Alert> alerts;  ///< limits to watch
   bool json = false;
+  const ResultTable* csv = nullptr;  ///< the table that is asked for
+  std::string prometheus;            ///< a file, or "-"
+  std::string sqlite;                ///< the database
+  std::string host;
   bool noPager = false;
 };
 
