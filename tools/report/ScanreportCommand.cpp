@@ -1,5 +1,6 @@
 #include "report/ScanreportCommand.h"
 
+#include <filesystem>
 #include <sstream>
 #include <stdexcept>
 #include <string_view>
@@ -7,7 +8,9 @@
 #include "Common/SafeText.h"
 #include "figures/Figures.h"
 #include "figures/ResultFile.h"
+#include "report/HtmlReport.h"
 #include "report/JsonReport.h"
+#include "report/ReplacedFile.h"
 #include "report/ScanreportOptions.h"
 #include "report/TextReport.h"
 #include "terminal/CommandOptions.h"
@@ -34,8 +37,28 @@ const std::string& onlyFile(const ReportRequest& request) {
   return request.files.front();
 }
 
+/// Writes the page of a result.
+/// @throws ResultFileError when that can't be done
+void writePage(const ReportRequest& request, const Figures& figures, std::ostream& out) {
+  if (request.html == "-") {
+    printHtml(out, figures, request.rows);
+    out.flush();
+    return;
+  }
+  std::ostringstream page;
+  printHtml(page, figures, request.rows);
+  try {
+    replaceFile(request.html, page.str());
+  } catch (const std::runtime_error& error) {
+    throw ResultFileError("the page " + inQuotes(request.html) + " isn't written: " + error.what());
+  }
+}
+
 int show(const ReportRequest& request, std::ostream& out, std::ostream& err, const Screen& screen) {
   const std::string& file = onlyFile(request);
+  if (std::error_code none; !request.html.empty() && std::filesystem::equivalent(request.html, file, none)) {
+    throw UsageError("the page would replace the result " + inQuotes(file));
+  }
   const ResultFile result = readResultFile(file);
   const bool nothingSound = result.fault && result.nodes.empty();
   if (nothingSound) throw ResultFileError(result.fault->text());
@@ -45,9 +68,13 @@ int show(const ReportRequest& request, std::ostream& out, std::ostream& err, con
   } else {
     Figures figures = figuresOf(result);
     sortFigures(figures, request.order);
-    std::ostringstream text;
-    TextReport(text, screen, request.rows).print(figures);
-    showText(text.str(), out, request.noPager ? 0 : screen.lines);
+    if (!request.html.empty()) {
+      writePage(request, figures, out);
+    } else {
+      std::ostringstream text;
+      TextReport(text, screen, request.rows).print(figures);
+      showText(text.str(), out, request.noPager ? 0 : screen.lines);
+    }
   }
   if (result.fault) {
     err << "scanreport: " << inQuotes(file)

@@ -16,6 +16,7 @@ struct ReportRequest {
   size_t rows = 10;
   Order order = Order::SPACE;
   bool json = false;
+  std::string html;  ///< the page's file, "-" for standard output; empty: none
   bool noPager = false;
 };
 
