@@ -62,12 +62,13 @@ void HtmlSource::print(const SourceFigures& found, size_t level) {
   if (found.summary) counted(*found.summary);
   if (found.hasSummaryAlone()) return;
   page_ << "<div class=\"panels\">\n";
+  // The order in which two of them beside each other are about as long.
   directories(found, level);
+  identities("Owners with the most space", found.users, level);
+  types(found, level);
   if (found.sizes) sizes(*found.sizes, level);
   for (const AgeFigures& one : found.ages) ages(one, level);
-  identities("Owners with the most space", found.users, level);
   identities("Groups with the most space", found.groups, level);
-  types(found, level);
   for (const FileList& list : found.fileLists) files(list, level);
   page_ << "</div>\n";
 }
@@ -172,7 +173,7 @@ void HtmlSource::directories(const SourceFigures& found, size_t level) {
   std::stable_sort(drawn.begin(), drawn.end(),
                    [](const DirectoryFigures& a, const DirectoryFigures& b) { return a.blocks > b.blocks; });
   if (drawn.size() > MOST_DRAWN) drawn.resize(MOST_DRAWN);
-  TreemapChart chart{HEADING, SpaceOf::DIRECTLY_IN, {}};
+  TreemapChart chart{HEADING, SpaceOf::DIRECTLY_IN, 440, {}};
   for (const DirectoryFigures& one : drawn) {
     chart.directories.push_back({below(one.entry.path), static_cast<double>(one.blocks)});
   }
@@ -243,7 +244,7 @@ void HtmlSource::printMonitored(const std::vector<MonitoredFigures>& all, size_t
 
 void HtmlSource::monitoredTable(const std::vector<MonitoredFigures>& all) {
   const size_t shown = std::min(all.size(), parts_.rows());
-  TreemapChart chart{"Space of the monitored directories", SpaceOf::WHOLE_TREE, {}};
+  TreemapChart chart{"Space of the monitored directories", SpaceOf::WHOLE_TREE, 280, {}};
   double largest = 0;
   for (size_t i = 0; i < shown; ++i) {
     if (!all[i].found.summary) continue;

@@ -12,9 +12,8 @@ namespace agent::tools {
 
 namespace {
 
-// Of a treemap, in pixels; its width is that of the page, and is laid out for this one.
+// Of a treemap, in pixels; its width is that of the page, and it is laid out for this one.
 constexpr double TREEMAP_WIDTH = 1060;
-constexpr double TREEMAP_HEIGHT = 440;
 constexpr TreemapFrame FRAME = {20, 3};
 constexpr double GAP = 1;           // on each side of a cell
 constexpr double LETTER = 6.9;      // as wide as a letter is on average, and then some
@@ -99,10 +98,10 @@ class TreemapDrawing {
   TreemapDrawing(HtmlWriter& page, const TreemapChart& chart)
       : page_(page),
         chart_(chart),
-        cells_(layOut(chart.directories, chart.spaceOf, {0, 0, TREEMAP_WIDTH, TREEMAP_HEIGHT}, FRAME)) {}
+        cells_(layOut(chart.directories, chart.spaceOf, {0, 0, TREEMAP_WIDTH, chart.height}, FRAME)) {}
 
   void draw() {
-    page_ << "<svg class=\"treemap\" width=\"100%\" height=\"" << Measure{TREEMAP_HEIGHT} << "\"";
+    page_ << "<svg class=\"treemap\" width=\"100%\" height=\"" << Measure{chart_.height} << "\"";
     name(page_, chart_.title, description());
     for (const TreemapCell& cell : cells_) {
       if (cell.place.width > 2 * GAP && cell.place.height > 2 * GAP) draw(cell);

@@ -44,6 +44,7 @@ void drawHistogram(HtmlWriter& page, const HistogramChart& chart);
 struct TreemapChart {
   std::string title;
   SpaceOf spaceOf = SpaceOf::DIRECTLY_IN;
+  double height = 0;  ///< pixels
   std::vector<TreemapDirectory> directories;  ///< paths as they are to be shown
 };
 void drawTreemap(HtmlWriter& page, const TreemapChart& chart);
