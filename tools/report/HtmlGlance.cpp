@@ -85,8 +85,8 @@ class Card {
 };
 
 void Card::print(size_t index) {
-  page_ << "<article class=\"card\" aria-labelledby=\"c" << index << "\">\n<h3 id=\"c" << index << "\"><a href=\"#f"
-        << index << "\">";
+  page_ << "<article class=\"card\" aria-labelledby=\"c" << index << "\">\n<h3 id=\"c" << index
+        << "\"><a href=\"#f" << index << "\">";
   parts_.name(filesystem_.mountPoint);
   page_ << "</a> <span class=\"remark\">" << text(filesystem_.kind) << "</span>";
   if (!filesystem_.scanned) page_ << " <span class=\"badge\">not scanned</span>";
@@ -100,7 +100,8 @@ void Card::print(size_t index) {
 }
 
 void Card::space() {
-  const auto used = static_cast<double>(filesystem_.used), capacity = static_cast<double>(filesystem_.capacity);
+  const auto used = static_cast<double>(filesystem_.used),
+             capacity = static_cast<double>(filesystem_.capacity);
   Strip strip{"Space in use", "gauge", {}};
   page_ << "<div>\n<p class=\"headline\"><strong>" << text(shareText(used, capacity)) << "</strong> in use";
   if (used >= FULL * capacity && capacity > 0) {
@@ -128,7 +129,8 @@ void Card::ages(const AgeFigures& ages) {
     strip.parts[part].value += std::max(0.0, static_cast<double>(ages.ages.blocks[i]));
   }
   if (strip.parts.back().value <= 0) strip.parts.pop_back();
-  const double whole = sumOf(ages.ages.blocks), old = static_cast<double>(ages.ages.blocks[OLDER_THAN_A_YEAR]);
+  const double whole = sumOf(ages.ages.blocks),
+               old = static_cast<double>(ages.ages.blocks[OLDER_THAN_A_YEAR]);
   page_ << "<div>\n<p class=\"headline\"><strong>" << text(shareText(old, whole)) << "</strong> ";
   if (ages.type == STimeDist::ACCESSED) {
     page_ << "hasn&#39;t been used for a year";
@@ -139,8 +141,8 @@ void Card::ages(const AgeFigures& ages) {
   drawStrip(page_, strip);
   page_ << "\n<ul class=\"legend\">\n";
   for (const StripPart& part : strip.parts) {
-    page_ << "<li><span class=\"key a" << part.colour << "\"></span>" << text(shareText(part.value, whole)) << " "
-          << text(part.label) << "</li>\n";
+    page_ << "<li><span class=\"key a" << part.colour << "\"></span>" << text(shareText(part.value, whole))
+          << " " << text(part.label) << "</li>\n";
   }
   page_ << "</ul>\n</div>\n";
 }
@@ -168,7 +170,8 @@ void Card::tiles() {
         owned->users.begin(), owned->users.end(),
         [](const IdentityFigures& a, const IdentityFigures& b) { return a.blocks < b.blocks; });
     tile("Owner with the most", first.identity.name,
-         humanBlocks(first.blocks) + ", " + shareText(spaceOf(first), whole) + (first.identity.gone ? ", gone" : ""));
+         humanBlocks(first.blocks) + ", " + shareText(spaceOf(first), whole) +
+             (first.identity.gone ? ", gone" : ""));
     tile("Of owners who are gone", shareText(gone, whole), humanSpace(gone) + " of " + humanSpace(whole));
   }
   page_ << "</dl>\n";

@@ -35,8 +35,8 @@ void HtmlParts::beginPathRow(std::string_view path) {
   // The last name counts most.
   const std::string_view trimmed = path.ends_with('/') ? path.substr(0, path.size() - 1) : path;
   const size_t base = trimmed.rfind('/') + 1;  // npos + 1 is 0
-  page_ << "<tr><th scope=\"row\" class=\"path\"><bdi class=\"name\"><span>" << text(path.substr(0, base)) << "</span>"
-        << text(path.substr(base)) << "</bdi></th>";
+  page_ << "<tr><th scope=\"row\" class=\"path\"><bdi class=\"name\"><span>" << text(path.substr(0, base))
+        << "</span>" << text(path.substr(base)) << "</bdi></th>";
 }
 
 void HtmlParts::number(std::string_view shown) {
@@ -51,7 +51,8 @@ void HtmlParts::share(double part, double whole, double largest) {
   const double length = largest > 0 ? std::clamp(part / largest, 0.0, 1.0) : 0;
   page_ << "<td class=\"share\">";
   if (whole > 0) page_ << "<span>" << text(shareText(part, whole)) << "</span>";
-  page_ << "<svg class=\"bar\" aria-hidden=\"true\" width=\"100%\" height=\"8\"><rect class=\"track\" width=\"100%\" "
+  page_ << "<svg class=\"bar\" aria-hidden=\"true\" width=\"100%\" height=\"8\"><rect class=\"track\" "
+           "width=\"100%\" "
            "height=\"8\" rx=\"2\"/><rect class=\"fill\" width=\""
         << Measure{100 * length} << "%\" height=\"8\" rx=\"2\"/></svg></td>";
 }

@@ -69,7 +69,8 @@ class HtmlParts {
   size_t rows_;
 };
 
-// Numbers of a file may have any size and sign: sums of them are no integers, and what is below 0 counts as 0.
+// Numbers of a file may have any size and sign: sums of them are no integers, and what is below 0 counts as
+// 0.
 
 /// "38%", "<1%", ">99%"; "0%" for nothing.
 std::string shareText(double part, double whole);

@@ -93,8 +93,8 @@ void HtmlReport::banner() {
   int64_t latest = 0;
   for (const FilesystemFigures& one : figures_.filesystems) latest = std::max(latest, one.scanTime);
   if (latest > 0) {
-    page_ << ", <time datetime=\"" << text(utc(latest, "%Y-%m-%dT%H:%M:%SZ")) << "\">" << text(humanUtc(latest))
-          << "</time>";
+    page_ << ", <time datetime=\"" << text(utc(latest, "%Y-%m-%dT%H:%M:%SZ")) << "\">"
+          << text(humanUtc(latest)) << "</time>";
   }
   page_ << "</p>\n</header>\n";
 }
@@ -120,7 +120,8 @@ void HtmlReport::contents() {
 }
 
 void HtmlReport::warning() {
-  page_ << "<div class=\"warning\" role=\"alert\">\n<p><strong>This result is not whole.</strong> Shown is what stands "
+  page_ << "<div class=\"warning\" role=\"alert\">\n<p><strong>This result is not whole.</strong> Shown is "
+           "what stands "
            "in front of its fault.</p>\n<p>"
         << Text(figures_.fault->text(), Backslash::KEPT) << "</p>\n</div>\n";
 }
@@ -164,11 +165,11 @@ void HtmlReport::facts(const FilesystemFigures& filesystem) {
     page_ << ", " << text(countOf(count, "monitored directory", "monitored directories"));
   }
   page_ << "</p>\n<div class=\"panel\">\n";
-  parts_.beginTable("Space and inodes", {{"Of", Column::NAME},
-                                         {"Whole", Column::NUMBER},
-                                         {"Used", Column::NUMBER},
-                                         {"In use", Column::SHARE}});
-  const auto capacity = static_cast<double>(filesystem.capacity), inodes = static_cast<double>(filesystem.inodes);
+  parts_.beginTable(
+      "Space and inodes",
+      {{"Of", Column::NAME}, {"Whole", Column::NUMBER}, {"Used", Column::NUMBER}, {"In use", Column::SHARE}});
+  const auto capacity = static_cast<double>(filesystem.capacity),
+             inodes = static_cast<double>(filesystem.inodes);
   parts_.beginRow("Space");
   parts_.number(humanBlocks(filesystem.capacity));
   parts_.number(humanBlocks(filesystem.used));
@@ -187,11 +188,14 @@ void HtmlReport::facts(const FilesystemFigures& filesystem) {
 
 void HtmlReport::footnotes() {
   page_ << "<footer>\n<h2>How to read the figures</h2>\n<ul>\n"
-           "<li>Space is what is allocated; 1 KiB are 1,024 bytes. A file with several names counts once less than it "
+           "<li>Space is what is allocated; 1 KiB are 1,024 bytes. A file with several names counts once "
+           "less than it "
            "has names.</li>\n"
            "<li>An owner is gone when no user database knows the number any more.</li>\n"
-           "<li>Times are UTC. In names, control characters, marks that turn the direction of writing, characters "
-           "that can&#39;t be seen and bytes that are no UTF-8 appear as \\xNN, a backslash as two.</li>\n</ul>\n"
+           "<li>Times are UTC. In names, control characters, marks that turn the direction of writing, "
+           "characters "
+           "that can&#39;t be seen and bytes that are no UTF-8 appear as \\xNN, a backslash as "
+           "two.</li>\n</ul>\n"
            "<p>scanreport "
         << text(PRODUCT_VERSION) << "</p>\n</footer>\n";
 }

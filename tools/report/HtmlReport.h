@@ -7,8 +7,8 @@
 
 namespace agent::tools {
 
-/// Prints a result as one page for a browser that needs nothing else: no script, no file, no network. The same
-/// result gives the same bytes, wherever and whenever: times are UTC.
+/// Prints a result as one page for a browser that needs nothing else: no script, no file, no network. The
+/// same result gives the same bytes, wherever and whenever: times are UTC.
 /// @param rows how many lines of each list are shown
 void printHtml(std::ostream& out, const Figures& figures, size_t rows = 10);
 

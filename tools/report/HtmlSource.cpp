@@ -13,8 +13,8 @@ namespace agent::tools {
 namespace {
 
 // What stands below the columns of a histogram: the upper end of each class.
-constexpr std::array<const char*, SIZE_CLASSES.size()> SIZE_TICKS = {
-    "1 KiB", "10 KiB", "100 KiB", "1 MiB", "10 MiB", "100 MiB", "500 MiB", "more"};
+constexpr std::array<const char*, SIZE_CLASSES.size()> SIZE_TICKS = {"1 KiB",  "10 KiB",  "100 KiB", "1 MiB",
+                                                                     "10 MiB", "100 MiB", "500 MiB", "more"};
 constexpr std::array<const char*, AGE_CLASSES.size()> AGE_TICKS = {
     "1 d", "7 d", "30 d", "60 d", "90 d", "180 d", "270 d", "1 yr", "older", "future"};
 
@@ -75,8 +75,8 @@ void HtmlSource::print(const SourceFigures& found, size_t level) {
 
 void HtmlSource::counted(const SummaryFigures& summary) {
   page_ << "<p>Counted: " << text(countOf(summary.files, "file", "files")) << ", "
-        << text(countOf(summary.directories, "directory", "directories")) << ", " << text(humanBlocks(summary.blocks))
-        << " allocated.</p>\n";
+        << text(countOf(summary.directories, "directory", "directories")) << ", "
+        << text(humanBlocks(summary.blocks)) << " allocated.</p>\n";
 }
 
 void HtmlSource::sizes(const Histogram& sizes, size_t level) {
@@ -127,10 +127,11 @@ void HtmlSource::identities(const char* heading, const std::vector<IdentityFigur
 /// What the strips show; too wide for a narrow page, so it can be moved.
 void HtmlSource::sizesOfIdentities(const std::vector<IdentityFigures>& all) {
   page_ << "<details><summary>Space by size</summary>\n<div class=\"scroll\" tabindex=\"0\" role=\"region\" "
-           "aria-label=\"Space by size\">\n<table><caption>Space by size</caption><thead><tr><th scope=\"col\">Name</th>";
+           "aria-label=\"Space by size\">\n<table><caption>Space by size</caption><thead><tr><th "
+           "scope=\"col\">Name</th>";
   for (size_t i = 0; i < SIZE_CLASSES.size(); ++i) {
-    page_ << "<th scope=\"col\" class=\"number\"><span class=\"key s" << i << "\"></span>" << text(SIZE_CLASSES[i])
-          << "</th>";
+    page_ << "<th scope=\"col\" class=\"number\"><span class=\"key s" << i << "\"></span>"
+          << text(SIZE_CLASSES[i]) << "</th>";
   }
   page_ << "</tr></thead><tbody>\n";
   for (size_t i = 0; i < all.size() && i < parts_.rows(); ++i) {

@@ -39,8 +39,8 @@ class HtmlSource {
   const FilesystemFigures& filesystem_;
 };
 
-/// Entries of a class of ages that are older than a year; in front of it stand those that are younger, behind it
-/// those that are in the future.
+/// Entries of a class of ages that are older than a year; in front of it stand those that are younger, behind
+/// it those that are in the future.
 inline constexpr size_t OLDER_THAN_A_YEAR = 8;
 
 }  // namespace agent::tools

@@ -8,8 +8,8 @@
 
 #include "Common/SafeText.h"
 
-// What a page is written with. Markup are literals of the source and nothing else, which the compiler sees to;
-// whatever comes out of a result gets into a page as Text, of which no character is markup.
+// What a page is written with. Markup are literals of the source and nothing else, which the compiler sees
+// to; whatever comes out of a result gets into a page as Text, of which no character is markup.
 
 namespace agent::tools {
 
@@ -21,8 +21,8 @@ struct Markup {
   std::string_view markup;
 };
 
-/// Bytes as text that means nothing to a browser, neither between tags nor in a quoted attribute: made safe as
-/// for a terminal (safeText), then escaped.
+/// Bytes as text that means nothing to a browser, neither between tags nor in a quoted attribute: made safe
+/// as for a terminal (safeText), then escaped.
 class Text {
  public:
   explicit Text(std::string_view bytes, Backslash backslash = Backslash::DOUBLED);

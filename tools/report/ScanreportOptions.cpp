@@ -40,13 +40,14 @@ std::unique_ptr<CLI::App> scanreportCommand(ReportRequest& request) {
       "the column's name with \"Bytes\" behind. Of a file that isn't whole the first line has the "
       "class NotWhole, with line and reason.");
   command
-      ->add_option("--html", request.html,
-                   "write one page for a browser to this file\n"
-                   "It holds everything that it needs, no script among it, and lets a browser fetch nothing, so "
-                   "that it can be handed on as it is: the figures, histograms, and the largest directories as a "
-                   "map, for light and dark screens, for paper and for screen readers. Times in it are UTC. The "
-                   "file is replaced as a whole, or stays as it is; - is standard output. Of a result that isn't "
-                   "whole the page begins with a warning. Lists are as long as --rows has them.")
+      ->add_option(
+          "--html", request.html,
+          "write one page for a browser to this file\n"
+          "It holds everything that it needs, no script among it, and lets a browser fetch nothing, so "
+          "that it can be handed on as it is: the figures, histograms, and the largest directories as a "
+          "map, for light and dark screens, for paper and for screen readers. Times in it are UTC. The "
+          "file is replaced as a whole, or stays as it is; - is standard output. Of a result that isn't "
+          "whole the page begins with a warning. Lists are as long as --rows has them.")
       ->type_name("FILE")
       ->excludes("--json");
   command->add_flag("--no-pager", request.noPager,

@@ -89,8 +89,8 @@ void label(HtmlWriter& page, const std::string& bytes, double part, double y) {
     if (shown < SHORTEST_LABEL) return;
     width = 2;
   }
-  page << "<text class=\"w" << *width << "\" x=\"6\" y=\"" << Measure{y} << "\">" << Text::fitted(bytes, shown)
-       << "</text>";
+  page << "<text class=\"w" << *width << "\" x=\"6\" y=\"" << Measure{y} << "\">"
+       << Text::fitted(bytes, shown) << "</text>";
 }
 
 class TreemapDrawing {
@@ -114,7 +114,8 @@ class TreemapDrawing {
     std::string words;
     for (const TreemapCell& cell : cells_) {
       if (cell.parent != TreemapCell::NO_FRAME) break;
-      words += (words.empty() ? "" : "; ") + chart_.directories[cell.directory].path + " " + humanSpace(cell.space);
+      words += (words.empty() ? "" : "; ") + chart_.directories[cell.directory].path + " " +
+               humanSpace(cell.space);
     }
     return words;
   }
@@ -140,11 +141,12 @@ class TreemapDrawing {
       page_ << "cell b" << cell.branch % BRANCH_COLOURS;
     }
     page_ << "\" x=\"" << Measure{100 * (cell.place.x + GAP) / TREEMAP_WIDTH} << "%\" y=\""
-          << Measure{cell.place.y + GAP} << "\" width=\"" << Measure{100 * part} << "%\" height=\"" << Measure{height}
-          << "\"><title>" << text(chart_.directories[cell.directory].path) << "\n"
+          << Measure{cell.place.y + GAP} << "\" width=\"" << Measure{100 * part} << "%\" height=\""
+          << Measure{height} << "\"><title>" << text(chart_.directories[cell.directory].path) << "\n"
           << text(humanSpace(cell.space)) << "</title><rect width=\"100%\" height=\"100%\" rx=\"3\"/>";
     if (height >= LINE + 2) label(page_, labelOf(cell), part, FIRST_LINE);
-    if (!cell.isFrame && height >= 2 * LINE + 4) label(page_, humanSpace(cell.space), part, FIRST_LINE + LINE);
+    if (!cell.isFrame && height >= 2 * LINE + 4)
+      label(page_, humanSpace(cell.space), part, FIRST_LINE + LINE);
     page_ << "</svg>\n";
   }
 
@@ -179,7 +181,8 @@ void drawStrip(HtmlWriter& page, const Strip& strip) {
 }
 
 void drawHistogram(HtmlWriter& page, const HistogramChart& chart) {
-  const std::vector<double> space = sharesOf(chart.histogram->blocks), entries = sharesOf(chart.histogram->counts);
+  const std::vector<double> space = sharesOf(chart.histogram->blocks),
+                            entries = sharesOf(chart.histogram->counts);
   const double largest = std::max({1e-9, *std::max_element(space.begin(), space.end()),
                                    *std::max_element(entries.begin(), entries.end())});
   const double slot = 100.0 / static_cast<double>(chart.labels.size());
@@ -189,21 +192,23 @@ void drawHistogram(HtmlWriter& page, const HistogramChart& chart) {
            largestInWords(chart.classes, entries) + ".");
   for (size_t i = 0; i < chart.labels.size(); ++i) {
     const double left = slot * static_cast<double>(i);
-    const double spaceHeight = columnHeight(space[i], largest), entriesHeight = columnHeight(entries[i], largest);
+    const double spaceHeight = columnHeight(space[i], largest),
+                 entriesHeight = columnHeight(entries[i], largest);
     page << "<g";
     if (i == chart.remarkable) page << " class=\"remarkable\"";
     page << "><title>" << text(chart.classes[i]) << ": " << text(shareText(space[i], 1)) << " of the space, "
          << text(shareText(entries[i], 1)) << " of the entries</title><rect class=\"space\" x=\""
          << Measure{left + 0.10 * slot} << "%\" y=\"" << Measure{PLOT_BOTTOM - spaceHeight} << "\" width=\""
-         << Measure{0.46 * slot} << "%\" height=\"" << Measure{spaceHeight} << "\"/><rect class=\"entries\" x=\""
-         << Measure{left + 0.60 * slot} << "%\" y=\"" << Measure{PLOT_BOTTOM - entriesHeight} << "\" width=\""
-         << Measure{0.28 * slot} << "%\" height=\"" << Measure{entriesHeight} << "\"/>";
+         << Measure{0.46 * slot} << "%\" height=\"" << Measure{spaceHeight}
+         << "\"/><rect class=\"entries\" x=\"" << Measure{left + 0.60 * slot} << "%\" y=\""
+         << Measure{PLOT_BOTTOM - entriesHeight} << "\" width=\"" << Measure{0.28 * slot} << "%\" height=\""
+         << Measure{entriesHeight} << "\"/>";
     if (space[i] > 0) {
       page << "<text class=\"value\" x=\"" << Measure{left + 0.33 * slot} << "%\" y=\""
            << Measure{PLOT_BOTTOM - spaceHeight - 5} << "\">" << text(shareText(space[i], 1)) << "</text>";
     }
-    page << "<text class=\"tick\" x=\"" << Measure{left + 0.5 * slot} << "%\" y=\"" << Measure{PLOT_BOTTOM + 17}
-         << "\">" << text(chart.labels[i]) << "</text></g>\n";
+    page << "<text class=\"tick\" x=\"" << Measure{left + 0.5 * slot} << "%\" y=\""
+         << Measure{PLOT_BOTTOM + 17} << "\">" << text(chart.labels[i]) << "</text></g>\n";
   }
   page << "<line class=\"base\" x1=\"0\" x2=\"100%\" y1=\"" << Measure{PLOT_BOTTOM} << "\" y2=\""
        << Measure{PLOT_BOTTOM} << "\"/></svg>\n";

@@ -9,9 +9,9 @@
 #include "report/HtmlWriter.h"
 #include "report/Treemap.h"
 
-// Drawings of a page, as SVG in it. They lie across in parts of the page's width and have their colours from its
-// style sheet, so that one drawing does for a telephone, a wall and a printer. What a drawing shows stands in a
-// table beside it as well.
+// Drawings of a page, as SVG in it. They lie across in parts of the page's width and have their colours from
+// its style sheet, so that one drawing does for a telephone, a wall and a printer. What a drawing shows
+// stands in a table beside it as well.
 
 namespace agent::tools {
 
@@ -24,8 +24,8 @@ struct StripPart {
 
 /// Parts of a whole beside each other.
 struct Strip {
-  std::string title;            ///< bytes
-  Markup kind = "";             ///< which colours the style sheet is to take, and which height
+  std::string title;  ///< bytes
+  Markup kind = "";   ///< which colours the style sheet is to take, and which height
   std::vector<StripPart> parts;
 };
 void drawStrip(HtmlWriter& page, const Strip& strip);
@@ -44,7 +44,7 @@ void drawHistogram(HtmlWriter& page, const HistogramChart& chart);
 struct TreemapChart {
   std::string title;
   SpaceOf spaceOf = SpaceOf::DIRECTLY_IN;
-  double height = 0;  ///< pixels
+  double height = 0;                          ///< pixels
   std::vector<TreemapDirectory> directories;  ///< paths as they are to be shown
 };
 void drawTreemap(HtmlWriter& page, const TreemapChart& chart);

@@ -81,8 +81,8 @@ class Tree {
 
   void addUp(size_t directory) {
     const double space = std::max(0.0, directories_[directory].space);
-    whole_[directory] = spaceOf_ == SpaceOf::DIRECTLY_IN ? space + inside(directory)
-                                                         : std::max(space, inside(directory));
+    whole_[directory] =
+        spaceOf_ == SpaceOf::DIRECTLY_IN ? space + inside(directory) : std::max(space, inside(directory));
     largestFirst(children_[directory]);
   }
 
@@ -100,8 +100,8 @@ class Tree {
 /// Some directories that share a rectangle.
 struct Group {
   std::vector<size_t> directories;
-  size_t frame = NONE;          // among the cells
-  size_t directory = NONE;      // whose frame that is: it has a cell of its own in there
+  size_t frame = NONE;      // among the cells
+  size_t directory = NONE;  // whose frame that is: it has a cell of its own in there
   Rectangle place;
 };
 
@@ -159,7 +159,8 @@ std::vector<TreemapCell> layOut(const std::vector<TreemapDirectory>& directories
       const size_t directory = pieces[i].second;
       const bool isOwn = directory == group.directory;
       const Rectangle room = inside(places[i], frame);
-      const bool isFrame = !isOwn && !tree.in(directory).empty() && room.width > frame.title && room.height > frame.title;
+      const bool isFrame =
+          !isOwn && !tree.in(directory).empty() && room.width > frame.title && room.height > frame.title;
       const size_t branch = group.frame == NONE ? branches++ : cells[group.frame].branch;
       if (isFrame) waiting.push_back({tree.in(directory), cells.size(), directory, room});
       cells.push_back({directory, group.frame, branch, isFrame, weights[i], places[i]});

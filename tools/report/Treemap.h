@@ -18,9 +18,9 @@ struct Rectangle {
   double area() const { return width * height; }
 };
 
-/// Cuts a rectangle into pieces whose areas are as the weights, each as close to a square as may be: the pieces
-/// fill row after row along the shorter side, and a row ends where one more piece would make its worst one
-/// longer.
+/// Cuts a rectangle into pieces whose areas are as the weights, each as close to a square as may be: the
+/// pieces fill row after row along the shorter side, and a row ends where one more piece would make its worst
+/// one longer.
 /// @param weights the largest first; those that aren't above zero get an empty rectangle
 /// @return one rectangle for each weight, in their order; empty ones where the arithmetic leaves no room
 std::vector<Rectangle> squarified(const std::vector<double>& weights, const Rectangle& whole);
@@ -33,11 +33,12 @@ struct TreemapDirectory {
 
 /// One rectangle of a treemap: a directory, or the frame around one and those that lie in it.
 struct TreemapCell {
-  size_t directory = 0;      ///< its place in the list that was given
-  size_t parent = NO_FRAME;  ///< place of the frame around it among the cells; frames stand before what is in them
-  size_t branch = 0;         ///< the same for all cells that lie in one outermost directory; counted from 0
-  bool isFrame = false;      ///< it has a title and holds the cells of what lies below, its own among them
-  double space = 0;          ///< what the rectangle stands for
+  size_t directory = 0;  ///< its place in the list that was given
+  size_t parent =
+      NO_FRAME;       ///< place of the frame around it among the cells; frames stand before what is in them
+  size_t branch = 0;  ///< the same for all cells that lie in one outermost directory; counted from 0
+  bool isFrame = false;  ///< it has a title and holds the cells of what lies below, its own among them
+  double space = 0;      ///< what the rectangle stands for
   Rectangle place;
 
   static constexpr size_t NO_FRAME = static_cast<size_t>(-1);
