@@ -1,23 +1,16 @@
 #include "report/PrometheusReport.h"
 
-#include <fcntl.h>
-
 #include <array>
-#include <cerrno>
 #include <cstdint>
 #include <functional>
 #include <map>
 #include <set>
 #include <span>
-#include <stdexcept>
 #include <string_view>
 #include <unordered_set>
 #include <vector>
 
 #include "Common/SafeText.h"
-#include "Common/unix/psmsgutil.h"
-#include "QLMlib/common/unx/OwnedDescriptor.h"
-#include "QLMlib/common/unx/SystemCalls.h"
 #include "figures/ResultTables.h"
 
 namespace agent::tools {
@@ -183,56 +176,12 @@ void Samples::print(std::ostream& out) const {
   }
 }
 
-/// A file that no collector reads yet, and that goes with its owner unless it has been renamed.
-class HiddenFile {
- public:
-  explicit HiddenFile(const std::string& beside) {
-    const size_t name = beside.rfind('/') + 1;  // npos + 1 is 0
-    path_ = beside.substr(0, name) + "." + beside.substr(name) + ".XXXXXX";
-    descriptor_ = OwnedDescriptor(sys.mkostemp(path_.data(), O_CLOEXEC));
-    if (!descriptor_) {
-      const int error = errno;
-      path_.clear();
-      fail("no file can be made beside it", error);
-    }
-  }
-  ~HiddenFile() {
-    if (!path_.empty()) sys.unlink(path_.c_str());
-  }
-  HiddenFile(const HiddenFile&) = delete;
-  HiddenFile& operator=(const HiddenFile&) = delete;
-
-  void write(const std::string& content) {
-    if (const int error = writeAll(descriptor_.get(), content)) fail("it can't be written", error);
-    if (sys.fchmod(descriptor_.get(), 0644) != 0) fail("it can't be made readable", errno);
-    if (const int error = descriptor_.close()) fail("it can't be written", error);
-  }
-  void renameTo(const std::string& path) {
-    if (sys.rename(path_.c_str(), path.c_str()) != 0) fail("what is written can't be given its name", errno);
-    path_.clear();
-  }
-
- private:
-  [[noreturn]] static void fail(const std::string& what, int error) {
-    throw std::runtime_error(what + ": " + getSystemErrorMessage(error));
-  }
-
-  std::string path_;  // empty once there is nothing to remove
-  OwnedDescriptor descriptor_;
-};
-
 }  // namespace
 
 void printPrometheus(std::ostream& out, const Figures& figures, const RunName& run) {
   Samples samples(run);
   for (const FilesystemFigures& filesystem : figures.filesystems) samples.addFilesystem(filesystem);
   samples.print(out);
-}
-
-void replaceFile(const std::string& path, const std::string& content) {
-  HiddenFile file(path);
-  file.write(content);
-  file.renameTo(path);
 }
 
 }  // namespace agent::tools

@@ -17,8 +17,4 @@ namespace agent::tools {
 /// twice all the same the first counts.
 void printPrometheus(std::ostream& out, const Figures& figures, const RunName& run);
 
-/// Writes a file beside its place and renames it there, so that no reader sees a part of it; mode 0644.
-/// @throws std::runtime_error with the reason; what stood there stays
-void replaceFile(const std::string& path, const std::string& content);
-
 }  // namespace agent::tools

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <filesystem>
 #include <optional>
 #include <sstream>
 #include <stdexcept>
@@ -18,8 +19,10 @@
 #include "figures/RunName.h"
 #include "report/ComparisonReport.h"
 #include "report/CsvReport.h"
+#include "report/HtmlReport.h"
 #include "report/JsonReport.h"
 #include "report/PrometheusReport.h"
+#include "report/ReplacedFile.h"
 #include "report/ScanreportOptions.h"
 #include "report/TextReport.h"
 #include "store/ResultDatabase.h"
@@ -88,8 +91,31 @@ std::string hostOf(const ReportRequest& request) {
   return name.data();
 }
 
+/// Writes the page of a result.
+/// @throws ResultFileError when that can't be done
+void writePage(const ReportRequest& request, const Figures& figures, const Comparison* comparison,
+               std::ostream& out) {
+  if (request.html == "-") {
+    printHtml(out, figures, comparison, request.style.rows);
+    out.flush();
+    return;
+  }
+  std::ostringstream page;
+  printHtml(page, figures, comparison, request.style.rows);
+  try {
+    replaceFile(request.html, page.str(), Readers::AS_USUAL);
+  } catch (const std::runtime_error& error) {
+    throw ResultFileError("the page " + inQuotes(request.html) + " isn't written: " + error.what());
+  }
+}
+
 int show(const ReportRequest& request, std::ostream& out, std::ostream& err, const Screen& screen) {
-  const ResultFile result = soundPartOf(onlyFile(request), err);
+  const std::string& file = onlyFile(request);
+  for (const std::string& read : {file, request.against}) {
+    if (std::error_code none; !request.html.empty() && std::filesystem::equivalent(request.html, read, none))
+      throw UsageError("the page would replace the result " + inQuotes(read));
+  }
+  const ResultFile result = soundPartOf(file, err);
   Figures figures = figuresOf(result);
   sortFigures(figures, request.style.order);
   std::optional<Comparison> comparison;
@@ -103,13 +129,17 @@ int show(const ReportRequest& request, std::ostream& out, std::ostream& err, con
     printJson(out, result);
     out.flush();
   } else {
-    std::ostringstream text;
-    if (comparison) {
-      printComparison(text, *comparison, screen, request.style.rows);
+    if (!request.html.empty()) {
+      writePage(request, figures, comparison ? &*comparison : nullptr, out);
     } else {
-      TextReport(text, screen, request.style).print(figures);
+      std::ostringstream text;
+      if (comparison) {
+        printComparison(text, *comparison, screen, request.style.rows);
+      } else {
+        TextReport(text, screen, request.style).print(figures);
+      }
+      showText(text.str(), out, request.noPager ? 0 : screen.lines);
     }
-    showText(text.str(), out, request.noPager ? 0 : screen.lines);
   }
   if (!out) throw ResultFileError("standard output can't be written");
   const bool isPassed = tellAlerts(request, figures, comparison ? &*comparison : nullptr, err);
@@ -138,7 +168,7 @@ int hand(const ReportRequest& request, std::ostream& out) {
     std::ostringstream text;
     printPrometheus(text, figures, runNameOf(file));
     try {
-      replaceFile(request.prometheus, text.str());
+      replaceFile(request.prometheus, text.str(), Readers::EVERYBODY);
     } catch (const std::runtime_error& error) {
       throw ResultFileError(inQuotes(request.prometheus) + " stays as it is: " + error.what());
     }

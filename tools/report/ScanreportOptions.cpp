@@ -80,7 +80,11 @@ void addExports(CLI::App& command, ReportRequest& request) {
       if (one != other) one->excludes(other);
     }
   }
-  for (CLI::Option* one : {csv, prometheus, sqlite}) one->excludes(command.get_option("--alert"));
+  for (CLI::Option* one : {csv, prometheus, sqlite}) {
+    one->excludes(command.get_option("--alert"));
+    one->excludes(command.get_option("--html"));
+  }
+  json->excludes(command.get_option("--html"));
 }
 
 }  // namespace
@@ -151,6 +155,16 @@ std::unique_ptr<CLI::App> scanreportCommand(ReportRequest& request) {
       "is no UTF-8 has its broken bytes replaced, and all its bytes in hexadecimal beside it, under "
       "its name with \"Bytes\" behind. Of a file that isn't whole the first line has the "
       "class NotWhole, with line and reason.");
+  command
+      ->add_option(
+          "--html", request.html,
+          "write one page for a browser to this file\n"
+          "It holds everything that it needs, no script among it, and lets a browser fetch nothing, so "
+          "that it can be handed on as it is: the figures, histograms, and the largest directories as a "
+          "map, for light and dark screens, for paper and for screen readers. Times in it are UTC. The "
+          "file is replaced as a whole, or stays as it is; - is standard output. Of a result that isn't "
+          "whole the page begins with a warning. Lists are as long as --rows has them.")
+      ->type_name("FILE");
   addExports(*command, request);
   command->add_flag("--no-pager", request.noPager,
                     "never show a long text through a pager\n"

@@ -23,6 +23,7 @@ struct ReportRequest {
   std::string prometheus;            ///< a file, or "-"
   std::string sqlite;                ///< the database
   std::string host;
+  std::string html;  ///< the page's file, "-" for standard output; empty: none
   bool noPager = false;
 };
 
