@@ -41,7 +41,7 @@ void row(HtmlParts& parts, const Change& change, const std::string& name, double
 }
 
 void table(HtmlParts& parts, const ChangeTable& table, const std::string& mountPoint, size_t level) {
-  parts.beginPanel(table.title, level, "panel wide");
+  parts.beginPanel(table.title, level, "panel");
   parts.beginTable(table.title, {{"Name", Column::NAME},
                                  {"Now", Column::NUMBER},
                                  {"Change", Column::NUMBER},
@@ -78,7 +78,9 @@ void filesystem(HtmlParts& parts, const FilesystemChange& change) {
     page << "<section>\n<h4>";
     parts.name(statistic.name);
     page << "</h4>\n";
+    page << "<div class=\"panels\">\n";
     for (const ChangeTable& one : statistic.tables) table(parts, one, change.mountPoint, 5);
+    page << "</div>\n";
     page << "</section>\n";
   }
   page << "</section>\n";
@@ -88,7 +90,7 @@ void filesystem(HtmlParts& parts, const FilesystemChange& change) {
 
 void printGrowth(HtmlParts& parts, const Comparison& comparison) {
   HtmlWriter& page = parts.page();
-  page << "<section aria-labelledby=\"growth\">\n<h2 id=\"growth\">What has changed</h2>\n";
+  page << "<section class=\"growth\" aria-labelledby=\"growth\">\n<h2 id=\"growth\">What has changed</h2>\n";
   for (const FilesystemChange& one : comparison.filesystems) filesystem(parts, one);
   page << "</section>\n";
 }

@@ -89,6 +89,7 @@ void HtmlReport::banner() {
 void HtmlReport::contents() {
   if (figures_.filesystems.empty()) return;
   page_ << "<nav aria-label=\"Contents\">\n<ul>\n";
+  if (comparison_ != nullptr) page_ << "<li><a href=\"#growth\">What has changed</a></li>\n";
   for (size_t i = 0; i < figures_.filesystems.size(); ++i) {
     const FilesystemFigures& one = figures_.filesystems[i];
     page_ << "<li><a href=\"#f" << i << "\">";
