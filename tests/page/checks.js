@@ -3,14 +3,15 @@
   const faults = [];
   const expect = (holds, what) => holds || faults.push(what);
   const all = (selector, within = document) => [...within.querySelectorAll(selector)];
-  const shortly = (element) => `<${element.localName} class="${element.getAttribute("class") ?? ""}"> "${element.textContent.slice(0, 40)}"`;
+  const shortly = (element) =>
+    `<${element.localName} class="${element.getAttribute("class") ?? ""}"> "${element.textContent.slice(0, 40)}"`;
   const isVisible = (element) => element.checkVisibility() && element.getClientRects().length > 0;
 
   // Structure.
   expect(document.documentElement.lang === "en", "the language isn't told");
   expect(document.title !== "", "there is no title");
-  for (const [selector, count] of [["h1", 1], ["main", 1], ["body > header", 1], ["body > nav[aria-label]", 1], ["body > footer", 1]]) {
-    expect(all(selector).length === count, `there are ${all(selector).length} of ${selector}`);
+  for (const selector of ["h1", "main", "body > header", "body > nav[aria-label]", "body > footer"]) {
+    expect(all(selector).length === 1, `there are ${all(selector).length} of ${selector}`);
   }
   let level = 0;
   for (const heading of all("h1, h2, h3, h4, h5, h6")) {
@@ -38,15 +39,18 @@
   }
   for (const table of all("table")) {
     expect((table.caption?.textContent ?? "") !== "", "a table has no caption");
-    expect(all("th", table).every((cell) => cell.scope && cell.textContent.trim() !== ""), `a heading of ${shortly(table)} has no scope or no text`);
+    const isHeading = (cell) => cell.scope !== "" && cell.textContent.trim() !== "";
+    expect(all("th", table).every(isHeading), `a heading of ${shortly(table)} has no scope or no text`);
     const columns = table.tHead.rows[0].cells.length;
     for (const row of table.rows) {
       const width = [...row.cells].reduce((sum, cell) => sum + cell.colSpan, 0);
-      expect(width === columns && row.cells[0].localName === "th", `a row of ${shortly(table)} has ${width} cells of ${columns}`);
+      const isWhole = width === columns && row.cells[0].localName === "th";
+      expect(isWhole, `a row of ${shortly(table)} has ${width} cells of ${columns}`);
     }
   }
   for (const list of all("ul, dl")) {
-    expect([...list.children].every((child) => (list.localName === "ul" ? "li" : "div") === child.localName), `children of ${shortly(list)}`);
+    const kind = list.localName === "ul" ? "li" : "div";
+    expect([...list.children].every((child) => child.localName === kind), `children of ${shortly(list)}`);
   }
 
   // Room.

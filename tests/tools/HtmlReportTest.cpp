@@ -95,6 +95,12 @@ TEST(TreemapTest, DirectoriesLieInTheNearestOneThatTheyLieBelow) {
     });
     EXPECT_EQ(frameOfB->space, ofB);
   }
+  std::vector<std::string> forks;
+  for (const auto& one :
+       tools::withForks({{"x/a/b", 1}, {"x/a/c/d", 1}, {"x/ab", 1}, {"x/ab/c", 1}, {"y", 1}})) {
+    forks.push_back(one.path);
+  }
+  EXPECT_THAT(forks, ::testing::ElementsAre("x/a/b", "x/a/c/d", "x/ab", "x/ab/c", "y", "x", "x/a"));
   // As deep as names go, without a frame that would have no room.
   std::vector<tools::TreemapDirectory> deep;
   for (std::string path = "d"; deep.size() < 2000; path += "/d") deep.push_back({path, 1});
@@ -113,7 +119,7 @@ std::string faultOf(const std::string& page) {
   std::vector<std::string> open;
   for (std::sregex_iterator tag(page.begin(), page.end(), TAG), end; tag != end; ++tag) {
     const std::string name = (*tag)[2];
-    if (name == "meta" || (*tag)[3] == "/") continue;
+    if (name == "meta" || name == "wbr" || (*tag)[3] == "/") continue;
     if ((*tag)[1] != "/") {
       open.push_back(name);
     } else if (open.empty() || open.back() != name) {

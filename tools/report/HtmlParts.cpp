@@ -37,7 +37,7 @@ void HtmlParts::beginPathRow(std::string_view path) {
   const std::string_view trimmed = path.ends_with('/') ? path.substr(0, path.size() - 1) : path;
   const size_t base = trimmed.rfind('/') + 1;  // npos + 1 is 0
   page_ << "<tr><th scope=\"row\" class=\"path\"><bdi class=\"name\"><span>" << text(path.substr(0, base))
-        << "</span>" << text(path.substr(base)) << "</bdi></th>";
+        << "</span><wbr>" << text(path.substr(base)) << "</bdi></th>";
 }
 
 void HtmlParts::number(std::string_view shown) {

@@ -18,10 +18,25 @@ constexpr std::array<const char*, SIZE_CLASSES.size()> SIZE_TICKS = {"1 KiB",  "
 constexpr std::array<const char*, AGE_CLASSES.size()> AGE_TICKS = {
     "1 d", "7 d", "30 d", "60 d", "90 d", "180 d", "270 d", "1 yr", "older", "future"};
 
-constexpr size_t MOST_DRAWN = 40;  // directories in a treemap: more can't be told from each other
+// Directories in a treemap: neither so many nor so small ones that they can't be told from each other.
+constexpr size_t MOST_DRAWN = 40;
+constexpr double SMALLEST_DRAWN = 0.0005;  // of the largest ones' space
 
 double spaceCounted(const SourceFigures& found) {
   return found.summary ? static_cast<double>(found.summary->blocks) : 0;
+}
+
+/// Those that are drawn, however the list is sorted.
+std::vector<DirectoryFigures> largestOf(std::vector<DirectoryFigures> directories) {
+  std::stable_sort(directories.begin(), directories.end(),
+                   [](const DirectoryFigures& a, const DirectoryFigures& b) { return a.blocks > b.blocks; });
+  if (directories.size() > MOST_DRAWN) directories.resize(MOST_DRAWN);
+  double sum = 0;
+  for (const DirectoryFigures& one : directories) sum += std::max(0.0, static_cast<double>(one.blocks));
+  std::erase_if(directories, [sum](const DirectoryFigures& one) {
+    return one.blocks <= 0 || static_cast<double>(one.blocks) < SMALLEST_DRAWN * sum;
+  });
+  return directories;
 }
 
 /// A drawing of some classes, and its table.
@@ -169,17 +184,13 @@ void HtmlSource::directories(const SourceFigures& found, size_t level) {
   const std::vector<DirectoryFigures>& all = found.directories;
   if (all.empty()) return;
   constexpr const char* HEADING = "Directories with the most space directly in them";
-  // However the lists are sorted, what is drawn are the largest.
-  std::vector<DirectoryFigures> drawn = all;
-  std::stable_sort(drawn.begin(), drawn.end(),
-                   [](const DirectoryFigures& a, const DirectoryFigures& b) { return a.blocks > b.blocks; });
-  if (drawn.size() > MOST_DRAWN) drawn.resize(MOST_DRAWN);
+  const std::vector<DirectoryFigures> drawn = largestOf(all);
   TreemapChart chart{HEADING, SpaceOf::DIRECTLY_IN, 440, {}};
   for (const DirectoryFigures& one : drawn) {
     chart.directories.push_back({below(one.entry.path), static_cast<double>(one.blocks)});
   }
   parts_.beginPanel(HEADING, level, "panel wide");
-  if (drawn.front().blocks > 0) drawTreemap(page_, chart);
+  if (!drawn.empty()) drawTreemap(page_, chart);
   directoryTable(all, parts_.rows(), spaceCounted(found));
   parts_.more(all.size());
   if (drawn.size() > parts_.rows()) {

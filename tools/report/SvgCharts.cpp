@@ -57,6 +57,7 @@ std::string largestInWords(std::span<const char* const> labels, const std::vecto
 std::vector<double> sharesOf(const std::vector<int64_t>& numbers) {
   const double sum = sumOf(numbers);
   std::vector<double> shares;
+  shares.reserve(numbers.size());
   for (const int64_t number : numbers) {
     shares.push_back(sum > 0 ? std::max(0.0, static_cast<double>(number)) / sum : 0);
   }
@@ -98,7 +99,8 @@ class TreemapDrawing {
   TreemapDrawing(HtmlWriter& page, const TreemapChart& chart)
       : page_(page),
         chart_(chart),
-        cells_(layOut(chart.directories, chart.spaceOf, {0, 0, TREEMAP_WIDTH, chart.height}, FRAME)) {}
+        directories_(withForks(chart.directories)),
+        cells_(layOut(directories_, chart.spaceOf, {0, 0, TREEMAP_WIDTH, chart.height}, FRAME)) {}
 
   void draw() {
     page_ << "<svg class=\"treemap\" width=\"100%\" height=\"" << Measure{chart_.height} << "\"";
@@ -114,19 +116,18 @@ class TreemapDrawing {
     std::string words;
     for (const TreemapCell& cell : cells_) {
       if (cell.parent != TreemapCell::NO_FRAME) break;
-      words += (words.empty() ? "" : "; ") + chart_.directories[cell.directory].path + " " +
-               humanSpace(cell.space);
+      words += (words.empty() ? "" : "; ") + directories_[cell.directory].path + " " + humanSpace(cell.space);
     }
     return words;
   }
 
   /// A path without that of the frame around it.
   std::string labelOf(const TreemapCell& cell) const {
-    std::string_view path = chart_.directories[cell.directory].path;
+    std::string_view path = directories_[cell.directory].path;
     if (cell.parent == TreemapCell::NO_FRAME) return std::string(path);
     const size_t frame = cells_[cell.parent].directory;
     if (frame == cell.directory) return "directly in it";
-    path.remove_prefix(std::min(path.size(), chart_.directories[frame].path.size()));
+    path.remove_prefix(std::min(path.size(), directories_[frame].path.size()));
     while (path.starts_with('/')) path.remove_prefix(1);
     return std::string(path);
   }
@@ -142,7 +143,7 @@ class TreemapDrawing {
     }
     page_ << "\" x=\"" << Measure{100 * (cell.place.x + GAP) / TREEMAP_WIDTH} << "%\" y=\""
           << Measure{cell.place.y + GAP} << "\" width=\"" << Measure{100 * part} << "%\" height=\""
-          << Measure{height} << "\"><title>" << text(chart_.directories[cell.directory].path) << "\n"
+          << Measure{height} << "\"><title>" << text(directories_[cell.directory].path) << "\n"
           << text(humanSpace(cell.space)) << "</title><rect width=\"100%\" height=\"100%\" rx=\"3\"/>";
     if (height >= LINE + 2) label(page_, labelOf(cell), part, FIRST_LINE);
     if (!cell.isFrame && height >= 2 * LINE + 4)
@@ -152,6 +153,7 @@ class TreemapDrawing {
 
   HtmlWriter& page_;
   const TreemapChart& chart_;
+  std::vector<TreemapDirectory> directories_;
   std::vector<TreemapCell> cells_;
 };
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <numeric>
+#include <set>
 #include <utility>
 
 namespace agent::tools {
@@ -40,6 +41,12 @@ void placeRow(const std::vector<double>& areas, size_t begin, size_t end, Rectan
   }
 }
 
+/// With it behind them, a directory stands right in front of what lies in it, and is the beginning of its
+/// path.
+std::string withSlash(const std::string& path) {
+  return path.ends_with('/') ? path : path + '/';
+}
+
 /// Directories as a tree, by places in the list.
 class Tree {
  public:
@@ -48,7 +55,6 @@ class Tree {
         spaceOf_(spaceOf),
         children_(directories.size()),
         whole_(directories.size(), 0) {
-    // With a slash behind, a directory stands right in front of what lies in it.
     std::vector<std::pair<std::string, size_t>> byPath;
     byPath.reserve(directories.size());
     for (size_t i = 0; i < directories.size(); ++i) byPath.emplace_back(withSlash(directories[i].path), i);
@@ -71,8 +77,6 @@ class Tree {
   double own(size_t directory) const { return std::max(0.0, whole_[directory] - inside(directory)); }
 
  private:
-  static std::string withSlash(const std::string& path) { return path.ends_with('/') ? path : path + '/'; }
-
   double inside(size_t directory) const {
     double sum = 0;
     for (const size_t child : children_[directory]) sum += whole_[child];
@@ -138,6 +142,24 @@ std::vector<Rectangle> squarified(const std::vector<double>& weights, const Rect
   return placed;
 }
 
+std::vector<TreemapDirectory> withForks(std::vector<TreemapDirectory> directories) {
+  std::set<std::string> paths, forks;
+  for (const TreemapDirectory& one : directories) paths.insert(withSlash(one.path));
+  const std::string* before = nullptr;
+  for (const std::string& path : paths) {
+    if (before != nullptr) {
+      const auto parting = std::mismatch(path.begin(), path.end(), before->begin(), before->end()).first;
+      const std::string common(path.begin(), parting);
+      forks.insert(common.substr(0, common.rfind('/') + 1));  // npos + 1 is 0
+    }
+    before = &path;
+  }
+  for (const std::string& fork : forks) {
+    if (fork.size() > 1 && !paths.contains(fork)) directories.push_back({fork.substr(0, fork.size() - 1), 0});
+  }
+  return directories;
+}
+
 std::vector<TreemapCell> layOut(const std::vector<TreemapDirectory>& directories, SpaceOf spaceOf,
                                 const Rectangle& whole, const TreemapFrame& frame) {
   const Tree tree(directories, spaceOf);
@@ -152,8 +174,9 @@ std::vector<TreemapCell> layOut(const std::vector<TreemapDirectory>& directories
     if (group.directory != NONE) pieces.emplace_back(tree.own(group.directory), group.directory);
     std::stable_sort(pieces.begin(), pieces.end(),
                      [](const auto& a, const auto& b) { return a.first > b.first; });
-    std::vector<double> weights;
-    for (const auto& piece : pieces) weights.push_back(piece.first);
+    std::vector<double> weights(pieces.size());
+    std::transform(pieces.begin(), pieces.end(), weights.begin(),
+                   [](const auto& piece) { return piece.first; });
     const std::vector<Rectangle> places = squarified(weights, group.place);
     for (size_t i = 0; i < pieces.size(); ++i) {
       const size_t directory = pieces[i].second;

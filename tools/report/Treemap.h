@@ -31,6 +31,10 @@ struct TreemapDirectory {
   double space = 0;
 };
 
+/// The same with a directory of no space of its own at each place where two of the paths part, so that what
+/// lies in one directory is drawn in one frame.
+std::vector<TreemapDirectory> withForks(std::vector<TreemapDirectory> directories);
+
 /// One rectangle of a treemap: a directory, or the frame around one and those that lie in it.
 struct TreemapCell {
   size_t directory = 0;  ///< its place in the list that was given
