@@ -13,6 +13,7 @@
 #include "report/ScanreportCommand.h"
 #include "report/Treemap.h"
 #include "support/TemporaryDirectory.h"
+#include "tools/Report.h"
 
 namespace agent::test {
 namespace {
@@ -157,19 +158,6 @@ TEST(HtmlReportTest, WhateverNumbersAFileHoldsThePageIsWellFormed) {
   }
   EXPECT_THAT(pageOf({}), HasSubstr("no file system was scanned"));
 }
-
-/// scanreport in this process.
-struct Report {
-  explicit Report(const std::vector<std::string>& arguments) {
-    std::ostringstream outStream, errStream;
-    status = tools::scanreport(arguments, outStream, errStream, {});
-    out = outStream.str();
-    err = errStream.str();
-  }
-  int status;
-  std::string out;
-  std::string err;
-};
 
 TEST(HtmlReportTest, ThePageReplacesAFileAsAWholeAndNothingElse) {
   const TemporaryDirectory directory;

@@ -20,7 +20,11 @@ struct Change {
   int64_t filesAfter = 0;
 
   /// How much it grew; 0 where one of the results doesn't tell.
-  int64_t growth() const { return before && after ? static_cast<int64_t>(static_cast<uint64_t>(*after) - static_cast<uint64_t>(*before)) : 0; }
+  int64_t growth() const {
+    return before && after
+               ? static_cast<int64_t>(static_cast<uint64_t>(*after) - static_cast<uint64_t>(*before))
+               : 0;
+  }
 };
 
 /// Changes of one kind, those first that changed most; what stayed as it was is left out.
