@@ -188,6 +188,9 @@ TEST(HtmlReportTest, ThePageReplacesAFileAsAWholeAndNothingElse) {
     EXPECT_THAT(Report({"--html", target, result}).err,
                 EndsWith("the page \"" + target + "\" isn't written: " + reason + "\n"));
   }
+  const Report grown({"--html", "-", "--against", result, result});
+  EXPECT_THAT(grown.out, HasSubstr("<h2 id=\"growth\">What has changed</h2>"));
+  EXPECT_EQ(faultOf(grown.out), "");
   const Report onItself({"--html", result, result});
   EXPECT_EQ(onItself.status, 2);
   EXPECT_EQ(content(result), whole);

@@ -1,9 +1,13 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <tuple>
 
 #include "figures/ResultFile.h"
 #include "support/TemporaryDirectory.h"
+#include "terminal/Pager.h"
 #include "tools/Report.h"
 
 namespace agent::test {
@@ -117,6 +121,24 @@ TEST(ScanreportTest, ListsBeginWithTheLargestAndTellHowManyMoreThereAre) {
             "  .. and 1 more\n\n  .. and 1 more\n");
   // In JSON the same character is spelled, not shown.
   EXPECT_THAT(Report({"--json", file}).out, HasSubstr("\"\xE6\xAC\xA2\\u202e\""));
+}
+
+TEST(PagerTest, ATextLongerThanTheTerminalGoesThroughThePagerOnceAndIsNeverLost) {
+  const TemporaryDirectory directory;
+  const std::string seen = directory / "seen", text = "one\ntwo\n";
+  for (const auto& [pager, lines, throughPager] :
+       std::vector<std::tuple<std::string, size_t, bool>>{{"cat >" + seen, 2, true},
+                                                          {"cat >" + seen, 3, false},  // it fits
+                                                          {"cat >" + seen, 0, false},  // no terminal
+                                                          {"/no/pager", 2, false}}) {
+    std::filesystem::remove(seen);
+    setenv("PAGER", pager.c_str(), 1);
+    std::ostringstream out;
+    tools::showText(text, out, lines);
+    EXPECT_EQ(out.str(), throughPager ? "" : text) << pager << lines;
+    EXPECT_EQ(content(seen), throughPager ? text : "") << pager << lines;
+  }
+  unsetenv("PAGER");
 }
 
 }  // namespace

@@ -41,13 +41,10 @@ std::vector<std::string> contentsOf(const Statistic& statistic) {
   std::vector<std::string> contents;
   for (const StatisticOption& option : STATISTIC_OPTIONS) {
     const std::string& cell = statistic[option.tag];
-    const std::string_view name = option.name;
-    const bool isList =
-        name.starts_with("largest-") || name.starts_with("least-") || name.starts_with("oldest-");
     if (statisticColumnKind(option.tag) == CellKind::FLAG && cell == ScanVOXTags::VOX_TRUE) {
       contents.emplace_back(option.help);
-    } else if (isList && cell != "0" && !cell.empty()) {
-      contents.push_back(listOf(name, cell));
+    } else if (option.isList() && cell != "0" && !cell.empty()) {
+      contents.push_back(listOf(option.name, cell));
     }
   }
   return contents;

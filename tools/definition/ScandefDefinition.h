@@ -17,6 +17,12 @@ struct StatisticOption {
   const char* name;  ///< without its dashes
   const char* tag;   ///< of the column
   const char* help;
+
+  /// True for one that asks for a list of so many.
+  bool isList() const {
+    const std::string_view text = name;
+    return text.starts_with("largest-") || text.starts_with("least-") || text.starts_with("oldest-");
+  }
 };
 
 /// All of them, in the order of the columns.

@@ -49,7 +49,7 @@ bool isWritable(const files::path& directory) {
   return sys.access(directory.c_str(), W_OK | X_OK) == 0;
 }
 
-/// A user's place for what programs keep (XDG Base Directory Specification).
+/// A user's place for what programs keep: XDG_STATE_HOME, which is below the home directory unless it is set.
 files::path userInstall() {
   const std::string state = environment("XDG_STATE_HOME");
   const std::string home = environment("HOME");
@@ -149,9 +149,7 @@ size_t rowsFor(const Request& request) {
   size_t rows = 10;
   for (const Statistic& statistic : request.definition.statistics) {
     for (const StatisticOption& option : STATISTIC_OPTIONS) {
-      const std::string_view name = option.name;
-      if (!name.starts_with("largest-") && !name.starts_with("least-") && !name.starts_with("oldest-"))
-        continue;
+      if (!option.isList()) continue;
       rows = std::max(rows, std::min(wholeNumber<size_t>(statistic[option.tag]).value_or(0), LONGEST_REPORT));
     }
   }

@@ -5,6 +5,8 @@
 #include <map>
 #include <utility>
 
+#include "terminal/TextLayout.h"
+
 namespace agent::tools {
 
 namespace {
@@ -194,6 +196,15 @@ FilesystemChange filesystemChange(const FilesystemFigures* before, const Filesys
 }
 
 }  // namespace
+
+std::string growthText(const Change& change) {
+  return (change.growth() > 0 ? "+" : "") + humanBlocks(change.growth());
+}
+
+std::string growthShare(const Change& change) {
+  if (change.before.value_or(0) <= 0) return {};
+  return (change.growth() > 0 ? "+" : "") + percent(change.growth(), *change.before);
+}
 
 Comparison compare(const Figures& before, const Figures& after) {
   Comparison comparison;

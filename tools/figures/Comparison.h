@@ -27,6 +27,12 @@ struct Change {
   }
 };
 
+/// How much something grew, for people: "+2.10 GiB".
+std::string growthText(const Change& change);
+
+/// The same as a share of what there was: "-21%"; empty where there was nothing.
+std::string growthShare(const Change& change);
+
 /// Changes of one kind, those first that changed most; what stayed as it was is left out.
 struct ChangeTable {
   std::string title;

@@ -239,7 +239,7 @@ std::string StatisticFigures::displayName() const {
   return creator.empty() ? name : creator + "." + name;
 }
 
-std::string FilesystemFigures::below(std::string_view path) const {
+std::string belowMountPoint(std::string_view path, std::string_view mountPoint) {
   if (path.starts_with(mountPoint)) path.remove_prefix(mountPoint.size());
   return path.empty() ? "." : std::string(path);
 }

@@ -138,6 +138,9 @@ struct StatisticFigures {
   std::string displayName() const;
 };
 
+/// A path as people see it: below the mount point where it lies there, "." for that itself; bytes.
+std::string belowMountPoint(std::string_view path, std::string_view mountPoint);
+
 struct FilesystemFigures {
   int64_t id = 0;
   std::string mountPoint;  ///< with a slash behind
@@ -152,8 +155,8 @@ struct FilesystemFigures {
   std::vector<EntryFigures> monitored;
   std::vector<StatisticFigures> statistics;
 
-  /// A path of its own as people see it: below the mount point, "." for that itself; bytes.
-  std::string below(std::string_view path) const;
+  /// A path of its own as people see it, see belowMountPoint.
+  std::string below(std::string_view path) const { return belowMountPoint(path, mountPoint); }
 };
 
 /// What lists begin with.

@@ -16,16 +16,6 @@ constexpr size_t GROWTH = 12;
 constexpr size_t SHARE = 8;
 constexpr size_t LABEL = 22;  // in eighty columns
 
-std::string withSign(const std::string& text, int64_t growth) {
-  return growth > 0 ? "+" + text : text;
-}
-
-/// "+21%", empty where there was nothing before.
-std::string growthShare(const Change& change) {
-  return change.before.value_or(0) > 0 ? withSign(percent(change.growth(), *change.before), change.growth())
-                                       : "";
-}
-
 class ComparisonReport {
  public:
   ComparisonReport(std::ostream& out, const Screen& screen, size_t rows)
@@ -67,8 +57,7 @@ void ComparisonReport::line(const Change& change, const std::string& name, int64
          << (came ? "   has come into the list\n" : "   has left the list\n");
     return;
   }
-  out_ << padLeft(humanBlocks(*change.after), SIZE)
-       << padLeft(withSign(humanBlocks(change.growth()), change.growth()), GROWTH)
+  out_ << padLeft(humanBlocks(*change.after), SIZE) << padLeft(growthText(change), GROWTH)
        << padLeft(growthShare(change), SHARE) << "  " << signedBar(change.growth(), largest) << '\n';
 }
 
@@ -78,9 +67,7 @@ void ComparisonReport::table(const ChangeTable& table, const std::string& mountP
   for (const Change& change : table.changes) largest = std::max(largest, std::abs(change.growth()));
   for (size_t i = 0; i < table.changes.size() && i < rows_; ++i) {
     const Change& change = table.changes[i];
-    std::string name = change.name;
-    if (name.starts_with(mountPoint)) name.erase(0, mountPoint.size());
-    line(change, name.empty() ? "." : safeText(name), largest);
+    line(change, safeText(belowMountPoint(change.name, mountPoint)), largest);
   }
   if (table.changes.size() > rows_)
     out_ << "  .. and " << grouped(static_cast<int64_t>(table.changes.size() - rows_)) << " more\n";

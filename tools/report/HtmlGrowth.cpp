@@ -11,18 +11,6 @@ namespace agent::tools {
 
 namespace {
 
-/// "+2.10 GiB": a sign in front of what grew.
-std::string signedSpace(int64_t blocks) {
-  return (blocks > 0 ? "+" : "") + humanBlocks(blocks);
-}
-
-/// "+21%"; empty where there was nothing before.
-std::string signedShare(const Change& change) {
-  if (change.before.value_or(0) <= 0) return {};
-  const std::string share = percent(change.growth(), *change.before);
-  return change.growth() > 0 ? "+" + share : share;
-}
-
 void row(HtmlParts& parts, const Change& change, const std::string& name, double largest) {
   parts.beginRow(name);
   if (!change.before || !change.after) {
@@ -33,8 +21,8 @@ void row(HtmlParts& parts, const Change& change, const std::string& name, double
     parts.growth(0, 0);
   } else {
     parts.number(humanBlocks(*change.after));
-    parts.number(signedSpace(change.growth()));
-    parts.number(signedShare(change));
+    parts.number(growthText(change));
+    parts.number(growthShare(change));
     parts.growth(static_cast<double>(change.growth()), largest);
   }
   parts.endRow();
@@ -51,9 +39,7 @@ void table(HtmlParts& parts, const ChangeTable& table, const std::string& mountP
   for (const Change& change : table.changes)
     largest = std::max(largest, std::abs(static_cast<double>(change.growth())));
   for (size_t i = 0; i < table.changes.size() && i < parts.rows(); ++i) {
-    std::string name = table.changes[i].name;
-    if (name.starts_with(mountPoint)) name.erase(0, mountPoint.size());
-    row(parts, table.changes[i], name.empty() ? "." : name, largest);
+    row(parts, table.changes[i], belowMountPoint(table.changes[i].name, mountPoint), largest);
   }
   parts.endTable();
   parts.more(table.changes.size());

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "Common/SafeText.h"
+#include "Common/unix/psnautil.h"
 #include "QLMlib/common/ut/Product.h"
 #include "terminal/TextLayout.h"
 
@@ -176,18 +177,6 @@ std::string joined(const std::vector<std::string>& words, const char* between) {
   return text;
 }
 
-/// The text for single quotes of a shell.
-std::string inQuotes(const std::string& text) {
-  std::string quoted = "'";
-  for (const char c : text) {
-    if (c == '\'')
-      quoted += "'\\''";
-    else
-      quoted += c;
-  }
-  return quoted + "'";
-}
-
 /// For zsh's _arguments, in which brackets and colons have a meaning of their own.
 std::string zshEscaped(const std::string& text) {
   std::string escaped;
@@ -297,7 +286,7 @@ std::string zshCompletion(const CLI::App& command) {
       const bool takesValue = !value.name.empty();
       const char* const equals = takesValue && name.starts_with("--") ? "=" : "";
       text.append("  ")
-          .append(inQuotes(std::string("*").append(name).append(equals).append(behind)))
+          .append(shellQuoted(std::string("*").append(name).append(equals).append(behind)))
           .append(" \\\n");
     }
   }
@@ -312,14 +301,14 @@ std::string fishCompletion(const CLI::App& command) {
     for (const std::string& name : option->get_snames()) text += " -s " + name;
     const Value value = valueOf(*option);
     if (!value.choices.empty())
-      text += " -x -a " + inQuotes(joined(value.choices, " "));
+      text += " -x -a " + shellQuoted(joined(value.choices, " "));
     else if (value.isFile())
       text += " -r -F";
     else if (value.isDirectory())
       text += " -x -a '(__fish_complete_directories)'";
     else if (!value.name.empty())
       text += " -x";
-    text += " -d " + inQuotes(firstLine(option->get_description())) + "\n";
+    text += " -d " + shellQuoted(firstLine(option->get_description())) + "\n";
   }
   return text;
 }
