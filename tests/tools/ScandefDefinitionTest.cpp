@@ -191,5 +191,19 @@ TEST(ScandefOptionsTest, TheMountTableTellsTheKindOfAFileSystem) {
                              "'/home': scan that with --where \"name like 'anna/%'\""));
 }
 
+// By the names that the filer has for it: so the job finds the mount.
+TEST(ScandefOptionsTest, WhatAFilerExportsStandsBelowItsNameAndExport) {
+  MountKinds mounts;
+  mounts.add("/net/a", "nfs4", "nas1:/vol/a");
+  ScandefOptions options(mounts);
+  options.parse({"/net/a", "--monitor", "docs", "--statistic", "in docs", "--directories", "--summary"});
+  const std::string text = definitionText(options.request().definition);
+  EXPECT_THAT(text, ::testing::HasSubstr(",\"/vol/a\",null,"));
+  EXPECT_THAT(text, ::testing::ContainsRegex("\\[NasFiler\\]\n\"1\",\"0\",\"nas1\",\"nas1\","));
+  EXPECT_THAT(text, ::testing::HasSubstr("\"/vol/a/docs\""));
+  EXPECT_THAT(options.request().remarks,
+              ElementsAre(::testing::StartsWith("'/net/a' is '/vol/a' of 'nas1'")));
+}
+
 }  // namespace
 }  // namespace agent::scandef

@@ -79,7 +79,11 @@ std::string inWords(const Definition& definition) {
   std::string text =
       "The job \"" + safe(definition.jobName) + "\" reads, entry by entry, and changes nothing of:\n";
   for (const MountPoint& filesystem : definition.filesystems)
-    text += "  " + safe(filesystem.path) + " (" + kindOf(filesystem.type) + ")\n";
+    text +=
+        "  " + safe(filesystem.path) + " (" + kindOf(filesystem.type) +
+        (filesystem.filer.empty() ? ""
+                                  : " of " + safe(filesystem.filer) + ", here " + safe(filesystem.local)) +
+        ")\n";
   if (!definition.directories.empty()) {
     text += "It monitors the directories:\n";
     for (const MonitoredDirectory& directory : definition.directories)

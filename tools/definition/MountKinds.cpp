@@ -43,13 +43,13 @@ MountKinds MountKinds::ofThisHost() {
   struct mntent record = {};
   std::array<char, 16384> words = {};
   while (::getmntent_r(table.get(), &record, words.data(), static_cast<int>(words.size())) != nullptr) {
-    kinds.add(record.mnt_dir, record.mnt_type);
+    kinds.add(record.mnt_dir, record.mnt_type, record.mnt_fsname);
   }
   return kinds;
 }
 
-void MountKinds::add(const std::string& mountPoint, const std::string& type) {
-  mounts_[withoutSlashes(mountPoint)] = {type, typeOf(type)};
+void MountKinds::add(const std::string& mountPoint, const std::string& type, const std::string& source) {
+  mounts_[withoutSlashes(mountPoint)] = {type, typeOf(type), source};
 }
 
 std::optional<MountKinds::Mount> MountKinds::at(const std::string& path) const {

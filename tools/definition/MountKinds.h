@@ -11,8 +11,9 @@ namespace agent::scandef {
 class MountKinds {
  public:
   struct Mount {
-    std::string name;   ///< of the kind, as the table has it
-    int16_t type = -1;  ///< what definitions have for it; -1 where they know no such kind
+    std::string name;    ///< of the kind, as the table has it
+    int16_t type = -1;   ///< what definitions have for it; -1 where they know no such kind
+    std::string source;  ///< what is mounted, as "host:/export"
   };
 
   MountKinds() = default;
@@ -21,7 +22,8 @@ class MountKinds {
   static MountKinds ofThisHost();
 
   /// @param type the kind's name in a mount table
-  void add(const std::string& mountPoint, const std::string& type);
+  /// @param source what is mounted
+  void add(const std::string& mountPoint, const std::string& type, const std::string& source = "");
 
   /// What is mounted there last; none where nothing is.
   /// @param path with or without slashes behind

@@ -9,6 +9,7 @@
 #include "Common/SafeText.h"
 #include "Common/ScanVOXTags.h"
 #include "Probe/Filesystem.h"
+#include "Probe/NasFiler.h"
 #include "Scan/AgentScan.h"
 #include "Scan/results/MonDirSpec.h"
 #include "Scan/results/ResultsByFS.h"
@@ -137,6 +138,14 @@ Cells filesystemRow(const MountPoint& mountPoint, int32_t computer) {
   return Filesystem::table().values(filesystem);
 }
 
+// The job finds the mount by host and export. Each is a filer of its own: what they share is nothing to it.
+Cells filerRow(const MountPoint& mountPoint) {
+  NasFiler filer;
+  filer.nfComputerID = mountPoint.id;
+  filer.nfName = filer.nfNetworkName = mountPoint.filer;
+  return NasFiler::table().values(filer);
+}
+
 // One group, and whatever computer: the job finds out by itself whether the path is a pattern.
 Cells directoryRow(const MonitoredDirectory& directory) {
   MonDirSpec spec;
@@ -152,10 +161,11 @@ void writeClass(Text& text) {
   if (const Cells names = Record::table().names(); !names.empty()) text.names(names);
 }
 
-void writeHeader(Text& text) {
+void writeHeader(Text& text, bool hasFiler) {
   text.open(ScanVOXTags::HEADER);
   writeClass<AgentScan>(text);
   writeClass<Filesystem>(text);
+  if (hasFiler) writeClass<NasFiler>(text);
   writeClass<MonDirSpec>(text);
   writeClass<CuStatDef>(text);
   writeClass<ResultsByFS>(text);
@@ -239,14 +249,19 @@ const std::string& Statistic::operator[](std::string_view tag) const {
 
 std::string definitionText(const Definition& definition) {
   Text text;
-  writeHeader(text);
+  const std::vector<MountPoint>& filesystems = definition.filesystems;
+  writeHeader(text, std::any_of(filesystems.begin(), filesystems.end(),
+                                [](const MountPoint& mountPoint) { return !mountPoint.filer.empty(); }));
   text.open(ScanVOXTags::AS);
   text.row({definition.jobName, std::to_string(definition.computer)});
 
   Ids filesystemIds("file systems");
-  for (const MountPoint& filesystem : definition.filesystems) {
+  for (const MountPoint& filesystem : filesystems) {
     filesystemIds.take(filesystem.id);
-    text.rowNode(Filesystem::FILESYSTEM, filesystemRow(filesystem, definition.computer));
+    text.open(Filesystem::FILESYSTEM);
+    text.row(filesystemRow(filesystem, definition.computer));
+    if (!filesystem.filer.empty()) text.rowNode(NasFiler::table().tag(), filerRow(filesystem));
+    text.close(Filesystem::FILESYSTEM);
   }
   Ids directoryIds("monitored directories");
   for (const MonitoredDirectory& directory : definition.directories) {

@@ -52,8 +52,13 @@ class Statistic {
 
 struct MountPoint {
   int32_t id = 0;
-  std::string path;
+  std::string path;   ///< what the definition calls it: where it is mounted, or a filer's export
   int16_t type = -1;  ///< kind of the file system, see FILESYSTEM_TYPES; -1 for unknown
+  std::string filer;  ///< host name of the filer that exports it; empty for a local one
+  std::string local;  ///< where this host has what a filer exports; empty for a local one
+
+  /// Where this host has it.
+  const std::string& localPath() const { return filer.empty() ? path : local; }
 };
 
 /// A kind of file system by the name that a mount table has for it. The job takes the kind from the

@@ -10,6 +10,7 @@
 
 #include "Common/SafeText.h"
 #include "Common/ScanVOXTags.h"
+#include "Probe/Filesystem.h"
 #include "QLMlib/common/ut/NumberText.h"
 #include "ScandefPatterns.h"
 #include "ScandefToml.h"
@@ -335,11 +336,11 @@ void ScandefOptions::check() const {
 // Unless somebody has said it, the mount table does.
 void ScandefOptions::findKinds() {
   for (MountPoint& filesystem : request_.definition.filesystems) {
-    if (filesystem.type != -1) continue;
-    if (const auto mount = mounts_.at(filesystem.path)) {
-      filesystem.type = mount->type;
-      continue;
-    }
+    const auto mount = mounts_.at(filesystem.path);
+    const bool isGiven = filesystem.type != -1;
+    if (mount && !isGiven) filesystem.type = mount->type;
+    if (mount && filesystem.type == Filesystem::NFS) findFiler(filesystem, mount->source);
+    if (mount || isGiven) continue;
     const std::string holder = mounts_.mountPointOf(filesystem.path);
     if (holder.empty()) continue;
     std::string remark = shown(filesystem.path) + " is no mount point here: the job finds nothing there";
@@ -350,6 +351,19 @@ void ScandefOptions::findKinds() {
     }
     request_.remarks.push_back(remark);
   }
+}
+
+// The job knows what a filer exports by the filer's own names, wherever this host has it.
+void ScandefOptions::findFiler(MountPoint& filesystem, const std::string& source) {
+  const size_t separator = source.find(":/");
+  if (separator == 0 || separator == std::string::npos) return;
+  filesystem.local = std::exchange(filesystem.path, source.substr(separator + 1));
+  filesystem.filer = source.substr(0, separator);
+  if (filesystem.path == filesystem.local) return;
+  request_.remarks.push_back(
+      shown(filesystem.local) + " is " + shown(filesystem.path) + " of " + shown(filesystem.filer) +
+      ": so begin the paths of the result, and those of patterns and of --monitor with a "
+      "slash in front");
 }
 
 // A directory that is named without a mount point lies below each: the first keeps its id.
@@ -379,7 +393,8 @@ std::vector<std::string> ScandefOptions::placesOf(const std::string& path) const
   if (const std::string reason = whyNothingMatches(path); !reason.empty()) refuse(reason);
   const bool relative = path.find_first_of("/\\") != 0;
   std::vector<std::string> places;
-  for (const auto& [id, mountPoint, type] : request_.definition.filesystems) {
+  for (const MountPoint& filesystem : request_.definition.filesystems) {
+    const std::string& mountPoint = filesystem.path;
     const std::string mount = mountPoint.substr(0, mountPoint.find_last_not_of('/') + 1);
     const std::string place = relative ? std::string(mount).append("/").append(path) : path;
     const Monitoring monitoring = monitoringOf(place, mountPoint);

@@ -90,6 +90,7 @@ class ScandefOptions {
   void finish();
   void check() const;
   void findKinds();
+  void findFiler(MountPoint& filesystem, const std::string& source);
   void placeDirectories();
   std::vector<std::string> placesOf(const std::string& path) const;
   void remark();
