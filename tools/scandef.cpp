@@ -14,6 +14,7 @@
 #include "definition/ScandefLanguage.h"
 #include "definition/ScandefOptions.h"
 #include "definition/ScandefRun.h"
+#include "slices/SlicesCommand.h"
 
 namespace agent::scandef {
 namespace {
@@ -122,7 +123,13 @@ int run(const std::vector<std::string>& arguments) {
   try {
     const std::string text = definitionText(request.definition);
     remark(request.remarks);
+    if (request.action == Request::Action::SLICE) {
+      remark(writeSlices(request));
+      return DONE;
+    }
     return carryOut(request, text);
+  } catch (const UsageError& error) {
+    return complain(error.what(), BAD_USAGE);
   } catch (const std::invalid_argument& error) {
     return complain(error.what(), BAD_USAGE);
   } catch (const std::exception& error) {

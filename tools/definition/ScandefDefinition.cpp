@@ -194,27 +194,6 @@ class Ids {
   int32_t next_ = 1;
 };
 
-// The statistics as they are written: ours in front, and every id given.
-std::vector<Statistic> completed(const std::vector<Statistic>& wanted) {
-  std::vector<Statistic> statistics;
-  statistics.emplace_back("File systems");
-  statistics.front()[ScanVOXTags::SD_TYPE] = OF_THE_FILESYSTEM;
-  statistics.front()[ScanVOXTags::SD_SUMMARY] = ScanVOXTags::VOX_TRUE;
-  statistics.insert(statistics.end(), wanted.begin(), wanted.end());
-
-  Ids ids("statistics");
-  const auto hasNone = [](const Statistic& statistic) { return statistic[ScanVOXTags::SD_ID] == "0"; };
-  for (const Statistic& statistic : statistics) {
-    if (!hasNone(statistic)) ids.take(std::stoi(statistic[ScanVOXTags::SD_ID]));
-  }
-  for (Statistic& statistic : statistics) {
-    if (hasNone(statistic)) statistic[ScanVOXTags::SD_ID] = std::to_string(ids.takeFree());
-    if (statistic.ofDirectories) statistic[ScanVOXTags::SD_TYPE] = OF_DIRECTORIES;
-    if (!statistic.onlyFilesystems.empty()) statistic[ScanVOXTags::SD_TYPE] = OF_SOME_FILESYSTEMS;
-  }
-  return statistics;
-}
-
 void writeSource(Text& text, const Definition& definition, int32_t filesystemId) {
   const auto filesystem =
       std::find_if(definition.filesystems.begin(), definition.filesystems.end(),
@@ -245,6 +224,28 @@ std::string& Statistic::operator[](std::string_view tag) {
 
 const std::string& Statistic::operator[](std::string_view tag) const {
   return cells_[columnOf(tag)];
+}
+
+std::vector<Statistic> completed(const std::vector<Statistic>& wanted) {
+  std::vector<Statistic> statistics;
+  if (wanted.empty() || wanted.front()[ScanVOXTags::SD_TYPE] != OF_THE_FILESYSTEM) {
+    statistics.emplace_back("File systems");
+    statistics.front()[ScanVOXTags::SD_TYPE] = OF_THE_FILESYSTEM;
+    statistics.front()[ScanVOXTags::SD_SUMMARY] = ScanVOXTags::VOX_TRUE;
+  }
+  statistics.insert(statistics.end(), wanted.begin(), wanted.end());
+
+  Ids ids("statistics");
+  const auto hasNone = [](const Statistic& statistic) { return statistic[ScanVOXTags::SD_ID] == "0"; };
+  for (const Statistic& statistic : statistics) {
+    if (!hasNone(statistic)) ids.take(std::stoi(statistic[ScanVOXTags::SD_ID]));
+  }
+  for (Statistic& statistic : statistics) {
+    if (hasNone(statistic)) statistic[ScanVOXTags::SD_ID] = std::to_string(ids.takeFree());
+    if (statistic.ofDirectories) statistic[ScanVOXTags::SD_TYPE] = OF_DIRECTORIES;
+    if (!statistic.onlyFilesystems.empty()) statistic[ScanVOXTags::SD_TYPE] = OF_SOME_FILESYSTEMS;
+  }
+  return statistics;
 }
 
 std::string definitionText(const Definition& definition) {

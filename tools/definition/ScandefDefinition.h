@@ -44,6 +44,7 @@ class Statistic {
   const Row& cells() const { return cells_; }
 
   bool ofDirectories = false;            ///< for the monitored directories instead
+  std::string where;                     ///< its selection as it was written; empty for everything
   std::vector<int32_t> onlyFilesystems;  ///< ids; if not empty, the statistic is for these alone
 
  private:
@@ -84,8 +85,13 @@ struct Definition {
   std::vector<Statistic> statistics;
 };
 
-/// The definition file's text. A statistic for the file systems themselves, with a summary, is put in front:
-/// the job calls a file system without one a failure. Statistics without an id get the lowest free ones.
+/// The statistics as they are written. One for the file systems themselves, with a summary, stands in front:
+/// the job calls a file system without one a failure. Those without an id get the lowest free ones. What is
+/// complete comes back as it is.
+/// @throws std::invalid_argument where an id stands twice
+std::vector<Statistic> completed(const std::vector<Statistic>& wanted);
+
+/// The definition file's text, with its statistics completed.
 /// @throws std::invalid_argument where an id stands twice or a text can't be held by the format
 std::string definitionText(const Definition& definition);
 

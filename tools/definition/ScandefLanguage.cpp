@@ -78,6 +78,9 @@ bool isBlank(char c) {
 class Compiler {
  public:
   explicit Compiler(std::string_view text) : text_(text) {}
+  /// @param mountPoint see compileWhereBelow
+  Compiler(std::string_view text, std::optional<std::string> mountPoint)
+      : text_(text), beginsBelow_(true), mountPoint_(std::move(mountPoint)) {}
 
   std::string selection();
 
@@ -101,6 +104,7 @@ class Compiler {
   uint32_t parseType();
   uint32_t parseMask();
   std::string parsePattern(const Field& field, size_t& position);
+  std::string matchedFromBelow(const std::vector<std::string>& patterns) const;
   std::string parseValue(const Field& field, std::string_view op);
   std::string parseSize(const Field& field, std::string_view op);
   size_t parseSizeUnit();
@@ -140,6 +144,8 @@ class Compiler {
   size_t position_ = 0;
   int nesting_ = 0;
   Caveats caveats_;
+  bool beginsBelow_ = false;  // the walk begins below the mount point
+  std::optional<std::string> mountPoint_;
 };
 
 std::string Compiler::selection() {
@@ -279,6 +285,7 @@ std::string Compiler::parseNames(const Field& field) {
   });
   std::string expression = negated ? "!" : "";
   if (matchesAll) return expression + everything();
+  if (beginsBelow_ && field.kind == Kind::PATH) return expression + matchedFromBelow(patterns);
   const std::string letter(1, field.letter);
   if (patterns.size() == 1) return expression + "=" + letter + patterns.front();
   if (listable || field.kind == Kind::NAME) {
@@ -289,6 +296,20 @@ std::string Compiler::parseNames(const Field& field) {
   }
   for (std::string& pattern : patterns) pattern.insert(0, "=" + letter);
   return expression + joined(patterns, "|");
+}
+
+// "p", and "p/", as the walk names the directory that it begins with.
+std::string Compiler::matchedFromBelow(const std::vector<std::string>& patterns) const {
+  std::vector<std::string> tests;
+  for (const std::string& written : patterns) {
+    std::string pattern = written.substr(0, written.size() - 1);  // without its end
+    if (mountPoint_) pattern = absolutePattern(pattern, *mountPoint_);
+    tests.push_back("=F" + pattern + '\0');
+    while (pattern.ends_with('/') || pattern.ends_with('\\')) pattern.pop_back();
+    // Of two slashes the second ends a component without a byte.
+    if (isAbsolute(pattern)) tests.push_back("=F" + pattern + "//" + '\0');
+  }
+  return joined(tests, "|");
 }
 
 // A pattern that matches everything comes back empty.
@@ -625,6 +646,19 @@ std::string compileWhere(std::string_view text, Caveats* caveats) {
   std::string expression = compiler.selection();
   if (caveats != nullptr) *caveats = compiler.caveats();
   return expression;
+}
+
+std::string compileWhereBelow(std::string_view text, const std::optional<std::string>& mountPoint) {
+  return Compiler(text, mountPoint).selection();
+}
+
+std::string quotedText(std::string_view bytes) {
+  std::string text = "'";
+  for (const char byte : bytes) {
+    if (byte == '\'' || byte == '\\') text += byte;
+    text += byte;
+  }
+  return text + "'";
 }
 
 std::string byteList(const std::string& expression) {

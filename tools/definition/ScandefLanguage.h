@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -53,6 +54,17 @@ struct Caveats {
 /// @return the compact expression; empty for one that selects everything. It compiles.
 /// @throws LanguageError with a position in `text`
 std::string compileWhere(std::string_view text, Caveats* caveats = nullptr);
+
+/// The same for a walk that begins in a directory below the one that the selection was written for, and is to
+/// select the same entries there: path patterns are compared with whole paths, and with that of the directory
+/// itself with and without the slash that a walk puts behind the path of its first one.
+/// @param mountPoint what patterns without a slash in front begin below, without a slash behind; none: they
+/// stay
+///   as they are, since they begin below a monitored directory
+std::string compileWhereBelow(std::string_view text, const std::optional<std::string>& mountPoint);
+
+/// A text as the language has it: in single quotes.
+std::string quotedText(std::string_view bytes);
 
 /// The reverse: a compact expression as text. What compileWhere gave comes back as the same selection in its
 /// one spelling. A test that the language refuses (see the reasons of compileWhere) is shown all the same.

@@ -87,6 +87,7 @@ ScandefOptions::ScandefOptions(MountKinds mounts) : mounts_(std::move(mounts)) {
       ->type_name("FILE");
   addScanOptions();
   addJobOptions();
+  addSliceOptions();
   addStatisticOptions();
 }
 
@@ -205,6 +206,37 @@ void ScandefOptions::addJobOptions() {
       });
 }
 
+void ScandefOptions::addSliceOptions() {
+  group_ = "A file system on many nodes";
+  Request::Slices& slices = request_.slices;
+  add("--slices", "N",
+      "cut the definition into N slices and what is left\n"
+      "Each is a directory below a mount point, chosen so that all take about the same time; more of them "
+      "where one "
+      "would have more than a tenth of the work. --output names a directory, which gets what each node "
+      "needs: "
+      "examples/slurm/scan.sbatch runs them, scanreport --merge joins their results.",
+      [this, &slices](const auto& option, const auto& value) {
+        constexpr int32_t MOST = 10'000;
+        slices.count = static_cast<size_t>(number(option, value, 1, MOST));
+        request_.action = Request::Action::SLICE;
+      });
+  add("--slice", "DIRECTORY", "cut it by this directory\nMay be repeated; instead of --slices.",
+      [this, &slices](const auto&, const auto& value) {
+        slices.directories.push_back(value);
+        request_.action = Request::Action::SLICE;
+      });
+  add("--last", "RESULT",
+      "a result by which --slices knows large directories\nMay be repeated. Its lists of directories count, "
+      "the "
+      "longer the better.",
+      [&slices](const auto&, const auto& value) { slices.last.push_back(value); });
+  add("--times", "DIRECTORY",
+      "the slices of the last time, which say how long each took\nA slice that took more than a tenth of the "
+      "whole is cut again.",
+      [&slices](const auto&, const auto& value) { slices.times = value; });
+}
+
 void ScandefOptions::addStatisticOptions() {
   group_ = "Options of a statistic";
   add("--statistic", "NAME",
@@ -298,6 +330,7 @@ void ScandefOptions::takeColumn(const StatisticOption& known, const std::string&
         const std::string expression =
             compileWhere(value, &caveats_[request_.definition.statistics.size() - 1]);
         cell = expression.empty() ? "" : byteList(expression);
+        statistic().where = expression.empty() ? "" : value;
       } catch (const LanguageError& error) {
         throw UsageError(option + ": " + marked(value, error.position(), error.what()));
       }
@@ -320,7 +353,10 @@ void ScandefOptions::check() const {
   if (!request_.install.empty() && !request_.output.empty()) {
     throw UsageError("--install names the file itself: leave --output out");
   }
-  if (request_.action != Request::Action::WRITE && !request_.output.empty()) {
+  checkSlices();
+  const bool isWritten =
+      request_.action == Request::Action::WRITE || request_.action == Request::Action::SLICE;
+  if (!isWritten && !request_.output.empty()) {
     throw UsageError("--output is for a definition that is written: leave it out");
   }
   for (const Statistic& statistic : definition.statistics) {
@@ -331,6 +367,19 @@ void ScandefOptions::check() const {
       throw UsageError("--directories: there is none to --monitor");
     }
   }
+}
+
+void ScandefOptions::checkSlices() const {
+  const Request::Slices& slices = request_.slices;
+  const bool isCut = slices.count > 0 || !slices.directories.empty();
+  if (!isCut && (!slices.last.empty() || !slices.times.empty()))
+    throw UsageError("--last and --times go with --slices");
+  if (!isCut) return;
+  if (slices.count > 0 && !slices.directories.empty())
+    throw UsageError("--slices and --slice exclude each other");
+  if (request_.action != Request::Action::SLICE || !request_.install.empty())
+    throw UsageError("slices go into a directory that --output names: leave other actions and --install out");
+  if (request_.output.empty()) throw UsageError("slices need a directory to go into: name it with --output");
 }
 
 // Unless somebody has said it, the mount table does.

@@ -28,13 +28,23 @@ struct Request {
     EXPLAIN_BYTES,  ///< show a selection of a definition file as text
     COMPILE,        ///< show a selection as bytes
     RUN,            ///< scan, and show the report
+    SLICE,          ///< the definitions of its slices
+  };
+
+  /// How a definition is to be cut.
+  struct Slices {
+    size_t count = 0;                      ///< 0: not given
+    std::vector<std::string> directories;  ///< that are to be slices, by this host's names
+    std::vector<std::string> last;         ///< results that tell how large directories are
+    std::string times;                     ///< the slices of the last time; empty for none
   };
 
   Action action = Action::WRITE;
   std::string subject;    ///< of EXPLAIN_BYTES and COMPILE
   std::string file;       ///< the readable definition; empty for none
   Definition definition;  ///< of the others
-  std::string output;     ///< a file, or empty for standard output
+  Slices slices;          ///< of SLICE
+  std::string output;     ///< a file, or empty for standard output; of SLICE a directory
   std::string install;    ///< the job's install location, or empty
   std::string server;
   std::vector<std::string> remarks;  ///< what standard error is to say, though it is no error
@@ -83,12 +93,14 @@ class ScandefOptions {
                    Handler handler);
   void addScanOptions();
   void addJobOptions();
+  void addSliceOptions();
   void addStatisticOptions();
 
   void takePlace(const std::string& place);
   void takeColumn(const StatisticOption& known, const std::string& option, const std::string& value);
   void finish();
   void check() const;
+  void checkSlices() const;
   void findKinds();
   void findFiler(MountPoint& filesystem, const std::string& source);
   void placeDirectories();

@@ -82,6 +82,26 @@ std::string whyNothingMatches(const std::string& pattern) {
   return {};
 }
 
+bool isAbsolute(const std::string& pattern) {
+  int32_t anchor = ANCHOR_ABSOLUTE;
+  return !pathmatch(pattern).translate(anchor).empty() && anchor == ANCHOR_ABSOLUTE;
+}
+
+std::string absolutePattern(const std::string& pattern, const std::string& mountPoint) {
+  if (isAbsolute(pattern)) return pattern;
+  // One that floats may have a slash in front, too.
+  return patternOf(mountPoint) + (!pattern.empty() && isSlash(pattern.front()) ? "" : "/") + pattern;
+}
+
+std::string patternOf(std::string_view path) {
+  std::string pattern;
+  for (const char byte : path) {
+    if (std::string_view("&*?[%").find(byte) != std::string_view::npos) pattern += '&';
+    pattern += byte;
+  }
+  return pattern;
+}
+
 bool isOneComponent(const std::string& pattern) {
   return !pattern.empty() && !isSlash(pattern.front()) && componentsOf(pattern).size() == 1;
 }

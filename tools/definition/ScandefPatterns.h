@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 
 namespace agent::scandef {
 
@@ -9,6 +10,17 @@ namespace agent::scandef {
 
 /// Why no entry of any file system can match a pattern of paths; empty when one may.
 std::string whyNothingMatches(const std::string& pattern);
+
+/// Whether a pattern of paths matches as well from whichever directory a walk begins: with the whole path.
+bool isAbsolute(const std::string& pattern);
+
+/// A pattern with a whole path that matches below a mount point what `pattern` matches there.
+/// @param mountPoint without a slash behind; one with a backslash in it has no pattern
+std::string absolutePattern(const std::string& pattern, const std::string& mountPoint);
+
+/// A name or a path as a pattern that stands for it alone.
+/// @param path without a backslash, which is a slash to patterns
+std::string patternOf(std::string_view path);
 
 /// Whether a pattern stands for names without a slash.
 bool isOneComponent(const std::string& pattern);

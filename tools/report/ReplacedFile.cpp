@@ -25,51 +25,44 @@ mode_t usualMode() {
   return 0666 & ~mask;
 }
 
-/// A file that nobody looks for, and that goes with its owner unless it has been renamed.
-class HiddenFile {
- public:
-  explicit HiddenFile(const std::string& beside) {
-    const size_t name = beside.rfind('/') + 1;  // npos + 1 is 0
-    path_ = beside.substr(0, name) + "." + beside.substr(name) + ".XXXXXX";
-    descriptor_ = OwnedDescriptor(sys.mkostemp(path_.data(), O_CLOEXEC));
-    if (!descriptor_) {
-      const int error = errno;
-      path_.clear();
-      fail("no file can be made beside it", error);
-    }
-  }
-  ~HiddenFile() {
-    if (!path_.empty()) sys.unlink(path_.c_str());
-  }
-  HiddenFile(const HiddenFile&) = delete;
-  HiddenFile& operator=(const HiddenFile&) = delete;
-
-  void write(const std::string& content, mode_t mode) {
-    if (const int error = writeAll(descriptor_.get(), content)) fail("it can't be written", error);
-    if (sys.fchmod(descriptor_.get(), mode) != 0) fail("it can't be made readable", errno);
-    if (const int error = descriptor_.close()) fail("it can't be written", error);
-  }
-  void renameTo(const std::string& path) {
-    if (sys.rename(path_.c_str(), path.c_str()) != 0) fail("what is written can't be given its name", errno);
-    path_.clear();
-  }
-
- private:
-  std::string path_;  // empty once there is nothing to remove
-  OwnedDescriptor descriptor_;
-};
-
 }  // namespace
 
-void replaceFile(const std::string& path, const std::string& content, Readers readers) {
+NewFile::NewFile(const std::string& path) : path_(path) {
   struct stat status = {};
   // Root who names /dev/null would otherwise put a file in its place, for everybody.
   if (sys.lstat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
     throw std::runtime_error("it is no regular file");
   }
-  HiddenFile file(path);
-  file.write(content, readers == Readers::EVERYBODY ? 0644 : usualMode());
-  file.renameTo(path);
+  const size_t name = path.rfind('/') + 1;  // npos + 1 is 0
+  name_ = path.substr(0, name) + "." + path.substr(name) + ".XXXXXX";
+  descriptor_ = OwnedDescriptor(sys.mkostemp(name_.data(), O_CLOEXEC));
+  if (!descriptor_) {
+    const int error = errno;
+    name_.clear();
+    fail("no file can be made beside it", error);
+  }
+}
+
+NewFile::~NewFile() {
+  if (!name_.empty()) sys.unlink(name_.c_str());
+}
+
+void NewFile::write(const std::string& content) {
+  if (const int error = writeAll(descriptor_.get(), content)) fail("it can't be written", error);
+}
+
+void NewFile::rename(Readers readers) {
+  const mode_t mode = readers == Readers::EVERYBODY ? 0644 : usualMode();
+  if (sys.fchmod(descriptor_.get(), mode) != 0) fail("it can't be made readable", errno);
+  if (const int error = descriptor_.close()) fail("it can't be written", error);
+  if (sys.rename(name_.c_str(), path_.c_str()) != 0) fail("what is written can't be given its name", errno);
+  name_.clear();
+}
+
+void replaceFile(const std::string& path, const std::string& content, Readers readers) {
+  NewFile file(path);
+  file.write(content);
+  file.rename(readers);
 }
 
 }  // namespace agent::tools

@@ -21,6 +21,7 @@
 #include "report/CsvReport.h"
 #include "report/HtmlReport.h"
 #include "report/JsonReport.h"
+#include "report/MergedFile.h"
 #include "report/PrometheusReport.h"
 #include "report/ReplacedFile.h"
 #include "report/ScanreportOptions.h"
@@ -47,7 +48,7 @@ const std::string& onlyFile(const ReportRequest& request) {
   if (request.files.size() > 1) {
     throw UsageError("two files are named, " + inQuotes(request.files[0]) + " and " +
                      inQuotes(request.files[1]) +
-                     ": it shows one at a time, and only --sqlite takes several");
+                     ": it shows one at a time, and only --sqlite and --merge take several");
   }
   const bool needsOlder = std::any_of(request.alerts.begin(), request.alerts.end(), [](const Alert& alert) {
     return alert.subject == Alert::Subject::GROWTH;
@@ -215,6 +216,20 @@ int load(const ReportRequest& request, std::ostream& out, std::ostream& err) {
   return status;
 }
 
+int merge(const ReportRequest& request, std::ostream& err) {
+  for (const std::string& file : request.files) {
+    if (std::error_code none; std::filesystem::equivalent(request.output, file, none))
+      throw UsageError("--output would replace the result " + inQuotes(file));
+  }
+  try {
+    writeMerged(request.files, request.output, err);
+  } catch (const std::exception& error) {
+    err << "scanreport: nothing is merged: " << error.what() << "\n";
+    return NOT_WHOLE;
+  }
+  return SHOWN;
+}
+
 }  // namespace
 
 int scanreport(const std::vector<std::string>& arguments, std::ostream& out, std::ostream& err,
@@ -226,6 +241,7 @@ int scanreport(const std::vector<std::string>& arguments, std::ostream& out, std
       out << *text << std::flush;
       return SHOWN;
     }
+    if (request.merge) return merge(request, err);
     if (!request.sqlite.empty()) return load(request, out, err);
     if (request.csv != nullptr || !request.prometheus.empty()) return hand(request, out);
     return show(request, out, err, screen);

@@ -87,6 +87,31 @@ void addExports(CLI::App& command, ReportRequest& request) {
   json->excludes(command.get_option("--html"));
 }
 
+/// Joining the results of slices.
+void addMerge(CLI::App& command, ReportRequest& request) {
+  CLI::Option* const output =
+      command
+          .add_option("--output,-o", request.output,
+                      "the file of --merge\nIt is replaced as a whole, or stays as it is.")
+          ->type_name("FILE")
+          ->check(emptiness);
+  CLI::Option* const merge = command.add_flag(
+      "--merge", request.merge,
+      "join the results of slices to one\n"
+      "They are those of all slices that scandef --slices has cut, in their order. Counts add up, the lists "
+      "hold "
+      "what a single walk's would, with what is equal in the order of the files. What no result tells may "
+      "differ: "
+      "a file with names in several slices is counted in none or in several of them, and ages count from the "
+      "beginning of each slice's walk. Nothing is written when a slice is missing or not whole.");
+  merge->needs(output);
+  output->needs(merge);
+  for (const char* const other :
+       {"--json", "--csv", "--prometheus", "--sqlite", "--against", "--alert", "--html"}) {
+    merge->excludes(command.get_option(other));
+  }
+}
+
 }  // namespace
 
 std::unique_ptr<CLI::App> scanreportCommand(ReportRequest& request) {
@@ -96,7 +121,7 @@ std::unique_ptr<CLI::App> scanreportCommand(ReportRequest& request) {
                "Exit codes: 0 done, 1 a file can't be read, written or isn't whole, 2 wrong arguments,\n"
                "  3 something passes an --alert.\n"
                "Example: scanreport output/server/daily.0001_scan.00000001.dat");
-  command->add_option("FILE", request.files, "the result file; several for --sqlite")
+  command->add_option("FILE", request.files, "the result file; several for --sqlite and --merge")
       ->required()
       ->type_name("FILE");
   command
@@ -166,6 +191,7 @@ std::unique_ptr<CLI::App> scanreportCommand(ReportRequest& request) {
           "whole the page begins with a warning. Lists are as long as --rows has them.")
       ->type_name("FILE");
   addExports(*command, request);
+  addMerge(*command, request);
   command->add_flag("--no-pager", request.noPager,
                     "never show a long text through a pager\n"
                     "Otherwise a text that is longer than the terminal goes through PAGER, or less(1).");

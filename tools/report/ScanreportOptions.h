@@ -23,7 +23,9 @@ struct ReportRequest {
   std::string prometheus;            ///< a file, or "-"
   std::string sqlite;                ///< the database
   std::string host;
-  std::string html;  ///< the page's file, "-" for standard output; empty: none
+  std::string html;    ///< the page's file, "-" for standard output; empty: none
+  bool merge = false;  ///< join the files, which are of slices
+  std::string output;  ///< of --merge
   bool noPager = false;
 };
 

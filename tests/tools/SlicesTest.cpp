@@ -1,0 +1,125 @@
+// Cutting a definition, and joining what its slices have found. scripts/slices compares whole results.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "Common/SafeText.h"
+#include "MadeResult.h"
+#include "Report.h"
+#include "definition/ScandefOptions.h"
+#include "slices/SliceChoice.h"
+#include "slices/SlicesCommand.h"
+#include "support/TemporaryDirectory.h"
+
+namespace agent::test {
+namespace {
+
+using ::testing::AllOf;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::Le;
+using ::testing::Property;
+using ::testing::SizeIs;
+using ::testing::UnorderedElementsAre;
+
+bool yes(const std::string&) {
+  return true;
+}
+
+TEST(SliceChoiceTest, PiecesComeNearTheSameWeightHoweverDeepTheWorkLies) {
+  // All the work below one directory, in eight directories of one weight each, and little beside.
+  scandef::Weights weights = {{"/m", 1}, {"/m/small", 1}};
+  for (int i = 0; i < 8; ++i) weights["/m/a/b/" + std::to_string(i) + "/c"] = 100;
+  const scandef::SliceChoice choice = scandef::chooseSlices({"/m"}, weights, 8, yes);
+  EXPECT_THAT(choice.directories, SizeIs(8));
+  EXPECT_THAT(choice.heaviest, Le(0.13));
+}
+
+TEST(SliceChoiceTest, APieceWithMoreThanATenthIsCutAgain) {
+  scandef::Weights weights = {{"/m/many", 1}, {"/m/b", 1000}, {"/m/c", 1000}};
+  for (int i = 0; i < 40; ++i) weights["/m/many/" + std::to_string(i)] = 200;
+  const scandef::SliceChoice choice = scandef::chooseSlices({"/m"}, weights, 2, yes);
+  EXPECT_THAT(choice.directories.size(), AllOf(::testing::Gt(size_t{2}), Le(size_t{14})));
+  EXPECT_THAT(choice.heaviest, Le(0.75));
+}
+
+TEST(SliceChoiceTest, WhatMayNotBeASliceIsPassedOver) {
+  const scandef::Weights weights = {{"/m/a", 10}, {"/m/a/b", 10}, {"/m/c", 1}, {"/elsewhere", 99}};
+  const auto choice =
+      scandef::chooseSlices({"/m"}, weights, 5, [](const std::string& path) { return path != "/m/a"; });
+  EXPECT_THAT(choice.directories, ElementsAre("/m/a/b", "/m/c"));
+}
+
+// What scandef says against a slice.
+TEST(SlicesTest, ADirectoryThatNoWalkCouldBeginWithIsRefusedWithTheReason) {
+  const TemporaryDirectory tree;
+  const std::string root = std::filesystem::canonical(tree.path());
+  for (const char* const part : {"a/b/c", "watched/below", "copies/.snapshot"})
+    std::filesystem::create_directories(root + "/" + part);
+  std::filesystem::create_directory_symlink("a", root + "/link");
+  const std::vector<std::pair<std::string, std::string>> refused = {
+      {"/a/b/none", "can't be looked at"},
+      {"/link/b", "is no directory"},
+      {"/watched/below", "is a part of what"},
+      {"/copies", "has the name of a file system's own copies"},
+      {"/../" + root.substr(root.rfind('/') + 1) + "/a", "no path goes by"},
+      {"", "it lies below no mount point"},
+  };
+  for (const auto& [below, reason] : refused) {
+    scandef::ScandefOptions options{scandef::MountKinds()};
+    options.parse({root, "--monitor", "watched", "--slice", root + "/a/b", "--slice", root + below,
+                   "--output", root + "/out"});
+    try {
+      scandef::writeSlices(options.request());
+      ADD_FAILURE() << below;
+    } catch (const scandef::UsageError& error) {
+      EXPECT_THAT(error.what(), HasSubstr(reason));
+    }
+  }
+  EXPECT_FALSE(std::filesystem::exists(root + "/out"));
+}
+
+/// Results of the rest of a file system and of a slice of it.
+struct TwoResults {
+  explicit TwoResults(const std::string& place) {
+    directory.file("rest.dat", madeResult("/one"));
+    directory.file("slice.dat", madeResult(place, {{"{two}", "/two" + place}}));
+  }
+  TemporaryDirectory directory;
+  std::string rest = directory / "rest.dat", slice = directory / "slice.dat",
+              joined = directory / "joined.dat";
+};
+
+TEST(ResultMergeTest, OneResultComesBackByteForByte) {
+  const TwoResults results("/one/a");
+  EXPECT_EQ(Report({"--merge", results.rest, "-o", results.joined}).status, 0);
+  EXPECT_EQ(content(results.joined), content(results.rest));
+}
+
+TEST(ResultMergeTest, WhatIsNoSliceOfTheOthersIsToldAndNothingIsWritten) {
+  const TwoResults results("/elsewhere");
+  results.directory.file("cut.dat", content(results.slice).substr(0, 9000));
+  const std::vector<std::pair<std::vector<std::string>, std::string>> wrong = {
+      {{results.rest, results.slice}, "neither of \"/one\" and \"/elsewhere\" lies in the other"},
+      {{results.rest, results.rest}, "are both of"},
+      {{results.rest, results.directory / "cut.dat"}, "is not whole"},
+      {{results.rest, results.directory / "none.dat"}, "can't be opened"},
+  };
+  for (const auto& [files, reason] : wrong) {
+    std::vector<std::string> words = {"--merge", "-o", results.joined};
+    words.insert(words.end(), files.begin(), files.end());
+    const Report report(words);
+    EXPECT_EQ(report.status, 1);
+    EXPECT_THAT(report.err, HasSubstr(reason));
+    EXPECT_FALSE(std::filesystem::exists(results.joined));
+  }
+  EXPECT_THAT(Report({"--merge", results.rest, "-o", results.rest}).err,
+              HasSubstr("would replace the result"));
+}
+
+}  // namespace
+}  // namespace agent::test
