@@ -103,12 +103,17 @@ const test::TemporaryDirectory& directory() {
 
 [[maybe_unused]] void result(const std::string& bytes) {
   const std::string file = directory().file("result", bytes);
+  // The same of a directory below each mount point, which ends in a slash.
+  std::string below = bytes;
+  for (size_t at = 0; (at = below.find("/\",", at)) != std::string::npos; at += 8) below.insert(at, "/below");
+  const std::string slice = directory().file("slice", below), joined = directory() / "joined";
   for (const std::vector<std::string>& arguments : {std::vector{file},
                                                     {"--json", file},
                                                     {"--details", "--sort", "entries", file},
                                                     {"--alert", "orphans>1", "--against", file, file},
                                                     {"--csv=statistic", file},
-                                                    {"--prometheus=-", file}}) {
+                                                    {"--prometheus=-", file},
+                                                    {"--merge", "-o", joined, file, slice}}) {
     std::ostringstream out, err;
     const int code = tools::scanreport(arguments, out, err, {});
     require(code == 0 || code == 1 || code == 3, "shown, or said to be no whole result");
