@@ -6,7 +6,7 @@ import shutil
 import subprocess
 
 NAMES = ("file", "x.tar.gz", "y.LOG", "caf\udce9", "two words.txt", "line\nfeed.c", ".hidden", "a.b", 'quote".h',
-         "z" * 200)
+         "z" * 200, "[odd]&%*?.m")
 WIDE = 100000
 
 

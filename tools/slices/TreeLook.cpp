@@ -29,6 +29,7 @@ bool isUnspeakable(std::string_view name) {
 }
 
 /// Reads one directory.
+/// @param path without a slash behind
 /// @return its entries
 double readDirectory(const MountPoint& filesystem, const std::string& path,
                      std::deque<std::string>& subdirectories) {
@@ -40,7 +41,8 @@ double readDirectory(const MountPoint& filesystem, const std::string& path,
     std::error_code none;
     const std::string name = entry->path().filename().string();
     if (entry->symlink_status(none).type() != files::file_type::directory || isUnspeakable(name)) continue;
-    subdirectories.push_back((path == "/" ? path : path + "/") + name);
+    subdirectories.push_back(path);
+    subdirectories.back().append("/").append(name);
   }
   return entries;
 }
