@@ -83,6 +83,34 @@ TEST(SlicesTest, ADirectoryThatNoWalkCouldBeginWithIsRefusedWithTheReason) {
   EXPECT_FALSE(std::filesystem::exists(root + "/out"));
 }
 
+std::string cut(const std::vector<std::string>& words) {
+  scandef::ScandefOptions options{scandef::MountKinds()};
+  options.parse(words);
+  scandef::writeSlices(options.request());
+  return content(options.request().output + "/slices");
+}
+
+TEST(SlicesTest, ASliceThatTookLongIsCutAgainWhateverItsDirectoriesHold) {
+  const TemporaryDirectory tree;
+  const std::string root = std::filesystem::canonical(tree.path()), fs = root + "/fs";
+  for (const char* const part : {"slow/1/f", "slow/2/f", "slow/3/f", "large/1/f", "large/2/f"})
+    tree.file("fs/" + std::string(part));
+  for (int i = 0; i < 50; ++i) tree.file("fs/large/" + std::to_string(i % 3) + "/" + std::to_string(i));
+  EXPECT_EQ(cut({fs, "--slice", fs + "/slow", "--output", root + "/first"}),
+            "0\t" + fs + "\n1\t" + fs + "/slow\n");
+  EXPECT_THAT(content(root + "/first/0/mounts"), "cover " + fs + "/slow\n");
+  EXPECT_THAT(content(root + "/first/1/mounts"), "bind " + fs + "/slow\n");
+
+  EXPECT_THAT(cut({fs, "--slices", "1", "--output", root + "/by entries"}),
+              ::testing::Not(HasSubstr("/slow/")));
+  tree.file("first/0/seconds", "1\n");
+  tree.file("first/1/seconds", "1000\n");
+  const std::string again =
+      cut({fs, "--slices", "1", "--times", root + "/first", "--output", root + "/by times"});
+  for (const char* const part : {"/slow/1", "/slow/2", "/slow/3"})
+    EXPECT_THAT(again, HasSubstr(fs + part + "\n"));
+}
+
 /// Results of the rest of a file system and of a slice of it.
 struct TwoResults {
   explicit TwoResults(const std::string& place) {
@@ -98,6 +126,19 @@ TEST(ResultMergeTest, OneResultComesBackByteForByte) {
   const TwoResults results("/one/a");
   EXPECT_EQ(Report({"--merge", results.rest, "-o", results.joined}).status, 0);
   EXPECT_EQ(content(results.joined), content(results.rest));
+}
+
+// The results of a cut say which slices there are.
+TEST(ResultMergeTest, AMissingSliceIsTold) {
+  const TwoResults results("/one/a");
+  for (const auto& [file, number] : {std::pair("rest.dat", "0"), std::pair("slice.dat", "2")}) {
+    const std::string text = content(results.directory / file);
+    const std::string mark = "\"scandef slices\",\"slice " + std::string(number) + " of 2\"";
+    results.directory.file(file, replaced(text, "\"NRVUser\",\"SQL_NAME_SUMMARY_FILESYS\"", mark));
+  }
+  const Report report({"--merge", results.rest, results.slice, "-o", results.joined});
+  EXPECT_EQ(report.status, 1);
+  EXPECT_THAT(report.err, HasSubstr("of slices 0 to 2 there is no result of 1"));
 }
 
 TEST(ResultMergeTest, WhatIsNoSliceOfTheOthersIsToldAndNothingIsWritten) {
