@@ -27,15 +27,6 @@ struct Explained {
   std::string comparedValue = {};
 };
 
-std::string inQuotes(std::string_view value) {
-  std::string text = "'";
-  while (!value.empty()) {
-    if (value.front() == '\'') text += '\'';  // doubled
-    appendSafe(text, value, Backslash::DOUBLED);
-  }
-  return text + "'";
-}
-
 std::string typeText(uint32_t type) {
   const auto known =
       std::find_if(TYPES.begin(), TYPES.end(), [type](const auto& entry) { return entry.number == type; });
@@ -295,7 +286,7 @@ Explained Explainer::range(std::string_view field) {
 std::string Explainer::item(char letter) {
   if (letter == 'T') return typeText(number());
   if (letter == 'P') return maskText(number());
-  return inQuotes(textUpToNul());
+  return quotedText(textUpToNul());
 }
 
 std::string Explainer::value(char letter, bool fromNow) {
@@ -308,7 +299,7 @@ std::string Explainer::value(char letter, bool fromNow) {
     }
     case 'U':
     case 'G':
-      return inQuotes(textUpToNul());
+      return quotedText(textUpToNul());
     default:
       return sizeText();
   }
@@ -380,6 +371,15 @@ LanguageError firstError(const std::string& errors) {
 }
 
 }  // namespace
+
+std::string quotedText(std::string_view bytes) {
+  std::string text = "'";
+  while (!bytes.empty()) {
+    if (bytes.front() == '\'') text += '\'';  // doubled
+    appendSafe(text, bytes, Backslash::DOUBLED);
+  }
+  return text + "'";
+}
 
 std::string explainWhere(const std::string& expression) {
   Selection compiler;

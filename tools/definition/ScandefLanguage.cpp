@@ -652,15 +652,6 @@ std::string compileWhereBelow(std::string_view text, const std::optional<std::st
   return Compiler(text, mountPoint).selection();
 }
 
-std::string quotedText(std::string_view bytes) {
-  std::string text = "'";
-  for (const char byte : bytes) {
-    if (byte == '\'' || byte == '\\') text += byte;
-    text += byte;
-  }
-  return text + "'";
-}
-
 std::string byteList(const std::string& expression) {
   if (expression.empty()) return "null";
   std::string list;

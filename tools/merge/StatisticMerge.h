@@ -1,0 +1,67 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "figures/ResultFile.h"
+
+namespace agent::tools {
+
+/// What a result says of one file system.
+struct Section {
+  const std::string* file = nullptr;  ///< the result's name
+  ResultNode filesystem;
+  std::string mountPoint;  ///< with its slash
+  std::vector<ResultNode> monitored;
+  std::vector<ResultNode> statistics;
+
+  /// The mount point without its slash.
+  std::string directory() const { return mountPoint.substr(0, mountPoint.size() - 1); }
+};
+
+/// Puts nodes behind others.
+void append(std::vector<ResultNode>& to, std::vector<ResultNode> nodes);
+
+/// A name in double quotes, for messages.
+std::string quotedName(std::string_view name);
+
+/// The directory of a slice is an entry like others in a single walk, which writes no slash behind it.
+/// @param whole mount point of the file system
+void stripSlash(ResultNode& entry, const std::string& whole);
+
+/// Joins what one statistic has found on the parts of one file system.
+class StatisticMerge {
+ public:
+  /// @param sections of the file system, the one that the others were taken out of in front
+  StatisticMerge(const std::vector<Section*>& sections, const ResultNode& definition,
+                 std::vector<std::string>& notes);
+
+  /// @param parts one of each section
+  ResultNode merged(const std::vector<const ResultNode*>& parts);
+
+ private:
+  size_t wanted(const char* column) const;
+  std::vector<ResultNode> gathered(const char* tag) const;
+  std::vector<ResultNode> directories() const;
+  void addSliceDirectories(std::vector<ResultNode>& directories) const;
+  void addSliceDirectory(const Section& slice, std::vector<ResultNode>& directories) const;
+  const Section& holderOf(const Section& slice) const;
+  std::vector<ResultNode> files() const;
+  std::vector<ResultNode> types() const;
+  std::vector<const ResultNode*> allTypes() const;
+  std::vector<ResultNode> owners() const;
+  std::vector<ResultNode> ages() const;
+  std::optional<ResultNode> joined(const char* tag) const;
+  void note(const std::string& sentence) const;
+
+  const std::vector<Section*>& sections_;
+  const ResultNode& definition_;
+  const std::string id_;
+  std::vector<std::string>& notes_;
+  std::vector<const ResultNode*> parts_;
+};
+
+}  // namespace agent::tools
