@@ -4,7 +4,7 @@
 #include <array>
 #include <cstdint>
 #include <iterator>
-#include <map>
+#include <limits>
 #include <utility>
 
 #include "Common/SafeText.h"
@@ -115,69 +115,105 @@ void keepGreatest(Nodes& nodes, size_t wanted, Key keyOf) {
   nodes = std::move(kept);
 }
 
+int64_t totalOf(const ResultNode& directory) {
+  return directory.number(Tags::DIR_TOTAL_SIZE);
+}
+
+/// Counts a directory in the record of the one above it.
+/// @param itself totals of the directory alone
+void addDirectory(ResultNode& above, const ResultNode& itself) {
+  const int64_t size = itself.number(Tags::SUM_TOTAL_SIZE);
+  const size_t sizeClass = SizeRanges::bucket(size);
+  add(above, Tags::DIR_DIR_CNT, 1);
+  add(above, Tags::DIR_TOTAL_SIZE, size);
+  addToClass(above, Tags::DIR_SIZES, sizeClass, size);
+  addToClass(above, Tags::DIR_CNTS, sizeClass, 1);
+  // As if the directory had been read behind all else that lies beside it, see LargeDirAccum.
+  const int64_t largest = above.number(Tags::DIR_LARGEST_SIZE);
+  if (size > largest && size > above.number(Tags::DIR_2ND_LARGEST_SIZE)) {
+    setNumber(above, Tags::DIR_2ND_LARGEST_SIZE, largest);
+  }
+}
+
 Nodes StatisticMerge::directories() const {
+  const size_t count = wanted(Tags::SD_LARGEST_DIRS);
+  if (count == 0) return {};
   Nodes nodes = gathered(Tags::DIR);
   for (ResultNode& directory : nodes) stripSlash(directory, sections_.front()->mountPoint);
-  if (wanted(Tags::SD_LARGEST_DIRS) > 0) addSliceDirectories(nodes);
-  keepGreatest(nodes, wanted(Tags::SD_LARGEST_DIRS),
-               [](const ResultNode& directory) { return directory.number(Tags::DIR_TOTAL_SIZE); });
+  std::map<std::string, int64_t> unknown;  // directories without a record, with the most that they can have
+  for (const auto& [name, above] : aboveSlices()) {
+    ResultNode* const record = recordOf(name, above, nodes);
+    if (record == nullptr) unknown.emplace(name, mostOf(above));
+    for (const ResultNode* itself : above.slices) {
+      if (record != nullptr) addDirectory(*record, *itself);
+    }
+  }
+  keepGreatest(nodes, count, totalOf);
+  for (const auto& [name, most] : unknown) {
+    const bool isTooSmall = nodes.size() == count && totalOf(nodes.back()) >= most;
+    if (!isTooSmall)
+      note("the list of directories may lack " + quotedName(name) + ", which lies above slices");
+  }
   return nodes;
 }
 
-/// The directory of a slice is counted there, but lies directly in a directory of another section, whose
-/// record lacks it.
-void StatisticMerge::addSliceDirectories(Nodes& directories) const {
-  for (size_t i = 1; i < sections_.size(); ++i) addSliceDirectory(*sections_[i], directories);
+/// The directories of slices are counted there, but lie directly in directories of other sections, whose
+/// records lack them.
+std::map<std::string, StatisticMerge::AboveSlices> StatisticMerge::aboveSlices() const {
+  std::map<std::string, AboveSlices> all;
+  for (size_t i = 1; i < sections_.size(); ++i) {
+    const Section& slice = *sections_[i];
+    const std::string directory = slice.directory();
+    std::string parent = directory.substr(0, directory.rfind('/'));
+    if (parent + "/" == sections_.front()->mountPoint) parent += '/';
+    const ResultNode* const found =
+        foundBy(statisticNamed(slice, sliceStatisticName(SliceStatistic::ITSELF, id_)));
+    const ResultNode* const itself = found != nullptr ? found->child(Tags::SUM) : nullptr;
+    if (itself == nullptr) {
+      note("the list of directories has " + quotedName(parent) + " without " + quotedName(directory) +
+           ", which lies in it: no slice tells of that one");
+    } else if (itself->number(Tags::SUM_DIR_CNT) > 0) {  // otherwise the selection passes over it
+      AboveSlices& above = all[parent];
+      above.holder = &holderOf(slice);
+      above.slices.push_back(itself);
+    }
+  }
+  return all;
 }
 
-void StatisticMerge::addSliceDirectory(const Section& slice, Nodes& directories) const {
-  const ResultNode* const itself =
-      foundBy(statisticNamed(slice, sliceStatisticName(SliceStatistic::ITSELF, id_)));
-  const std::string directory = slice.directory();
-  const Section& holder = holderOf(slice);
-  std::string parent = directory.substr(0, directory.rfind('/'));
-  if (parent + "/" == sections_.front()->mountPoint) parent += '/';
-  if (itself == nullptr || itself->child(Tags::SUM) == nullptr) {
-    note("the list of directories has " + quotedName(parent) + " without " + quotedName(directory) +
-         ", which lies in it: no slice tells of that one");
-    return;
-  }
-  const ResultNode& own = *itself->child(Tags::SUM);
-  if (own.number(Tags::SUM_DIR_CNT) == 0) return;  // the selection passes over it
+/// What the section that holds a directory above slices says of such directories; null for nothing.
+const ResultNode* StatisticMerge::parentsIn(const Section& holder) const {
+  return foundBy(statisticNamed(holder, sliceStatisticName(SliceStatistic::PARENTS, id_)));
+}
 
-  const auto named = [&parent](const ResultNode& candidate) {
-    return candidate.text(Tags::FA_NAME) == parent;
-  };
-  auto record = std::find_if(directories.begin(), directories.end(), named);
-  if (record == directories.end()) {
-    const ResultNode* const parents =
-        foundBy(statisticNamed(holder, sliceStatisticName(SliceStatistic::PARENTS, id_)));
-    Nodes known;
-    if (parents != nullptr) {
-      for (const ResultNode* node : parents->childrenOf(Tags::DIR)) {
-        known.push_back(*node);
-        stripSlash(known.back(), sections_.front()->mountPoint);
-      }
-    }
-    const auto found = std::find_if(known.begin(), known.end(), named);
-    if (found == known.end()) {
-      note("the list of directories may lack " + quotedName(parent) + ", above " + quotedName(directory));
-      return;
-    }
-    cellOf(*found, Tags::DIR_STAT_ID) = id_;
-    record = directories.insert(directories.end(), std::move(*found));
+/// The record of a directory, among `directories` or put there; null where no result has it.
+ResultNode* StatisticMerge::recordOf(const std::string& name, const AboveSlices& above,
+                                     Nodes& directories) const {
+  const auto named = [&name](const ResultNode& candidate) { return candidate.text(Tags::FA_NAME) == name; };
+  const auto listed = std::find_if(directories.begin(), directories.end(), named);
+  if (listed != directories.end()) return &*listed;
+  const ResultNode* const parents = parentsIn(*above.holder);
+  if (parents == nullptr) return nullptr;
+  for (const ResultNode* known : parents->childrenOf(Tags::DIR)) {
+    ResultNode record = *known;
+    stripSlash(record, sections_.front()->mountPoint);
+    if (!named(record)) continue;
+    cellOf(record, Tags::DIR_STAT_ID) = id_;
+    return &directories.emplace_back(std::move(record));
   }
-  const int64_t size = own.number(Tags::SUM_TOTAL_SIZE);
-  const size_t sizeClass = SizeRanges::bucket(size);
-  add(*record, Tags::DIR_DIR_CNT, 1);
-  add(*record, Tags::DIR_TOTAL_SIZE, size);
-  addToClass(*record, Tags::DIR_SIZES, sizeClass, size);
-  addToClass(*record, Tags::DIR_CNTS, sizeClass, 1);
-  // As if the directory had been read behind all else that lies beside it, see LargeDirAccum.
-  const int64_t largest = record->number(Tags::DIR_LARGEST_SIZE);
-  if (size > largest && size > record->number(Tags::DIR_2ND_LARGEST_SIZE)) {
-    setNumber(*record, Tags::DIR_2ND_LARGEST_SIZE, largest);
-  }
+  return nullptr;
+}
+
+/// What a directory without a record can have at most: no more than the last one that was listed in its
+/// place, and the directories of slices.
+int64_t StatisticMerge::mostOf(const AboveSlices& above) const {
+  const ResultNode* const parents = parentsIn(*above.holder);
+  const std::vector<const ResultNode*> listed =
+      parents != nullptr ? parents->childrenOf(Tags::DIR) : std::vector<const ResultNode*>();
+  if (listed.empty()) return std::numeric_limits<int64_t>::max();
+  int64_t most = totalOf(*listed.back());
+  for (const ResultNode* itself : above.slices) most = plus(most, itself->number(Tags::SUM_TOTAL_SIZE));
+  return most;
 }
 
 /// The section out of which a slice was taken: the nearest above it.

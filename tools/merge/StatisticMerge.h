@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -43,11 +45,20 @@ class StatisticMerge {
   ResultNode merged(const std::vector<const ResultNode*>& parts);
 
  private:
+  /// A directory in which those of slices lie.
+  struct AboveSlices {
+    const Section* holder = nullptr;        // that it is walked in
+    std::vector<const ResultNode*> slices;  // totals of each of those directories alone
+  };
+
   size_t wanted(const char* column) const;
   std::vector<ResultNode> gathered(const char* tag) const;
   std::vector<ResultNode> directories() const;
-  void addSliceDirectories(std::vector<ResultNode>& directories) const;
-  void addSliceDirectory(const Section& slice, std::vector<ResultNode>& directories) const;
+  std::map<std::string, AboveSlices> aboveSlices() const;
+  const ResultNode* parentsIn(const Section& holder) const;
+  ResultNode* recordOf(const std::string& name, const AboveSlices& above,
+                       std::vector<ResultNode>& directories) const;
+  int64_t mostOf(const AboveSlices& above) const;
   const Section& holderOf(const Section& slice) const;
   std::vector<ResultNode> files() const;
   std::vector<ResultNode> types() const;

@@ -19,8 +19,7 @@ class Tree {
   /// The piece with the most weight among those that may still be cut.
   std::optional<size_t> heaviest() const;
   /// The directory in a piece that comes nearest to a weight; NONE where there is none left.
-  /// @param least share of the piece that it has to have, and that has to be left of the piece
-  size_t nearest(size_t piece, double wanted, double least) const;
+  size_t nearest(size_t piece, double wanted) const;
   void choose(size_t node);
   void forbid(size_t node) { nodes_[node].isForbidden = true; }
   void leave(size_t piece) { nodes_[piece].isLeft = true; }
@@ -86,18 +85,16 @@ double Tree::heaviestWeight() const {
   return heaviest;
 }
 
-size_t Tree::nearest(size_t piece, double wanted, double least) const {
-  const double whole = nodes_[piece].weight;
-
+size_t Tree::nearest(size_t piece, double wanted) const {
   std::vector<bool> isInside(nodes_.size(), false);
   isInside[piece] = true;
   size_t found = NONE;
   for (size_t node = piece + 1; node < nodes_.size(); ++node) {
     const Node& candidate = nodes_[node];
     isInside[node] = candidate.parent != NONE && isInside[candidate.parent] && !candidate.isPiece;
-    if (!isInside[node] || candidate.isForbidden || candidate.weight <= least * whole ||
-        candidate.weight >= (1 - least) * whole)
-      continue;
+    // One that has all of the piece would leave nothing of it.
+    const bool isPart = candidate.weight > 0 && candidate.weight < nodes_[piece].weight;
+    if (!isInside[node] || candidate.isForbidden || !isPart) continue;
     const auto distance = [&](size_t one) { return std::abs(nodes_[one].weight - wanted); };
     if (found == NONE || distance(node) < distance(found)) found = node;
   }
@@ -116,20 +113,20 @@ void Tree::choose(size_t node) {
 
 }  // namespace
 
-SliceChoice chooseSlices(const std::vector<std::string>& roots, const Weights& weights, size_t wanted,
+SliceChoice chooseSlices(const std::vector<std::string>& roots, const Weights& weights,
+                         const SliceNumber& number,
                          const std::function<bool(const std::string& directory)>& mayBeSlice) {
   constexpr double LARGEST_SHARE = 0.1;
-  constexpr double WORTH_A_SLICE = 0.01;  // of a piece, where more slices were not asked for
+  constexpr size_t USUAL_ARRAY = 1000;  // highest number of a task, see MaxArraySize in slurm.conf(5)
   Tree tree(roots, weights);
-  const double share = tree.total() / static_cast<double>(wanted + 1);
+  const size_t most = number.untilTenth ? std::max(number.wanted, USUAL_ARRAY) : number.wanted;
   std::vector<size_t> chosen;
-  while (chosen.size() < 2 * wanted + 10) {
+  while (chosen.size() < most) {
     const auto piece = tree.heaviest();
     if (!piece) break;
-    const bool isEnough = chosen.size() >= wanted;
-    if (isEnough && tree.weight(*piece) <= LARGEST_SHARE * tree.total()) break;
-    const size_t directory =
-        tree.nearest(*piece, std::min(share, tree.weight(*piece) / 2), isEnough ? WORTH_A_SLICE : 0);
+    if (chosen.size() >= number.wanted && tree.weight(*piece) <= LARGEST_SHARE * tree.total()) break;
+    // What comes nearest to half of the heaviest piece lowers the heaviest most.
+    const size_t directory = tree.nearest(*piece, tree.weight(*piece) / 2);
     if (directory == NONE) {
       tree.leave(*piece);
     } else if (mayBeSlice(tree.path(directory))) {

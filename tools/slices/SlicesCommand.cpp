@@ -154,11 +154,12 @@ std::vector<SliceDirectory> chosenDirectories(const Request& request, std::vecto
   const Definition& definition = request.definition;
   std::vector<std::string> roots;
   for (const MountPoint& filesystem : definition.filesystems) roots.push_back(rootOf(filesystem));
-  const SliceChoice choice =
-      chooseSlices(roots, weightsFor(request), request.slices.count, [&definition](const std::string& path) {
-        const MountPoint* const filesystem = filesystemOf(definition, path);
-        return filesystem != nullptr && whyNoSlice(definition, *filesystem, path).empty();
-      });
+  const SliceNumber number{request.slices.count, !request.slices.times.empty()};
+  const auto mayBeSlice = [&definition](const std::string& path) {
+    const MountPoint* const filesystem = filesystemOf(definition, path);
+    return filesystem != nullptr && whyNoSlice(definition, *filesystem, path).empty();
+  };
+  const SliceChoice choice = chooseSlices(roots, weightsFor(request), number, mayBeSlice);
   std::vector<SliceDirectory> directories;
   for (const std::string& path : choice.directories)
     directories.push_back({filesystemOf(definition, path), path});
