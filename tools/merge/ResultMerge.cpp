@@ -5,6 +5,7 @@
 #include <iterator>
 #include <map>
 #include <optional>
+#include <unordered_map>
 #include <utility>
 
 #include "Common/ScanVOXTags.h"
@@ -92,25 +93,31 @@ void requireAllSlices(const std::vector<SliceResult>& slices) {
                         joinedNumbers(missing));
 }
 
-/// Puts that section in front which all others lie in.
+/// Puts that section in front which all others lie in, and finds out for those what they were taken out of.
 void putWholeInFront(std::vector<Section*>& sections) {
   const auto whole = std::min_element(
       sections.begin(), sections.end(),
       [](const Section* a, const Section* b) { return a->mountPoint.size() < b->mountPoint.size(); });
   std::rotate(sections.begin(), whole, std::next(whole));
-  const Section& front = *sections.front();
+  std::unordered_map<std::string, Section*> byMountPoint;
+  for (Section* section : sections) {
+    const auto [other, isNew] = byMountPoint.emplace(section->mountPoint, section);
+    if (isNew) continue;
+    throw ResultFileError(quotedName(*other->second->file) + " and " + quotedName(*section->file) +
+                          " are both of " + quotedName(section->directory()));
+  }
   for (size_t i = 1; i < sections.size(); ++i) {
-    const Section& slice = *sections[i];
-    if (!slice.mountPoint.starts_with(front.mountPoint)) {
-      throw ResultFileError("what is left of the file system beside its slices is missing: neither of " +
-                            quotedName(front.directory()) + " and " + quotedName(slice.directory()) +
-                            " lies in the other");
+    Section& slice = *sections[i];
+    for (size_t end = slice.mountPoint.size() - 1; slice.holder == nullptr && end > 0;) {
+      end = slice.mountPoint.rfind('/', end - 1);
+      if (end == std::string::npos) break;
+      const auto above = byMountPoint.find(slice.mountPoint.substr(0, end + 1));
+      if (above != byMountPoint.end()) slice.holder = above->second;
     }
-    for (size_t other = 0; other < i; ++other) {
-      if (sections[other]->mountPoint != slice.mountPoint) continue;
-      throw ResultFileError(quotedName(*sections[other]->file) + " and " + quotedName(*slice.file) +
-                            " are both of " + quotedName(slice.directory()));
-    }
+    if (slice.holder != nullptr) continue;
+    throw ResultFileError("what is left of the file system beside its slices is missing: neither of " +
+                          quotedName(sections.front()->directory()) + " and " +
+                          quotedName(slice.directory()) + " lies in the other");
   }
 }
 

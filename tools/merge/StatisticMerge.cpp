@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <iterator>
 #include <limits>
+#include <unordered_map>
 #include <utility>
 
 #include "Common/SafeText.h"
@@ -139,14 +140,24 @@ Nodes StatisticMerge::directories() const {
   const size_t count = wanted(Tags::SD_LARGEST_DIRS);
   if (count == 0) return {};
   Nodes nodes = gathered(Tags::DIR);
-  for (ResultNode& directory : nodes) stripSlash(directory, sections_.front()->mountPoint);
+  std::unordered_map<std::string, size_t> places;
+  for (ResultNode& directory : nodes) {
+    stripSlash(directory, sections_.front()->mountPoint);
+    places.emplace(directory.text(Tags::FA_NAME), static_cast<size_t>(&directory - nodes.data()));
+  }
   std::map<std::string, int64_t> unknown;  // directories without a record, with the most that they can have
   for (const auto& [name, above] : aboveSlices()) {
-    ResultNode* const record = recordOf(name, above, nodes);
-    if (record == nullptr) unknown.emplace(name, mostOf(above));
-    for (const ResultNode* itself : above.slices) {
-      if (record != nullptr) addDirectory(*record, *itself);
+    auto listed = places.find(name);
+    if (listed == places.end()) {
+      std::optional<ResultNode> record = recordOf(name, above);
+      if (!record) {
+        unknown.emplace(name, mostOf(above));
+        continue;
+      }
+      listed = places.emplace(name, nodes.size()).first;
+      nodes.push_back(std::move(*record));
     }
+    for (const ResultNode* itself : above.slices) addDirectory(nodes[listed->second], *itself);
   }
   keepGreatest(nodes, count, totalOf);
   for (const auto& [name, most] : unknown) {
@@ -174,7 +185,7 @@ std::map<std::string, StatisticMerge::AboveSlices> StatisticMerge::aboveSlices()
            ", which lies in it: no slice tells of that one");
     } else if (itself->number(Tags::SUM_DIR_CNT) > 0) {  // otherwise the selection passes over it
       AboveSlices& above = all[parent];
-      above.holder = &holderOf(slice);
+      above.holder = slice.holder;
       above.slices.push_back(itself);
     }
   }
@@ -186,22 +197,18 @@ const ResultNode* StatisticMerge::parentsIn(const Section& holder) const {
   return foundBy(statisticNamed(holder, sliceStatisticName(SliceStatistic::PARENTS, id_)));
 }
 
-/// The record of a directory, among `directories` or put there; null where no result has it.
-ResultNode* StatisticMerge::recordOf(const std::string& name, const AboveSlices& above,
-                                     Nodes& directories) const {
-  const auto named = [&name](const ResultNode& candidate) { return candidate.text(Tags::FA_NAME) == name; };
-  const auto listed = std::find_if(directories.begin(), directories.end(), named);
-  if (listed != directories.end()) return &*listed;
+/// The record of a directory that isn't among those with the most space; none where no result has it.
+std::optional<ResultNode> StatisticMerge::recordOf(const std::string& name, const AboveSlices& above) const {
   const ResultNode* const parents = parentsIn(*above.holder);
-  if (parents == nullptr) return nullptr;
+  if (parents == nullptr) return std::nullopt;
   for (const ResultNode* known : parents->childrenOf(Tags::DIR)) {
     ResultNode record = *known;
     stripSlash(record, sections_.front()->mountPoint);
-    if (!named(record)) continue;
+    if (record.text(Tags::FA_NAME) != name) continue;
     cellOf(record, Tags::DIR_STAT_ID) = id_;
-    return &directories.emplace_back(std::move(record));
+    return record;
   }
-  return nullptr;
+  return std::nullopt;
 }
 
 /// What a directory without a record can have at most: no more than the last one that was listed in its
@@ -214,18 +221,6 @@ int64_t StatisticMerge::mostOf(const AboveSlices& above) const {
   int64_t most = totalOf(*listed.back());
   for (const ResultNode* itself : above.slices) most = plus(most, itself->number(Tags::SUM_TOTAL_SIZE));
   return most;
-}
-
-/// The section out of which a slice was taken: the nearest above it.
-const Section& StatisticMerge::holderOf(const Section& slice) const {
-  const Section* holder = sections_.front();
-  for (const Section* candidate : sections_) {
-    if (candidate != &slice && slice.mountPoint.starts_with(candidate->mountPoint) &&
-        candidate->mountPoint.size() > holder->mountPoint.size()) {
-      holder = candidate;
-    }
-  }
-  return *holder;
 }
 
 /// A list of files: how long it is, and what it goes by.

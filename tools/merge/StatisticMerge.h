@@ -17,6 +17,8 @@ struct Section {
   const std::string* file = nullptr;  ///< the result's name
   ResultNode filesystem;
   std::string mountPoint;  ///< with its slash
+  const Section* holder =
+      nullptr;  ///< out of which it was taken, the nearest above it; null: it is the whole
   std::vector<ResultNode> monitored;
   std::vector<ResultNode> statistics;
 
@@ -56,10 +58,8 @@ class StatisticMerge {
   std::vector<ResultNode> directories() const;
   std::map<std::string, AboveSlices> aboveSlices() const;
   const ResultNode* parentsIn(const Section& holder) const;
-  ResultNode* recordOf(const std::string& name, const AboveSlices& above,
-                       std::vector<ResultNode>& directories) const;
+  std::optional<ResultNode> recordOf(const std::string& name, const AboveSlices& above) const;
   int64_t mostOf(const AboveSlices& above) const;
-  const Section& holderOf(const Section& slice) const;
   std::vector<ResultNode> files() const;
   std::vector<ResultNode> types() const;
   std::vector<const ResultNode*> allTypes() const;
