@@ -1,5 +1,5 @@
 """An installed agent beside file systems that may be maltreated: what the drivers in this directory
-(attack, endure, faults, limits, memcheck, roads) stand on. Not started by itself.
+(attack, endure, faults, fleet-nodes, limits, memcheck, roads, slices) stand on. Not started by itself.
 """
 
 import glob

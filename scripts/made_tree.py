@@ -11,10 +11,10 @@ WIDE = 100000
 
 
 class Tree:
-    def __init__(self, path, seed, links="anywhere"):
+    def __init__(self, path, seed, links="anywhere", most_mounts=3):
         """@param links names of one file lie "anywhere", or all of them "beside" each other"""
         self.path, self.chance, self.mounts, self.files = path, random.Random(seed), [], []
-        self.links = links
+        self.links, self.most_mounts = links, most_mounts
         self.grow(path, 0)
         if seed % 20 == 19:
             os.mkdir(f"{path}/wide")
@@ -40,7 +40,7 @@ class Tree:
             kind = self.chance.randrange(20)
             if kind < 5 and level < 5:
                 os.mkdir(path)
-                if kind == 4 and len(self.mounts) < 3:
+                if kind == 4 and len(self.mounts) < self.most_mounts:
                     subprocess.run(["mount", "-t", "tmpfs", "-o", "noatime,size=64m", "inside", path], check=True)
                     self.mounts.append(path)
                 self.grow(path, level + 1)
