@@ -193,8 +193,8 @@ const char* loaded(ResultDatabase& database, const std::string& host, const std:
   const ResultFile result = wholeResult(file);
   const Figures figures = figuresOf(result);
   if (figures.filesystems.empty()) return "nothing to load, no file system was scanned";
-  const auto outcome = database.load({host, runNameOf(file), result.checksum}, figures);
-  return outcome == ResultDatabase::Outcome::LOADED ? "loaded" : "there already";
+  const LoadOutcome outcome = database.load({host, runNameOf(file), result.checksum}, figures);
+  return outcome == LoadOutcome::LOADED ? "loaded" : "there already";
 }
 
 /// Loads every file that can be loaded, and tells why others can't.

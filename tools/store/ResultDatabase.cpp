@@ -1,8 +1,6 @@
 #include "store/ResultDatabase.h"
 
-#include <algorithm>
 #include <map>
-#include <string_view>
 #include <vector>
 
 #include "Common/SafeText.h"
@@ -16,73 +14,45 @@ constexpr int PATIENCE = 60'000;  // milliseconds that others may write
 // What PRAGMA application_id says of our databases: "scan".
 constexpr int64_t APPLICATION_ID = 0x7363616E;
 
-bool isRun(const ResultTable& table) {
-  return &table.parent() == &table;
+/// A column as the database has it.
+std::string declaration(const StoredColumn& column) {
+  const char* const type = column.kind == StoredColumn::Kind::NUMBER ? " INTEGER"
+                           : column.kind == StoredColumn::Kind::TEXT ? " TEXT"
+                                                                     : " BLOB";
+  return column.name + type + (column.mayBeEmpty || column.since > 1 ? "" : " NOT NULL");
 }
 
-/// The columns of a table as the database has them, first those that say which run a row is of.
-struct SqlColumn {
-  std::string name;
-  const char* type;
-  bool mayBeEmpty;
-  int since;
-
-  std::string text() const { return name + " " + type + (mayBeEmpty || since > 1 ? "" : " NOT NULL"); }
-};
-
-std::vector<SqlColumn> sqlColumns(const ResultTable& table) {
-  std::vector<SqlColumn> columns;
-  if (isRun(table)) {
-    columns.push_back({"run_id", "INTEGER PRIMARY KEY", true, 1});
-  } else {
-    columns.push_back({"run_id", "INTEGER", false, 1});
-    columns.push_back({"run_time", "INTEGER", false, 1});
-  }
-  for (const TableColumn& column : table.columns) {
-    const bool isText = column.kind == ColumnKind::TEXT || column.kind == ColumnKind::NAME;
-    columns.push_back({column.name, isText ? "TEXT" : "INTEGER", column.mayBeEmpty, column.since});
-    if (column.kind == ColumnKind::NAME) {
-      columns.push_back({std::string(column.name) + "_bytes", "BLOB", true, column.since});
-    }
-  }
-  return columns;
+/// What stands in front of the columns of the result: which run a row is of.
+std::vector<std::string> runColumns(const ResultTable& table) {
+  if (isRun(table)) return {"run_id"};
+  return {"run_id", "run_time"};
 }
 
-/// "a, b, c" of some of a table's own columns.
-template <typename Choose>
-std::string columnList(const ResultTable& table, Choose choose, const std::string& begin = "") {
-  std::string list = begin;
-  for (const TableColumn& column : table.columns) {
-    if (choose(column)) list += (list.empty() ? "" : ", ") + std::string(column.name);
-  }
-  return list;
-}
-
-std::string keyOf(const ResultTable& table) {
-  return columnList(
-      table, [](const TableColumn& column) { return column.inKey; }, isRun(table) ? "" : "run_id");
+/// "run_id, a, b"
+std::string withRun(std::vector<std::string> names) {
+  names.insert(names.begin(), "run_id");
+  return commaSeparated(names);
 }
 
 /// A table as this version has it.
 std::string creation(const ResultTable& table) {
   std::string text = "CREATE TABLE " + std::string(table.name) + " (";
-  for (const SqlColumn& column : sqlColumns(table)) text += "\n  " + column.text() + ",";
-  if (isRun(table)) {
-    return text + "\n  UNIQUE (" + keyOf(table) + "),\n  UNIQUE (host, checksum)\n);\n";
-  }
-  const std::string parentKey = columnList(
-      table, [](const TableColumn& column) { return column.reference; }, "run_id");
-  return text + "\n  PRIMARY KEY (" + keyOf(table) + "),\n  FOREIGN KEY (" + parentKey + ") REFERENCES " +
-         table.parent().name + " (" + parentKey + ") ON DELETE CASCADE\n) WITHOUT ROWID;\n";
+  for (const std::string& name : runColumns(table))
+    text += "\n  " + name + (isRun(table) ? " INTEGER PRIMARY KEY," : " INTEGER NOT NULL,");
+  for (const StoredColumn& column : storedColumns(table)) text += "\n  " + declaration(column) + ",";
+  if (isRun(table))
+    return text + "\n  UNIQUE (" + commaSeparated(keyColumns(table)) + "),\n  UNIQUE (host, checksum)\n);\n";
+  const std::string parentKey = withRun(referenceColumns(table));
+  return text + "\n  PRIMARY KEY (" + withRun(keyColumns(table)) + "),\n  FOREIGN KEY (" + parentKey +
+         ") REFERENCES " + table.parent().name + " (" + parentKey + ") ON DELETE CASCADE\n) WITHOUT ROWID;\n";
 }
 
 std::string insertion(const ResultTable& table) {
-  std::string names, values;
-  for (const SqlColumn& column : sqlColumns(table)) {
-    names += (names.empty() ? "" : ", ") + column.name;
-    values += values.empty() ? "?" : ", ?";
-  }
-  return "INSERT INTO " + std::string(table.name) + " (" + names + ") VALUES (" + values + ")";
+  std::vector<std::string> names = runColumns(table);
+  for (const StoredColumn& column : storedColumns(table)) names.push_back(column.name);
+  const std::vector<std::string> values(names.size(), "?");
+  return "INSERT INTO " + std::string(table.name) + " (" + commaSeparated(names) + ") VALUES (" +
+         commaSeparated(values) + ")";
 }
 
 /// Inserts rows, those of the run first.
@@ -101,10 +71,8 @@ class Insertion : public TableSink {
     } else {
       statement.bindNumber(run_).bindNumber(runTime_);
     }
-    // What is bound has to live until the statement is carried out.
-    texts_.clear();
-    texts_.reserve(cells.size());
-    for (size_t i = 0; i < cells.size(); ++i) bindCell(statement, table.columns[i], cells[i]);
+    const std::vector<StoredCell> stored = storedCells(table, cells);  // which live until it is carried out
+    for (const StoredCell& cell : stored) bind(statement, cell);
     statement.run();
     if (isRun(table)) {
       run_ = database_.lastId();
@@ -113,43 +81,28 @@ class Insertion : public TableSink {
   }
 
  private:
-  void bindCell(SqliteStatement& statement, const TableColumn& column, const Cell& cell) {
-    const auto* const bytes = std::get_if<std::string_view>(&cell);
-    if (bytes != nullptr) {
-      const std::string& shown = texts_.emplace_back(safeText(*bytes));
-      statement.bindText(shown);
-      if (column.kind != ColumnKind::NAME) return;
-      if (shown != *bytes) {
-        statement.bindBlob(*bytes);
-      } else {
+  static void bind(SqliteStatement& statement, const StoredCell& cell) {
+    switch (cell.kind) {
+      case StoredCell::Kind::NONE:
         statement.bindNull();
-      }
-      return;
+        break;
+      case StoredCell::Kind::NUMBER:
+        statement.bindNumber(cell.number);
+        break;
+      case StoredCell::Kind::TEXT:
+        statement.bindText(cell.bytes);
+        break;
+      case StoredCell::Kind::BYTES:
+        statement.bindBlob(cell.bytes);
+        break;
     }
-    if (const auto* const number = std::get_if<int64_t>(&cell)) {
-      statement.bindNumber(*number);
-      return;
-    }
-    statement.bindNull();
-    if (column.kind == ColumnKind::NAME) statement.bindNull();
   }
 
   const SqliteDatabase& database_;
   std::map<const ResultTable*, SqliteStatement> statements_;
-  std::vector<std::string> texts_;
   int64_t run_ = 0;
   int64_t runTime_ = 0;
 };
-
-/// The newest version that tables tell of.
-int newestOf(std::span<const ResultTable* const> tables) {
-  int newest = 1;
-  for (const ResultTable* table : tables) {
-    newest = std::max(newest, table->since);
-    for (const TableColumn& column : table->columns) newest = std::max(newest, column.since);
-  }
-  return newest;
-}
 
 /// Whether there is a run of the name at the time.
 bool hasRun(const SqliteDatabase& database, const RunFigures& run, const Figures& figures) {
@@ -189,17 +142,17 @@ ResultDatabase::ResultDatabase(const std::string& path) try : database_(path, PA
   throw DatabaseError(error.what());
 }
 
-ResultDatabase::Outcome ResultDatabase::load(const RunFigures& run, const Figures& figures) {
+LoadOutcome ResultDatabase::load(const RunFigures& run, const Figures& figures) {
   try {
     SqliteTransaction whole(database_);
-    if (hasContent(database_, run)) return Outcome::THERE_ALREADY;
+    if (hasContent(database_, run)) return LoadOutcome::THERE_ALREADY;
     if (hasRun(database_, run, figures)) {
       throw DatabaseError("this run is there already, with other content");
     }
     Insertion insertion(database_);
     writeTables(run, figures, insertion);
     whole.commit();
-    return Outcome::LOADED;
+    return LoadOutcome::LOADED;
   } catch (const SqliteError& error) {
     throw DatabaseError(error.what());
   }
@@ -211,9 +164,9 @@ int upgradeSchema(const SqliteDatabase& database, std::span<const ResultTable* c
       database.execute(creation(*table));
       continue;
     }
-    for (const SqlColumn& column : sqlColumns(*table)) {
+    for (const StoredColumn& column : storedColumns(*table)) {
       if (column.since <= version) continue;
-      database.execute("ALTER TABLE " + std::string(table->name) + " ADD COLUMN " + column.text());
+      database.execute("ALTER TABLE " + std::string(table->name) + " ADD COLUMN " + declaration(column));
     }
   }
   const int newest = newestOf(tables);

@@ -1,35 +1,25 @@
 #pragma once
 
 #include <span>
-#include <stdexcept>
 #include <string>
 
 #include "figures/ResultTables.h"
+#include "store/ResultSchema.h"
 #include "store/Sqlite.h"
 
 namespace agent::tools {
 
-/// Why nothing can be loaded: into this database, or of this result.
-class DatabaseError : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
-
-/// The history of results in an SQLite database. docs/database.md describes its tables: those of
-/// ResultTables.h, in each of which a run's number and time stand in front, and in which a NAME is a column
-/// of text, as safeText shows it, with the exact bytes in one with "_bytes" behind where the two differ.
+/// The history of results in an SQLite database.
 class ResultDatabase {
  public:
   /// Opens the database, or makes it, and brings its schema up to this version's.
   /// @throws DatabaseError where it can't be written, is none, is another program's, or is newer
   explicit ResultDatabase(const std::string& path);
 
-  enum class Outcome { LOADED, THERE_ALREADY };
-
   /// Loads a whole result, or nothing of it. One with the same content that is there already, from the same
   /// host, stays as it is, whatever its file is called now. Others may load at the same time.
   /// @throws DatabaseError where the run is there with other content, or the database can't be written
-  Outcome load(const RunFigures& run, const Figures& figures);
+  LoadOutcome load(const RunFigures& run, const Figures& figures);
 
  private:
   SqliteDatabase database_;
