@@ -127,6 +127,10 @@ size_t harmlessLength(std::string_view bytes) {
   return length == 0 || isEscaped(bytes.substr(0, length)) ? 0 : length;
 }
 
+std::string inQuotes(std::string_view name) {
+  return '"' + safeText(name) + '"';
+}
+
 void appendSafe(std::string& text, std::string_view& bytes, Backslash backslash) {
   const size_t harmless = harmlessLength(bytes);
   // All bytes of a character that is escaped, one alone of what is none.

@@ -20,6 +20,9 @@ std::string safeText(std::string_view bytes, Backslash backslash = Backslash::DO
 /// `text`, escaped where it has to be.
 void appendSafe(std::string& text, std::string_view& bytes, Backslash backslash);
 
+/// A safe text in double quotes, for messages.
+std::string inQuotes(std::string_view bytes);
+
 /// Length of the UTF-8 character at the front, 0 where safeText escapes what stands there.
 size_t harmlessLength(std::string_view bytes);
 

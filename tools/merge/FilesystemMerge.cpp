@@ -5,6 +5,7 @@
 #include <optional>
 #include <utility>
 
+#include "Common/SafeText.h"
 #include "Common/ScanVOXTags.h"
 #include "Probe/Filesystem.h"
 #include "merge/RecordSums.h"
@@ -29,7 +30,7 @@ ResultNode FilesystemMerge::joinedFilesystem() const {
   for (const Section* section : sections_) {
     if (section->filesystem.flag(Filesystem::FILESYSTEM_SCANNED)) continue;
     if (sections_.size() == 1) break;  // of a file system that isn't cut its own result says so
-    throw ResultFileError(quotedName(*section->file) + ": " + quotedName(section->directory()) +
+    throw ResultFileError(inQuotes(*section->file) + ": " + inQuotes(section->directory()) +
                           " was not scanned");
   }
   ResultNode filesystem = sections_.front()->filesystem;
@@ -61,7 +62,7 @@ std::vector<const ResultNode*> FilesystemMerge::definitions() const {
       if (known == found.end()) {
         found.push_back(&statistic);
       } else if ((*known)->rows != statistic.rows) {
-        throw ResultFileError(quotedName(*section->file) + ": statistic " + id +
+        throw ResultFileError(inQuotes(*section->file) + ": statistic " + id +
                               " isn't defined as in the other results");
       }
     }
@@ -101,7 +102,7 @@ ResultNode FilesystemMerge::statistic(const ResultNode& definition) {
   if (parts.empty()) return merged;
   if (parts.size() != sections_.size()) {
     throw ResultFileError("statistic " + definition.text(Tags::SD_ID) + " of " +
-                          quotedName(sections_.front()->directory()) +
+                          inQuotes(sections_.front()->directory()) +
                           " isn't in all results, or twice in one");
   }
   Nodes& found = whole->children;

@@ -8,6 +8,7 @@
 #include <unordered_map>
 #include <utility>
 
+#include "Common/SafeText.h"
 #include "Common/ScanVOXTags.h"
 #include "Probe/Filesystem.h"
 #include "merge/FilesystemMerge.h"
@@ -74,11 +75,11 @@ void requireAllSlices(const std::vector<SliceResult>& slices) {
     ++marked;
     if (!first) first = known;
     if (known->cut != first->cut || known->mark.last != first->mark.last) {
-      throw ResultFileError(quotedName(slice.name) + " is of another cut than " + quotedName(slices[0].name));
+      throw ResultFileError(inQuotes(slice.name) + " is of another cut than " + inQuotes(slices[0].name));
     }
     const auto [other, isNew] = byNumber.emplace(known->mark.number, &slice);
     if (!isNew) {
-      throw ResultFileError(quotedName(slice.name) + " and " + quotedName(other->second->name) +
+      throw ResultFileError(inQuotes(slice.name) + " and " + inQuotes(other->second->name) +
                             " are both of slice " + std::to_string(known->mark.number));
     }
   }
@@ -103,8 +104,8 @@ void putWholeInFront(std::vector<Section*>& sections) {
   for (Section* section : sections) {
     const auto [other, isNew] = byMountPoint.emplace(section->mountPoint, section);
     if (isNew) continue;
-    throw ResultFileError(quotedName(*other->second->file) + " and " + quotedName(*section->file) +
-                          " are both of " + quotedName(section->directory()));
+    throw ResultFileError(inQuotes(*other->second->file) + " and " + inQuotes(*section->file) +
+                          " are both of " + inQuotes(section->directory()));
   }
   for (size_t i = 1; i < sections.size(); ++i) {
     Section& slice = *sections[i];
@@ -116,8 +117,8 @@ void putWholeInFront(std::vector<Section*>& sections) {
     }
     if (slice.holder != nullptr) continue;
     throw ResultFileError("what is left of the file system beside its slices is missing: neither of " +
-                          quotedName(sections.front()->directory()) + " and " +
-                          quotedName(slice.directory()) + " lies in the other");
+                          inQuotes(sections.front()->directory()) + " and " + inQuotes(slice.directory()) +
+                          " lies in the other");
   }
 }
 
@@ -126,9 +127,9 @@ void putWholeInFront(std::vector<Section*>& sections) {
 MergedResult mergeResults(std::vector<SliceResult> slices) {
   for (const SliceResult& slice : slices) {
     if (slice.file.fault)
-      throw ResultFileError(quotedName(slice.name) + " is not whole: " + slice.file.fault->text());
+      throw ResultFileError(inQuotes(slice.name) + " is not whole: " + slice.file.fault->text());
     if (!isOfThisVersion(slice.file.nodes))
-      throw ResultFileError(quotedName(slice.name) + " has other columns than this version writes");
+      throw ResultFileError(inQuotes(slice.name) + " has other columns than this version writes");
   }
   requireAllSlices(slices);
   MergedResult merged;

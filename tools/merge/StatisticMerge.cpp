@@ -48,10 +48,6 @@ void append(Nodes& to, Nodes nodes) {
   to.insert(to.end(), std::make_move_iterator(nodes.begin()), std::make_move_iterator(nodes.end()));
 }
 
-std::string quotedName(std::string_view name) {
-  return "\"" + safeText(name) + "\"";
-}
-
 void stripSlash(ResultNode& entry, const std::string& whole) {
   std::string& name = cellOf(entry, Tags::FA_NAME);
   if (name.size() > 1 && name.ends_with('/') && name != whole) name.pop_back();
@@ -81,7 +77,7 @@ size_t StatisticMerge::wanted(const char* column) const {
 }
 
 void StatisticMerge::note(const std::string& sentence) const {
-  notes_.push_back("statistic " + quotedName(definition_.text(Tags::SD_NAME)) + ": " + sentence);
+  notes_.push_back("statistic " + inQuotes(definition_.text(Tags::SD_NAME)) + ": " + sentence);
 }
 
 /// The records of a class, of one section behind the other.
@@ -162,8 +158,7 @@ Nodes StatisticMerge::directories() const {
   keepGreatest(nodes, count, totalOf);
   for (const auto& [name, most] : unknown) {
     const bool isTooSmall = nodes.size() == count && totalOf(nodes.back()) >= most;
-    if (!isTooSmall)
-      note("the list of directories may lack " + quotedName(name) + ", which lies above slices");
+    if (!isTooSmall) note("the list of directories may lack " + inQuotes(name) + ", which lies above slices");
   }
   return nodes;
 }
@@ -181,7 +176,7 @@ std::map<std::string, StatisticMerge::AboveSlices> StatisticMerge::aboveSlices()
         foundBy(statisticNamed(slice, sliceStatisticName(SliceStatistic::ITSELF, id_)));
     const ResultNode* const itself = found != nullptr ? found->child(Tags::SUM) : nullptr;
     if (itself == nullptr) {
-      note("the list of directories has " + quotedName(parent) + " without " + quotedName(directory) +
+      note("the list of directories has " + inQuotes(parent) + " without " + inQuotes(directory) +
            ", which lies in it: no slice tells of that one");
     } else if (itself->number(Tags::SUM_DIR_CNT) > 0) {  // otherwise the selection passes over it
       AboveSlices& above = all[parent];
@@ -280,7 +275,7 @@ std::vector<const ResultNode*> StatisticMerge::allTypes() const {
         (every != nullptr ? every : parts_[i])->childrenOf(Tags::FTP_SUMM);
     const size_t longest = every != nullptr ? size_t{LONGEST_LIST} : wanted(Tags::SD_LARGEST_FTYPES);
     if (sections_.size() > 1 && longest > 0 && types.size() >= longest) {
-      note("the totals of file types may be too small: the list of " + quotedName(sections_[i]->directory()) +
+      note("the totals of file types may be too small: the list of " + inQuotes(sections_[i]->directory()) +
            " has no room for all of them");
     }
     all.insert(all.end(), types.begin(), types.end());

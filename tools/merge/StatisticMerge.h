@@ -29,9 +29,6 @@ struct Section {
 /// Puts nodes behind others.
 void append(std::vector<ResultNode>& to, std::vector<ResultNode> nodes);
 
-/// A name in double quotes, for messages.
-std::string quotedName(std::string_view name);
-
 /// The directory of a slice is an entry like others in a single walk, which writes no slash behind it.
 /// @param whole mount point of the file system
 void stripSlash(ResultNode& entry, const std::string& whole);

@@ -24,7 +24,7 @@ std::vector<SliceResult> read(const std::vector<std::string>& results) {
     try {
       slices.push_back({name, readResultFile(name)});
     } catch (const ResultFileError& error) {
-      throw ResultFileError("\"" + safeText(name) + "\": " + error.what());
+      throw ResultFileError(inQuotes(name) + ": " + error.what());
     }
   }
   return slices;
@@ -42,9 +42,9 @@ void writeMerged(const std::vector<std::string>& results, const std::string& out
     print.closeFile();
     file.rename(Readers::AS_USUAL);
   } catch (const VOXIOException& error) {
-    throw ResultFileError("\"" + safeText(output) + "\" stays as it is: " + error.getCause());
+    throw ResultFileError(inQuotes(output) + " stays as it is: " + error.getCause());
   } catch (const std::runtime_error& error) {
-    throw ResultFileError("\"" + safeText(output) + "\" stays as it is: " + error.what());
+    throw ResultFileError(inQuotes(output) + " stays as it is: " + error.what());
   }
 }
 

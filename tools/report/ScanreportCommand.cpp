@@ -1,9 +1,6 @@
 #include "report/ScanreportCommand.h"
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <array>
 #include <filesystem>
 #include <optional>
 #include <sstream>
@@ -21,12 +18,12 @@
 #include "report/CsvReport.h"
 #include "report/HtmlReport.h"
 #include "report/JsonReport.h"
+#include "report/LoadCommand.h"
 #include "report/MergedFile.h"
 #include "report/PrometheusReport.h"
 #include "report/ReplacedFile.h"
 #include "report/ScanreportOptions.h"
 #include "report/TextReport.h"
-#include "store/ResultDatabase.h"
 #include "terminal/CommandOptions.h"
 #include "terminal/Pager.h"
 
@@ -34,21 +31,12 @@ namespace agent::tools {
 
 namespace {
 
-constexpr int SHOWN = 0;
-constexpr int NOT_WHOLE = 1;
-constexpr int BAD_USAGE = 2;
-constexpr int LIMIT_PASSED = 3;
-
-std::string inQuotes(std::string_view text) {
-  return "\"" + safeText(text) + "\"";
-}
-
 /// The one result file of a request that shows one, in which nothing is at odds.
 const std::string& onlyFile(const ReportRequest& request) {
   if (request.files.size() > 1) {
     throw UsageError("two files are named, " + inQuotes(request.files[0]) + " and " +
                      inQuotes(request.files[1]) +
-                     ": it shows one at a time, and only --sqlite and --merge take several");
+                     ": it shows one at a time, and only --sqlite, --postgres and --merge take several");
   }
   const bool needsOlder = std::any_of(request.alerts.begin(), request.alerts.end(), [](const Alert& alert) {
     return alert.subject == Alert::Subject::GROWTH;
@@ -80,16 +68,6 @@ bool tellAlerts(const ReportRequest& request, const Figures& figures, const Comp
     }
   }
   return isAnyPassed;
-}
-
-/// This host's, unless another one is named.
-std::string hostOf(const ReportRequest& request) {
-  if (!request.host.empty()) return request.host;
-  std::array<char, 256> name{};  // of HOST_NAME_MAX and its end, four times
-  if (gethostname(name.data(), name.size() - 1) != 0) {
-    throw ResultFileError("this host's name can't be had; --host gives one");
-  }
-  return name.data();
 }
 
 /// Writes the page of a result.
@@ -147,14 +125,6 @@ int show(const ReportRequest& request, std::ostream& out, std::ostream& err, con
   return !isWhole ? NOT_WHOLE : isPassed ? LIMIT_PASSED : SHOWN;
 }
 
-/// A result, with its checksum, for forms that can't tell that one isn't whole.
-/// @throws ResultFileError where it isn't
-ResultFile wholeResult(const std::string& file) {
-  ResultFile result = readResultFile(file, Checksum::SHA256);
-  if (result.fault) throw ResultFileError("it is not whole: " + result.fault->text());
-  return result;
-}
-
 /// Prints or writes a form that other programs read.
 int hand(const ReportRequest& request, std::ostream& out) {
   const std::string& file = onlyFile(request);
@@ -176,44 +146,6 @@ int hand(const ReportRequest& request, std::ostream& out) {
   }
   if (!out.flush()) throw ResultFileError("standard output can't be written");
   return SHOWN;
-}
-
-std::optional<ResultDatabase> openDatabase(const std::string& path, std::ostream& err) {
-  try {
-    return std::optional<ResultDatabase>(path);
-  } catch (const DatabaseError& error) {
-    err << "scanreport: the database " << inQuotes(path) << " can't be used: " << error.what() << "\n";
-    return std::nullopt;
-  }
-}
-
-/// Loads a result.
-/// @return what has become of it, for people
-const char* loaded(ResultDatabase& database, const std::string& host, const std::string& file) {
-  const ResultFile result = wholeResult(file);
-  const Figures figures = figuresOf(result);
-  if (figures.filesystems.empty()) return "nothing to load, no file system was scanned";
-  const LoadOutcome outcome = database.load({host, runNameOf(file), result.checksum}, figures);
-  return outcome == LoadOutcome::LOADED ? "loaded" : "there already";
-}
-
-/// Loads every file that can be loaded, and tells why others can't.
-int load(const ReportRequest& request, std::ostream& out, std::ostream& err) {
-  const std::string host = hostOf(request);
-  std::optional<ResultDatabase> database = openDatabase(request.sqlite, err);
-  if (!database) return NOT_WHOLE;
-  int status = SHOWN;
-  for (const std::string& file : request.files) {
-    try {
-      const char* const outcome = loaded(*database, host, file);
-      out << safeText(file) << ": " << outcome << "\n";
-    } catch (const std::exception& error) {
-      err << "scanreport: " << inQuotes(file) << " isn't loaded: " << error.what() << "\n";
-      status = NOT_WHOLE;
-    }
-  }
-  out.flush();
-  return status;
 }
 
 int merge(const ReportRequest& request, std::ostream& err) {
@@ -241,8 +173,11 @@ int scanreport(const std::vector<std::string>& arguments, std::ostream& out, std
       out << *text << std::flush;
       return SHOWN;
     }
+    if (request.files.empty() && (request.postgres.empty() || request.spool.empty()))
+      throw UsageError("FILE is required");
     if (request.merge) return merge(request, err);
-    if (!request.sqlite.empty()) return load(request, out, err);
+    if (!request.sqlite.empty()) return loadIntoFile(request, out, err);
+    if (!request.postgres.empty()) return sendToServer(request, out, err);
     if (request.csv != nullptr || !request.prometheus.empty()) return hand(request, out);
     return show(request, out, err, screen);
   } catch (const UsageError& error) {

@@ -33,6 +33,32 @@ std::string emptiness(const std::string& name) {
   return name.empty() ? "an empty name is none" : "";
 }
 
+CLI::Option* addPostgres(CLI::App& command, ReportRequest& request) {
+  CLI::Option* const postgres = command
+                                    .add_option("--postgres", request.postgres,
+                                                "load results into the database of a fleet\n"
+                                                "CONNINFO is as libpq(3) has it: \"host=db dbname=scans "
+                                                "sslmode=verify-full\", \"service=scans\" or a "
+                                                "URI. A password doesn't stand in it, but in ~/.pgpass or a "
+                                                "service file. The tables, divided by months, "
+                                                "and views that answer questions are made in a schema "
+                                                "\"scan\"; a result that is there already changes "
+                                                "nothing. Several may load at once.")
+                                    ->type_name("CONNINFO")
+                                    ->check(emptiness);
+  command
+      .add_option(
+          "--spool", request.spool,
+          "where results of --postgres wait for a server\n"
+          "While the server is away, a copy of each result is put into this directory, which is made where "
+          "there is none; the next run sends what waits first, with or without a FILE of its own. What the "
+          "server refuses is kept there under a name that begins with refused.")
+      ->type_name("DIRECTORY")
+      ->check(emptiness)
+      ->needs(postgres);
+  return postgres;
+}
+
 /// What machines read.
 void addExports(CLI::App& command, ReportRequest& request) {
   CLI::Option* const json = command.get_option("--json");
@@ -72,15 +98,16 @@ void addExports(CLI::App& command, ReportRequest& request) {
           ->check(emptiness);
   command
       .add_option("--host", request.host,
-                  "the host that has been scanned (this one)\nFor --sqlite and --csv.")
+                  "the host that has been scanned (this one)\nFor --sqlite, --postgres and --csv.")
       ->type_name("NAME");
+  CLI::Option* const postgres = addPostgres(command, request);
   CLI::Option* const against = command.get_option("--against");
-  for (CLI::Option* one : {json, csv, prometheus, sqlite, against}) {
-    for (CLI::Option* other : {json, csv, prometheus, sqlite, against}) {
+  for (CLI::Option* one : {json, csv, prometheus, sqlite, postgres, against}) {
+    for (CLI::Option* other : {json, csv, prometheus, sqlite, postgres, against}) {
       if (one != other) one->excludes(other);
     }
   }
-  for (CLI::Option* one : {csv, prometheus, sqlite}) {
+  for (CLI::Option* one : {csv, prometheus, sqlite, postgres}) {
     one->excludes(command.get_option("--alert"));
     one->excludes(command.get_option("--html"));
   }
@@ -107,7 +134,7 @@ void addMerge(CLI::App& command, ReportRequest& request) {
   merge->needs(output);
   output->needs(merge);
   for (const char* const other :
-       {"--json", "--csv", "--prometheus", "--sqlite", "--against", "--alert", "--html"}) {
+       {"--json", "--csv", "--prometheus", "--sqlite", "--postgres", "--against", "--alert", "--html"}) {
     merge->excludes(command.get_option(other));
   }
 }
@@ -119,10 +146,9 @@ std::unique_ptr<CLI::App> scanreportCommand(ReportRequest& request) {
   beginCommand(*command, "scanreport", "[option...] FILE...",
                "Shows what a scan has found. Of a file that breaks off it shows what is sound.",
                "Exit codes: 0 done, 1 a file can't be read, written or isn't whole, 2 wrong arguments,\n"
-               "  3 something passes an --alert.\n"
+               "  3 something passes an --alert, 4 a result waits in the --spool.\n"
                "Example: scanreport output/server/daily.0001_scan.00000001.dat");
-  command->add_option("FILE", request.files, "the result file; several for --sqlite and --merge")
-      ->required()
+  command->add_option("FILE", request.files, "the result file; several for --sqlite, --postgres and --merge")
       ->type_name("FILE");
   command
       ->add_option("--rows", request.style.rows,

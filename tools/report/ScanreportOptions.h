@@ -22,6 +22,8 @@ struct ReportRequest {
   const ResultTable* csv = nullptr;  ///< the table that is asked for
   std::string prometheus;            ///< a file, or "-"
   std::string sqlite;                ///< the database
+  std::string postgres;              ///< a connection string
+  std::string spool;                 ///< a directory; empty: none
   std::string host;
   std::string html;    ///< the page's file, "-" for standard output; empty: none
   bool merge = false;  ///< join the files, which are of slices

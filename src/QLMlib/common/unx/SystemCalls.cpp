@@ -43,6 +43,7 @@ constinit SystemCallTable sys{
     .fclose{::fclose},
     .flock{::flock},
     .fstat{::fstat},
+    .fsync{::fsync},
     .ftruncate{::ftruncate},
     .ioctl{[](int descriptor, unsigned long request, void* argument) {
       return ::ioctl(descriptor, request, argument);

@@ -121,6 +121,7 @@ struct SystemCallTable {
   Never<int(std::FILE* stream)> fclose;
   Again<int(int descriptor, int operation)> flock;
   Again<int(int descriptor, struct stat* result)> fstat;
+  Again<int(int descriptor)> fsync;
   Again<int(int descriptor, off_t length)> ftruncate;
   Again<int(int descriptor, unsigned long request, void* argument)> ioctl;
   Again<int(int descriptor)> isatty;
