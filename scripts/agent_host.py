@@ -1,5 +1,5 @@
 """An installed agent beside file systems that may be maltreated: what the drivers in this directory
-(attack, endure, faults, fleet-nodes, limits, memcheck, roads, slices) stand on. Not started by itself.
+(attack, endure, faults, fleet-hosts, fleet-nodes, limits, memcheck, roads, slices) stand on. Not started by itself.
 """
 
 import glob
@@ -27,6 +27,24 @@ def enter_namespace():
     inside = ["unshare", *([] if os.geteuid() == 0 else ["-r"]), "-m", "--propagation", "private"]
     if subprocess.run([*inside, "true"], stderr=subprocess.DEVNULL, check=False).returncode != 0:
         print("no mount namespace can be had here, so there is nothing to scan")
+        sys.exit(CANNOT_BEGIN)
+    os.environ["AGENT_HOST_INSIDE"] = "1"
+    os.execvp("unshare", [*inside, sys.executable, *sys.argv])
+
+
+def enter_own_world(*programs):
+    """Starts the script again with mounts, a network, a name and processes of its own, of which all end when the first
+    does. It needs root and these programs."""
+    if os.environ.get("AGENT_HOST_INSIDE") == "1":
+        return
+    missing = [program for program in programs if shutil.which(program) is None]
+    inside = ["unshare", "--mount", "--net", "--uts", "--pid", "--fork", "--kill-child", "--mount-proc",
+              "--propagation", "private"]
+    if missing:
+        print(f"there is no {', '.join(missing)} here: scripts/install-packages fleet")
+        sys.exit(CANNOT_BEGIN)
+    if os.geteuid() != 0 or subprocess.run([*inside, "true"], stderr=subprocess.DEVNULL, check=False).returncode != 0:
+        print("namespaces of its own take root")
         sys.exit(CANNOT_BEGIN)
     os.environ["AGENT_HOST_INSIDE"] = "1"
     os.execvp("unshare", [*inside, sys.executable, *sys.argv])

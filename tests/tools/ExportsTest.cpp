@@ -178,7 +178,8 @@ TEST(ExportsTest, OneFormIsAskedForAtATimeAndOneFileButByTheDatabase) {
            {{"--prometheus", "-", "--sqlite", "db", "a"}, "--prometheus excludes --sqlite"},
            {{"--csv", "users", "a"}, "users not in {run,filesystem"},
            {{"--sqlite", "", "a"}, "--sqlite: an empty name is none"},
-           {{"--csv", "run", "a", "b"}, "one at a time, and only --sqlite, --postgres and --merge take several"}}) {
+           {{"--csv", "run", "a", "b"},
+            "one at a time, and only --sqlite, --postgres and --merge take several"}}) {
     const Report refused(arguments);
     EXPECT_EQ(refused.status, 2);
     EXPECT_THAT(refused.err, HasSubstr(reason));

@@ -72,7 +72,7 @@ class Insertion : public TableSink {
       statement.bindNumber(run_).bindNumber(runTime_);
     }
     const std::vector<StoredCell> stored = storedCells(table, cells);  // which live until it is carried out
-    for (const StoredCell& cell : stored) bind(statement, cell);
+    for (const StoredCell& cell : stored) bindCell(statement, cell);
     statement.run();
     if (isRun(table)) {
       run_ = database_.lastId();
@@ -81,7 +81,7 @@ class Insertion : public TableSink {
   }
 
  private:
-  static void bind(SqliteStatement& statement, const StoredCell& cell) {
+  static void bindCell(SqliteStatement& statement, const StoredCell& cell) {
     switch (cell.kind) {
       case StoredCell::Kind::NONE:
         statement.bindNull();
