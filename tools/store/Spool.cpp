@@ -97,6 +97,18 @@ std::string nameNow(const std::string& checksum) {
   return digits + "." + checksum.substr(0, CHECKSUM_LETTERS);
 }
 
+/// What processes left that were killed while they put something there. A day is longer than any of them takes.
+void removeHalves(const std::string& directory) {
+  const auto yesterday = files::file_time_type::clock::now() - std::chrono::hours(24);
+  std::error_code error;
+  for (const files::directory_entry& entry : files::directory_iterator(directory, error)) {
+    std::error_code ignored;
+    const bool isHalf = entry.path().filename().string().starts_with('.');
+    if (isHalf && entry.last_write_time(ignored) < yesterday && !ignored)
+      files::remove_all(entry.path(), ignored);
+  }
+}
+
 std::string contentOf(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(file), {}};
@@ -162,6 +174,7 @@ void Spool::sendAll(const std::function<bool(const SpooledResult&)>& send) const
     if (errno == EWOULDBLOCK) return;
     fail("can't be locked:", directory_, errno);
   }
+  removeHalves(directory_);
   for (const SpooledResult& result : waiting()) {
     if (!send(result)) continue;
     std::error_code error;
