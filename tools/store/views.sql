@@ -3,9 +3,11 @@
 -- Functions and views of the schema "scan", for people and dashboards: see docs/database.md. A database whose
 -- version is lower gets them anew, so raise the number with each change; columns may only be added at a view's end.
 
--- The tables of the month in which a run began, in UTC. Loaders call it, who may not make tables themselves.
+-- The tables of the month in which a run began, in UTC. Loaders call it, who may not make tables themselves. It does
+-- what it does with its owner's rights: pg_temp has to stand at the end of its path, since it would be looked at first
+-- otherwise, and whoever calls it could have a view of their own there in the place of pg_class.
 CREATE OR REPLACE FUNCTION scan.make_month(moment bigint) RETURNS void
-LANGUAGE plpgsql SECURITY DEFINER SET search_path = pg_catalog AS $$
+LANGUAGE plpgsql SECURITY DEFINER SET search_path = pg_catalog, pg_temp AS $$
 DECLARE
   month timestamp := date_trunc('month', to_timestamp(moment) AT TIME ZONE 'UTC');
   divided name;
@@ -19,10 +21,28 @@ BEGIN
                    extract(epoch FROM month + interval '1 month')::bigint);
   END LOOP;
 END $$;
+REVOKE EXECUTE ON FUNCTION scan.make_month FROM PUBLIC;
+
+-- Lets a role load results, and see no more of those that are there than whether it has loaded one: the names of
+-- everybody's files are in them. To be called again when an upgrade has brought new tables.
+CREATE OR REPLACE FUNCTION scan.let_load(loader name) RETURNS void
+LANGUAGE plpgsql SET search_path = pg_catalog, pg_temp AS $$
+DECLARE
+  divided name;
+BEGIN
+  EXECUTE format('GRANT USAGE ON SCHEMA scan TO %I', loader);
+  EXECUTE format('GRANT SELECT ON scan.version TO %I', loader);
+  EXECUTE format('GRANT INSERT, SELECT (run_id, host, checksum) ON scan.run TO %I', loader);
+  EXECUTE format('GRANT EXECUTE ON FUNCTION scan.make_month TO %I', loader);
+  FOR divided IN SELECT relname FROM pg_class WHERE relnamespace = 'scan'::regnamespace AND relkind = 'p'
+  LOOP
+    EXECUTE format('GRANT INSERT ON scan.%I TO %I', divided, loader);
+  END LOOP;
+END $$;
 
 -- Takes away all months that end before a time, by dropping their tables; returns how many runs those were.
 CREATE OR REPLACE FUNCTION scan.forget(before timestamptz) RETURNS bigint
-LANGUAGE plpgsql SET search_path = pg_catalog AS $$
+LANGUAGE plpgsql SET search_path = pg_catalog, pg_temp AS $$
 DECLARE
   month timestamp := date_trunc('month', before AT TIME ZONE 'UTC');
   old name;
