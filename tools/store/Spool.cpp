@@ -186,7 +186,7 @@ void Spool::sendAll(const std::function<bool(const SpooledResult&)>& send) const
 
 std::string Spool::setAside(const SpooledResult& result) const {
   const std::string name = result.directory.substr(result.directory.rfind('/') + 1);
-  const std::string aside = directory_ + "/" + std::string(REFUSED) + name;
+  std::string aside = directory_ + "/" + std::string(REFUSED) + name;
   if (sys.rename(result.directory.c_str(), aside.c_str()) != 0)
     fail("can't be set aside:", result.directory, errno);
   return aside;
