@@ -179,7 +179,7 @@ std::optional<SchemaVersion> versionOf(const PostgresDatabase& database) {
   const PostgresRows rows = database.query(
       "SELECT tables, views, pg_has_role(nspowner, 'USAGE')::integer FROM scan.version, pg_namespace "
       "WHERE nspname = 'scan'");
-  if (rows.rows() != 1) throw DatabaseError("its schema \"scan\" is another program's");
+  if (rows.rows() != 1) throw UnusableDatabaseError("its schema \"scan\" is another program's");
   const auto number = [&rows](int column) { return std::stoi(rows.cell(0, column).value_or("0")); };
   return SchemaVersion{number(0), number(1), number(2) != 0};
 }
@@ -204,14 +204,14 @@ void PostgresFleetDatabase::prepare() {
 void PostgresFleetDatabase::makeSchema(int version) {
   const int newest = newestOf(resultTables());
   if (version > newest) {
-    throw DatabaseError("it has version " + std::to_string(version) +
-                        " of the schema, and this scanreport knows those up to " + std::to_string(newest));
+    throw UnusableDatabaseError("it has version " + std::to_string(version) +
+                                " of the schema, and this scanreport knows those up to " + std::to_string(newest));
   }
   if (database_.query("SHOW server_encoding").cell(0, 0) != "UTF8")
-    throw DatabaseError("its encoding has to be UTF8");
+    throw UnusableDatabaseError("its encoding has to be UTF8");
   if (version == 0) {
     if (database_.query("SELECT 1 FROM pg_namespace WHERE nspname = 'scan'").rows() > 0)
-      throw DatabaseError("its schema \"scan\" is another program's");
+      throw UnusableDatabaseError("its schema \"scan\" is another program's");
     database_.execute(
         "CREATE SCHEMA scan; CREATE TABLE scan.version (tables integer NOT NULL, views integer NOT NULL);"
         "INSERT INTO scan.version VALUES (0, 0)");
@@ -245,7 +245,9 @@ std::string monthOf(int64_t seconds) {
 void PostgresFleetDatabase::makeMonth(int64_t runTime) {
   const std::string last = "scan." + std::string(resultTables().back()->name) + "_" + monthOf(runTime);
   if (database_.query("SELECT to_regclass($1)", {last}).cell(0, 0)) return;
+  PostgresTransaction whole(database_);
   database_.query("SELECT scan.make_month($1::bigint)", {std::to_string(runTime)});
+  whole.commit();
 }
 
 /// @return its number; none where such a run is there
@@ -290,6 +292,7 @@ LoadOutcome PostgresFleetDatabase::load(const RunFigures& run, const Figures& fi
   return LoadOutcome::LOADED;
 } catch (const PostgresError& error) {
   if (error.kind() == PostgresError::Kind::AWAY) throw ServerAwayError(error.what());
+  if (error.kind() == PostgresError::Kind::UNUSABLE) throw UnusableDatabaseError(error.what());
   throw DatabaseError(error.what());
 }
 
@@ -308,7 +311,7 @@ std::unique_ptr<FleetDatabase> openFleetDatabase(const std::string& connection) 
   return std::make_unique<PostgresFleetDatabase>(connection);
 } catch (const PostgresError& error) {
   if (error.kind() == PostgresError::Kind::AWAY) throw ServerAwayError(error.what());
-  throw DatabaseError(std::string("its schema can't be made: ") + error.what());
+  throw UnusableDatabaseError(std::string("its schema can't be made: ") + error.what());
 }
 
 }  // namespace agent::tools
