@@ -97,7 +97,8 @@ std::string nameNow(const std::string& checksum) {
   return digits + "." + checksum.substr(0, CHECKSUM_LETTERS);
 }
 
-/// What processes left that were killed while they put something there. A day is longer than any of them takes.
+/// What processes left that were killed while they put something there. A day is longer than any of them
+/// takes.
 void removeHalves(const std::string& directory) {
   const auto yesterday = files::file_time_type::clock::now() - std::chrono::hours(24);
   std::error_code error;
