@@ -225,3 +225,8 @@ FROM scan.newest_run JOIN scan.filesystem USING (run_id, run_time)
 JOIN scan.statistic USING (run_id, run_time, filesystem_number)
 JOIN scan.file USING (run_id, run_time, statistic_number)
 WHERE accessed < scan_time - 365 * 86400;
+
+-- Tables that an upgrade has brought get the months that the others have.
+SELECT scan.make_month(extract(epoch FROM to_date(month, 'YYYY_MM'))::bigint)
+FROM (SELECT DISTINCT right(relname, 7) AS month FROM pg_class JOIN pg_inherits ON inhrelid = pg_class.oid
+  WHERE relnamespace = 'scan'::regnamespace AND relkind = 'r') AS months;
