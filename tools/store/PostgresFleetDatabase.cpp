@@ -43,19 +43,21 @@ std::string withRun(std::vector<std::string> names) {
 }
 
 /// A table as this version has it. Rows refer to their run alone: a foreign key to another divided table
-/// would be looked up for each row, and one transaction has brought both.
+/// would be looked up for each row, and one transaction has brought both. They do so by its time too, or a
+/// run that is deleted would be looked for in all months.
 std::string creation(const ResultTable& table) {
   std::string columns;
   for (const StoredColumn& column : storedColumns(table)) columns += ",\n  " + declaration(column);
   if (isRun(table)) {
-    return "CREATE TABLE scan.run (\n  run_id bigint GENERATED ALWAYS AS IDENTITY PRIMARY KEY" + columns +
-           ",\n  UNIQUE (host, job, schedule, run_time, run_number),\n  UNIQUE (host, checksum)\n);\n"
+    return "CREATE TABLE scan.run (\n  run_id bigint GENERATED ALWAYS AS IDENTITY" + columns +
+           ",\n  PRIMARY KEY (run_id, run_time),\n  UNIQUE (host, job, schedule, run_time, run_number),\n  "
+           "UNIQUE (host, checksum)\n);\n"
            "CREATE INDEX run_by_time ON scan.run (run_time);\n";
   }
-  return "CREATE TABLE " + qualified(table) +
-         " (\n  run_id bigint NOT NULL REFERENCES scan.run ON DELETE CASCADE,\n  run_time bigint NOT NULL" +
+  return "CREATE TABLE " + qualified(table) + " (\n  run_id bigint NOT NULL,\n  run_time bigint NOT NULL" +
          columns + ",\n  PRIMARY KEY (" + withRun(keyColumns(table)) +
-         ")\n) PARTITION BY RANGE (run_time);\n";
+         "),\n  FOREIGN KEY (run_id, run_time) REFERENCES scan.run ON DELETE CASCADE\n) PARTITION BY RANGE "
+         "(run_time);\n";
 }
 
 /// What a schema of an older version lacks.
@@ -205,7 +207,8 @@ void PostgresFleetDatabase::makeSchema(int version) {
   const int newest = newestOf(resultTables());
   if (version > newest) {
     throw UnusableDatabaseError("it has version " + std::to_string(version) +
-                                " of the schema, and this scanreport knows those up to " + std::to_string(newest));
+                                " of the schema, and this scanreport knows those up to " +
+                                std::to_string(newest));
   }
   if (database_.query("SHOW server_encoding").cell(0, 0) != "UTF8")
     throw UnusableDatabaseError("its encoding has to be UTF8");
