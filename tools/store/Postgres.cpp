@@ -38,8 +38,8 @@ bool isOneOf(std::string_view state, const std::array<std::string_view, SIZE>& c
 
 /// By SQLSTATE (PostgreSQL's appendix A), most of which tell by their first letters what is at fault.
 PostgresError::Kind kindOf(std::string_view state) {
-  // A connection, a rollback, resources, an operator or a time limit, the system, a standby, a lock, a fault of
-  // the server.
+  // A connection, a rollback, resources, an operator or a time limit, the system, a standby, a lock, a fault
+  // of the server.
   constexpr std::array<std::string_view, 8> LATER = {"08", "40", "53", "57", "58", "25006", "55P03", "XX"};
   // Data, a constraint, a limit of the server, what a trigger raises.
   constexpr std::array<std::string_view, 4> OF_DATA = {"22", "23", "54", "P0"};
@@ -93,9 +93,11 @@ PostgresDatabase::PostgresDatabase(const std::string& connection) {
   // The environment comes last: behind the connection string and a service file.
   setenv("PGCONNECT_TIMEOUT", "10", 0);
   // The connection string may say otherwise in what stands in front of it, but not in what stands behind.
-  constexpr std::array<const char*, 6> NAMES = {
-      "keepalives_idle", "tcp_user_timeout", "fallback_application_name", "dbname", "client_encoding", nullptr};
-  const std::array<const char*, 6> values = {"30", "60000", "scanreport", connection.c_str(), "UTF8", nullptr};
+  constexpr std::array<const char*, 6> NAMES = {"keepalives_idle",           "tcp_user_timeout",
+                                                "fallback_application_name", "dbname",
+                                                "client_encoding",           nullptr};
+  const std::array<const char*, 6> values = {"30",   "60000", "scanreport", connection.c_str(),
+                                             "UTF8", nullptr};
   connection_.reset(PQconnectdbParams(NAMES.data(), values.data(), 1));
   if (connection_ == nullptr) throw std::bad_alloc();
   if (PQstatus(connection_.get()) != CONNECTION_OK)
@@ -140,7 +142,8 @@ void PostgresDatabase::flush() const {
   }
 }
 
-/// All that a statement, or the end of a COPY, has for an answer, since libpq takes no other statement before.
+/// All that a statement, or the end of a COPY, has for an answer, since libpq takes no other statement
+/// before.
 /// @param isAsked whether libpq has taken it
 /// @return the last of its results
 PostgresRows PostgresDatabase::answer(bool isAsked) const {
@@ -181,9 +184,8 @@ PostgresRows PostgresDatabase::query(const std::string& sql,
   values.reserve(parameters.size());
   for (const std::string& parameter : parameters) values.push_back(parameter.c_str());
   const bool isAsked =
-      hasAnswered_ &&
-      PQsendQueryParams(connection_.get(), sql.c_str(), static_cast<int>(values.size()), nullptr,
-                        values.data(), nullptr, nullptr, 0) == 1;
+      hasAnswered_ && PQsendQueryParams(connection_.get(), sql.c_str(), static_cast<int>(values.size()),
+                                        nullptr, values.data(), nullptr, nullptr, 0) == 1;
   return answer(isAsked, PGRES_TUPLES_OK);
 }
 
