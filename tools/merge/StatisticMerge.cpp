@@ -42,6 +42,14 @@ const ResultNode* foundBy(const ResultNode* statistic) {
                                                                                : nullptr;
 }
 
+/// Copies of records.
+Nodes copiesOf(const std::vector<const ResultNode*>& nodes) {
+  Nodes copies;
+  copies.reserve(nodes.size());
+  for (const ResultNode* node : nodes) copies.push_back(*node);
+  return copies;
+}
+
 }  // namespace
 
 void append(Nodes& to, Nodes nodes) {
@@ -81,32 +89,33 @@ void StatisticMerge::note(const std::string& sentence) const {
 }
 
 /// The records of a class, of one section behind the other.
-Nodes StatisticMerge::gathered(const char* tag) const {
-  Nodes nodes;
+std::vector<const ResultNode*> StatisticMerge::gathered(const char* tag) const {
+  std::vector<const ResultNode*> nodes;
   for (const ResultNode* part : parts_) {
-    for (const ResultNode* node : part->childrenOf(tag)) nodes.push_back(*node);
+    const std::vector<const ResultNode*> more = part->childrenOf(tag);
+    nodes.insert(nodes.end(), more.begin(), more.end());
   }
   return nodes;
 }
 
 std::optional<ResultNode> StatisticMerge::joined(const char* tag) const {
-  const Nodes nodes = gathered(tag);
+  const std::vector<const ResultNode*> nodes = gathered(tag);
   if (nodes.empty()) return std::nullopt;
-  ResultNode sum = nodes.front();
-  for (size_t i = 1; i < nodes.size(); ++i) join(sum, nodes[i]);
+  ResultNode sum = *nodes.front();
+  for (size_t i = 1; i < nodes.size(); ++i) join(sum, *nodes[i]);
   return sum;
 }
 
 /// Of records the first `wanted`, those with the greatest keys in front; what is equal stays in its order.
-template <typename Key>
-void keepGreatest(Nodes& nodes, size_t wanted, Key keyOf) {
+template <typename Node, typename Key>
+void keepGreatest(std::vector<Node>& nodes, size_t wanted, Key keyOf) {
   std::vector<std::pair<int64_t, size_t>> order;
   order.reserve(nodes.size());
   for (size_t i = 0; i < nodes.size(); ++i) order.emplace_back(keyOf(nodes[i]), i);
   std::stable_sort(order.begin(), order.end(),
                    [](const auto& a, const auto& b) { return a.first > b.first; });
   if (order.size() > wanted) order.resize(wanted);
-  Nodes kept;
+  std::vector<Node> kept;
   kept.reserve(order.size());
   for (const auto& [key, place] : order) kept.push_back(std::move(nodes[place]));
   nodes = std::move(kept);
@@ -135,7 +144,7 @@ void addDirectory(ResultNode& above, const ResultNode& itself) {
 Nodes StatisticMerge::directories() const {
   const size_t count = wanted(Tags::SD_LARGEST_DIRS);
   if (count == 0) return {};
-  Nodes nodes = gathered(Tags::DIR);
+  Nodes nodes = copiesOf(gathered(Tags::DIR));
   std::unordered_map<std::string, size_t> places;
   for (ResultNode& directory : nodes) {
     stripSlash(directory, sections_.front()->mountPoint);
@@ -252,15 +261,16 @@ constexpr std::array<FileListRule, 5> FILE_LISTS = {{
 Nodes StatisticMerge::files() const {
   const auto filesystemType =
       static_cast<int16_t>(sections_.front()->filesystem.number(Filesystem::FILESYSTEM_TYPE));
-  const Nodes all = gathered(Tags::SFILE);
+  const std::vector<const ResultNode*> all = gathered(Tags::SFILE);
   Nodes nodes;
   for (const FileListRule& rule : FILE_LISTS) {
-    Nodes list;
-    std::copy_if(all.begin(), all.end(), std::back_inserter(list),
-                 [&rule](const ResultNode& file) { return file.number(Tags::SFILE_STAT_TYPE) == rule.type; });
+    std::vector<const ResultNode*> list;
+    std::copy_if(all.begin(), all.end(), std::back_inserter(list), [&rule](const ResultNode* file) {
+      return file->number(Tags::SFILE_STAT_TYPE) == rule.type;
+    });
     keepGreatest(list, wanted(rule.column),
-                 [&](const ResultNode& file) { return rule.key(file, filesystemType); });
-    append(nodes, std::move(list));
+                 [&](const ResultNode* file) { return rule.key(*file, filesystemType); });
+    append(nodes, copiesOf(list));
   }
   return nodes;
 }
@@ -301,22 +311,20 @@ Nodes StatisticMerge::types() const {
   for (const auto& [extension, summary] : byExtension) {
     if (most.mustAdd(summary.number(Tags::FTP_SUMM_SPACE_USED))) most.add(&summary);
   }
-  Nodes nodes;
-  for (const ResultNode* summary : most.takeDescending()) nodes.push_back(*summary);
-  return nodes;
+  return copiesOf(most.takeDescending());
 }
 
 /// Owners, then groups, each by falling number.
 Nodes StatisticMerge::owners() const {
   constexpr int64_t GROUP = 2;
   std::map<std::pair<bool, int64_t>, ResultNode> byNumber;
-  for (ResultNode& totals : gathered(Tags::SUG)) {
-    const ResultNode* const identity = totals.child(Tags::UG_USER_GROUP);
+  for (const ResultNode* totals : gathered(Tags::SUG)) {
+    const ResultNode* const identity = totals->child(Tags::UG_USER_GROUP);
     if (identity == nullptr) continue;
     const bool isGroup = identity->number(Tags::UG_TYPE) == GROUP;
     const auto number = static_cast<int32_t>(identity->number(isGroup ? Tags::UG_GRP_ID : Tags::UG_ID));
-    const auto [known, isNew] = byNumber.try_emplace({isGroup, -int64_t{number}}, totals);
-    if (!isNew) joinOwners(known->second, totals);
+    const auto [known, isNew] = byNumber.try_emplace({isGroup, -int64_t{number}}, *totals);
+    if (!isNew) joinOwners(known->second, *totals);
   }
   Nodes nodes;
   for (auto& [key, totals] : byNumber) nodes.push_back(std::move(totals));
@@ -325,11 +333,7 @@ Nodes StatisticMerge::owners() const {
 
 Nodes StatisticMerge::ages() const {
   std::map<int64_t, std::vector<const ResultNode*>> byTime;
-  for (const ResultNode* part : parts_) {
-    for (const ResultNode* times : part->childrenOf(Tags::TD)) {
-      byTime[times->number(Tags::TD_TYPE)].push_back(times);
-    }
-  }
+  for (const ResultNode* times : gathered(Tags::TD)) byTime[times->number(Tags::TD_TYPE)].push_back(times);
   Nodes nodes;
   for (const auto& [type, records] : byTime) {
     ResultNode& times = nodes.emplace_back(*records.front());

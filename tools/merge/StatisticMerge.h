@@ -51,7 +51,7 @@ class StatisticMerge {
   };
 
   size_t wanted(const char* column) const;
-  std::vector<ResultNode> gathered(const char* tag) const;
+  std::vector<const ResultNode*> gathered(const char* tag) const;
   std::vector<ResultNode> directories() const;
   std::map<std::string, AboveSlices> aboveSlices() const;
   const ResultNode* parentsIn(const Section& holder) const;

@@ -2,6 +2,8 @@
 
 #include <libpq-fe.h>
 
+#include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <string_view>
 
@@ -21,13 +23,13 @@ std::string oneLine(const char* message) {
   return line;
 }
 
-/// By the class of SQLSTATE (PostgreSQL's appendix A): what has nothing to do with what was asked for.
+/// By the class of SQLSTATE (PostgreSQL's appendix A): what has nothing to do with what was asked for. That
+/// is a lost connection, a rollback for others' sake, want of resources, an operator, the server's system or
+/// data, a standby, and a lock.
 bool isAway(std::string_view state) {
-  for (const std::string_view known : {"08", "40", "53", "57P", "58", "25006", "55P03",
-                                       "XX"}) {  // connection, rollback, resources, operator, system,
-    if (state.starts_with(known)) return true;   // a standby, a lock, corruption
-  }
-  return state.empty();
+  constexpr std::array<std::string_view, 8> KNOWN = {"08", "40", "53", "57P", "58", "XX", "25006", "55P03"};
+  return std::any_of(KNOWN.begin(), KNOWN.end(),
+                     [state](std::string_view known) { return state.starts_with(known); });
 }
 
 struct FreeOptions {

@@ -216,7 +216,8 @@ void PostgresFleetDatabase::makeSchema(int version) {
         "CREATE SCHEMA scan; CREATE TABLE scan.version (tables integer NOT NULL, views integer NOT NULL);"
         "INSERT INTO scan.version VALUES (0, 0)");
   }
-  database_.execute(upgrade(resultTables(), version));
+  if (const std::string lacking = upgrade(resultTables(), version); !lacking.empty())
+    database_.execute(lacking);
   database_.execute(FLEET_VIEWS);
   database_.execute("UPDATE scan.version SET tables = " + std::to_string(newest) +
                     ", views = " + std::to_string(FLEET_VIEWS_VERSION));

@@ -97,7 +97,8 @@ std::string nameNow(const std::string& checksum) {
   return digits + "." + checksum.substr(0, CHECKSUM_LETTERS);
 }
 
-/// What processes left that were killed while they put something there. A day is longer than any of them takes.
+/// What processes left that were killed while they put something there. A day is longer than any of them
+/// takes.
 void removeHalves(const std::string& directory) {
   const auto yesterday = files::file_time_type::clock::now() - std::chrono::hours(24);
   std::error_code error;
@@ -186,7 +187,7 @@ void Spool::sendAll(const std::function<bool(const SpooledResult&)>& send) const
 
 std::string Spool::setAside(const SpooledResult& result) const {
   const std::string name = result.directory.substr(result.directory.rfind('/') + 1);
-  const std::string aside = directory_ + "/" + std::string(REFUSED) + name;
+  std::string aside = directory_ + "/" + std::string(REFUSED) + name;
   if (sys.rename(result.directory.c_str(), aside.c_str()) != 0)
     fail("can't be set aside:", result.directory, errno);
   return aside;
