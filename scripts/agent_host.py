@@ -48,6 +48,7 @@ def enter_own_world(*programs):
         print("namespaces of its own take root")
         sys.exit(CANNOT_BEGIN)
     with tempfile.TemporaryDirectory(ignore_cleanup_errors=True) as directory:
+        os.chmod(directory, 0o711)  # for servers that run as somebody else
         # SIGTERM says nothing to unshare, nor to the first process of a namespace; SIGKILL of the one ends the other.
         world = subprocess.Popen(["setpriv", "--pdeathsig", "KILL", *inside, sys.executable, *sys.argv],
                                  env={**os.environ, "AGENT_HOST_INSIDE": "1", "TMPDIR": directory})
