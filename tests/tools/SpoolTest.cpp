@@ -94,6 +94,16 @@ TEST_F(SpoolTest, WhatCantBeMadeToLastIsToldAndLeavesNothing) {
   EXPECT_THAT(directory_.names("spool"), IsEmpty());
 }
 
+// One that breaks off in the middle of being taken away would be sent as another host's.
+TEST_F(SpoolTest, IsTakenFromAsAWhole) {
+  const tools::Spool spool(spool_);
+  spool.put(directory_.file("a.dat", "x"), "h", SUM);
+  RefusedCalls calls;
+  calls.refuse<&Calls::rename>(EROFS, 1, 1);
+  EXPECT_THROW(sent(true), tools::SpoolError);
+  EXPECT_THAT(sent(true), ElementsAre("h a.dat x"));
+}
+
 TEST_F(SpoolTest, WhileOneSendsNobodyElseDoes) {
   const tools::Spool spool(spool_);
   spool.put(directory_.file("a.dat", "x"), "h", SUM);

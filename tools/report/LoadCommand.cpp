@@ -45,7 +45,11 @@ class Sending {
  public:
   Sending(const ReportRequest& request, std::ostream& out, std::ostream& err)
       : connection_(request.postgres), out_(out), err_(err) {
-    if (!request.spool.empty()) spool_.emplace(request.spool);
+    try {
+      if (!request.spool.empty()) spool_.emplace(request.spool);
+    } catch (const SpoolError& error) {
+      spoolFails(error);
+    }
   }
 
   /// Sends what waits, as long as the server takes it.
@@ -54,9 +58,14 @@ class Sending {
   int status() const;
 
  private:
-  FleetDatabase* database();
+  const char* attempt(const std::string& file, const std::string& host);
   bool sendWaiting(const SpooledResult& waiting);
   void keep(const std::string& file, const std::string& host);
+  void giveUp(const char* what, const std::exception& error);
+  void spoolFails(const std::exception& error) {
+    err_ << "scanreport: the spool: " << safeText(error.what()) << "\n";
+    status_ = NOT_WHOLE;
+  }
   void refused(const std::string& file, const std::string& reason) {
     err_ << "scanreport: " << inQuotes(file) << " isn't loaded: " << reason << "\n";
     status_ = NOT_WHOLE;
@@ -67,44 +76,45 @@ class Sending {
   std::ostream& out_;
   std::ostream& err_;
   std::unique_ptr<FleetDatabase> database_;
-  std::optional<std::string> away_;  // why the server isn't asked any more
+  bool isGivenUp_ = false;  // the server isn't asked any more
   int status_ = SHOWN;
 };
 
-/// The server, connected to when it is first needed; null while it is away, which is told once.
-FleetDatabase* Sending::database() {
-  if (database_ == nullptr && !away_) {
-    try {
-      database_ = openFleetDatabase(connection_);
-    } catch (const ServerAwayError& error) {
-      away_ = error.what();
-      err_ << "scanreport: the server is away: " << safeText(*away_) << "\n";
-    } catch (const DatabaseError& error) {
-      away_ = error.what();
-      err_ << "scanreport: the database can't be used: " << safeText(*away_) << "\n";
-      status_ = NOT_WHOLE;
-    }
+/// Loads a result; connects when it is first needed.
+/// @return what has become of it; null where the server can't be worked with, which is told once
+/// @throws std::exception where the result is at fault
+const char* Sending::attempt(const std::string& file, const std::string& host) {
+  if (isGivenUp_) return nullptr;
+  try {
+    if (database_ == nullptr) database_ = openFleetDatabase(connection_);
+    return loaded(*database_, host, file);
+  } catch (const ServerAwayError& error) {
+    giveUp(database_ == nullptr ? "the server is away: " : "the server has gone: ", error);
+  } catch (const UnusableDatabaseError& error) {
+    giveUp("the database can't be used: ", error);
+    status_ = NOT_WHOLE;
   }
-  return database_.get();
+  return nullptr;
 }
 
-void Sending::sendWaiting() {
-  if (!spool_) return;
-  spool_->sendAll([this](const SpooledResult& waiting) { return sendWaiting(waiting); });
+void Sending::giveUp(const char* what, const std::exception& error) {
+  err_ << "scanreport: " << what << safeText(error.what()) << "\n";
+  isGivenUp_ = true;
+  database_.reset();
+}
+
+void Sending::sendWaiting() try {
+  if (spool_) spool_->sendAll([this](const SpooledResult& waiting) { return sendWaiting(waiting); });
+} catch (const std::exception& error) {  // which doesn't keep the server from what isn't in it
+  spoolFails(error);
 }
 
 /// @return whether it needs to wait no longer
 bool Sending::sendWaiting(const SpooledResult& waiting) {
-  FleetDatabase* const server = database();
-  if (server == nullptr) return false;
   try {
-    const char* const outcome = loaded(*server, waiting.host, waiting.file);
-    out_ << safeText(waiting.file) << ": " << outcome << "\n";
-    return true;
-  } catch (const ServerAwayError& error) {
-    away_ = error.what();
-    database_.reset();
-    err_ << "scanreport: the server has gone: " << safeText(*away_) << "\n";
+    const char* const outcome = attempt(waiting.file, waiting.host);
+    if (outcome != nullptr) out_ << safeText(waiting.file) << ": " << outcome << "\n";
+    return outcome != nullptr;
   } catch (const std::runtime_error& error) {  // of this result: it must not stand in the way of others
     refused(waiting.file, safeText(error.what()) + "; it is kept as " + inQuotes(spool_->setAside(waiting)));
   }
@@ -113,28 +123,19 @@ bool Sending::sendWaiting(const SpooledResult& waiting) {
 
 void Sending::send(const std::string& file, const std::string& host) {
   try {
-    FleetDatabase* const server = database();
-    if (server == nullptr) return keep(file, host);
-    out_ << safeText(file) << ": " << loaded(*server, host, file) << "\n";
-  } catch (const ServerAwayError& error) {
-    away_ = error.what();
-    database_.reset();
-    err_ << "scanreport: the server has gone: " << safeText(*away_) << "\n";
-    keep(file, host);
-  } catch (const std::runtime_error& error) {
+    const char* const outcome = attempt(file, host);
+    if (outcome == nullptr) return keep(file, host);
+    out_ << safeText(file) << ": " << outcome << "\n";
+  } catch (const std::exception& error) {
     refused(file, safeText(error.what()));
   }
 }
 
 void Sending::keep(const std::string& file, const std::string& host) {
-  try {
-    const ResultFile result = wholeResult(file);
-    if (!spool_) return refused(file, "it can be sent again, or wait in a --spool");
-    spool_->put(file, host, result.checksum);
-    out_ << safeText(file) << ": waits in the spool\n";
-  } catch (const std::runtime_error& error) {
-    refused(file, error.what());
-  }
+  const ResultFile result = wholeResult(file);
+  if (!spool_) return refused(file, "it can be sent again, or wait in a --spool");
+  spool_->put(file, host, result.checksum);
+  out_ << safeText(file) << ": waits in the spool\n";
 }
 
 int Sending::status() const {
@@ -187,8 +188,8 @@ int sendToServer(const ReportRequest& request, std::ostream& out, std::ostream& 
     for (const std::string& file : request.files) sending.send(file, host);
     out.flush();
     return sending.status();
-  } catch (const SpoolError& error) {
-    err << "scanreport: the spool: " << error.what() << "\n";
+  } catch (const std::runtime_error& error) {
+    err << "scanreport: " << safeText(error.what()) << "\n";
     return NOT_WHOLE;
   }
 }

@@ -9,7 +9,7 @@ std::string whyNoConnection(const std::string& /*connection*/) {
 }
 
 std::unique_ptr<FleetDatabase> openFleetDatabase(const std::string& connection) {
-  throw DatabaseError(whyNoConnection(connection));
+  throw UnusableDatabaseError(whyNoConnection(connection));
 }
 
 }  // namespace agent::tools

@@ -1,11 +1,16 @@
 #include "store/Postgres.h"
 
 #include <libpq-fe.h>
+#include <poll.h>
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdlib>
 #include <string_view>
+#include <utility>
+
+#include "QLMlib/common/unx/SystemCalls.h"
 
 namespace agent::tools {
 
@@ -23,13 +28,25 @@ std::string oneLine(const char* message) {
   return line;
 }
 
-/// By the class of SQLSTATE (PostgreSQL's appendix A): what has nothing to do with what was asked for. That
-/// is a lost connection, a rollback for others' sake, want of resources, an operator, the server's system or
-/// data, a standby, and a lock.
-bool isAway(std::string_view state) {
-  constexpr std::array<std::string_view, 8> KNOWN = {"08", "40", "53", "57P", "58", "XX", "25006", "55P03"};
-  return std::any_of(KNOWN.begin(), KNOWN.end(),
+constexpr int PATIENCE = 300'000;  // milliseconds without a byte from a server
+
+template <size_t SIZE>
+bool isOneOf(std::string_view state, const std::array<std::string_view, SIZE>& classes) {
+  return std::any_of(classes.begin(), classes.end(),
                      [state](std::string_view known) { return state.starts_with(known); });
+}
+
+/// By SQLSTATE (PostgreSQL's appendix A), most of which tell by their first letters what is at fault.
+PostgresError::Kind kindOf(std::string_view state) {
+  // A connection, a rollback, resources, an operator or a time limit, the system, a standby, a lock, a fault
+  // of the server.
+  constexpr std::array<std::string_view, 8> LATER = {"08", "40", "53", "57", "58", "25006", "55P03", "XX"};
+  // Data, a constraint, a limit of the server, what a trigger raises.
+  constexpr std::array<std::string_view, 4> OF_DATA = {"22", "23", "54", "P0"};
+  constexpr std::string_view NO_SUCH_MONTH = "23514";  // our tables have no other checks
+  if (state.empty() || isOneOf(state, LATER)) return PostgresError::Kind::AWAY;
+  if (state != NO_SUCH_MONTH && isOneOf(state, OF_DATA)) return PostgresError::Kind::REFUSED;
+  return PostgresError::Kind::UNUSABLE;
 }
 
 struct FreeOptions {
@@ -73,23 +90,22 @@ void PostgresRows::Clear::operator()(pg_result* result) const {
 }
 
 PostgresDatabase::PostgresDatabase(const std::string& connection) {
-  // What stands behind "dbname" comes from there, if it is said there.
-  std::vector<const char*> names = {"keepalives_idle", "tcp_user_timeout", "fallback_application_name",
-                                    "client_encoding"};
-  std::vector<const char*> values = {"30", "60000", "scanreport", "UTF8"};
-  if (std::getenv("PGCONNECT_TIMEOUT") == nullptr) {
-    names.push_back("connect_timeout");
-    values.push_back("10");
-  }
-  names.insert(names.end(), {"dbname", nullptr});
-  values.insert(values.end(), {connection.c_str(), nullptr});
-  connection_.reset(PQconnectdbParams(names.data(), values.data(), 1));
+  // The environment comes last: behind the connection string and a service file.
+  setenv("PGCONNECT_TIMEOUT", "10", 0);
+  // The connection string may say otherwise in what stands in front of it, but not in what stands behind.
+  constexpr std::array<const char*, 6> NAMES = {"keepalives_idle",           "tcp_user_timeout",
+                                                "fallback_application_name", "dbname",
+                                                "client_encoding",           nullptr};
+  const std::array<const char*, 6> values = {"30",   "60000", "scanreport", connection.c_str(),
+                                             "UTF8", nullptr};
+  connection_.reset(PQconnectdbParams(NAMES.data(), values.data(), 1));
   if (connection_ == nullptr) throw std::bad_alloc();
   if (PQstatus(connection_.get()) != CONNECTION_OK)
     throw PostgresError(PostgresError::Kind::AWAY, oneLine(PQerrorMessage(connection_.get())));
   // Remarks of the server are for its log.
   PQsetNoticeProcessor(
       connection_.get(), [](void*, const char*) {}, nullptr);
+  if (PQsetnonblocking(connection_.get(), 1) != 0) fail(nullptr);
 }
 
 void PostgresDatabase::fail(const pg_result* result) const {
@@ -97,23 +113,69 @@ void PostgresDatabase::fail(const pg_result* result) const {
   const bool isLost = PQstatus(connection_.get()) != CONNECTION_OK;
   const char* const primary =
       result != nullptr ? PQresultErrorField(result, PG_DIAG_MESSAGE_PRIMARY) : nullptr;
-  const std::string reason = oneLine(primary != nullptr ? primary : PQerrorMessage(connection_.get()));
-  throw PostgresError(isLost || isAway(state != nullptr ? state : "") ? PostgresError::Kind::AWAY
-                                                                      : PostgresError::Kind::REFUSED,
-                      reason);
+  throw PostgresError(isLost ? PostgresError::Kind::AWAY : kindOf(state != nullptr ? state : ""),
+                      oneLine(primary != nullptr ? primary : PQerrorMessage(connection_.get())));
 }
 
-PostgresRows PostgresDatabase::checked(pg_result* result, int expected) const {
-  PostgresRows rows(result);
-  if (PQresultStatus(result) != expected) fail(result);
+/// @throws PostgresError where the server lets nothing be read or written for too long
+void PostgresDatabase::waitFor(short events) const {
+  pollfd socket = {PQsocket(connection_.get()), events, 0};
+  int ready = 0;
+  do {
+    ready = sys.poll(&socket, 1, PATIENCE);
+  } while (ready < 0 && errno == EINTR);
+  hasAnswered_ = ready > 0;
+  if (!hasAnswered_) {
+    throw PostgresError(PostgresError::Kind::AWAY,
+                        "it hasn't answered for " + std::to_string(PATIENCE / 60'000) + " minutes");
+  }
+}
+
+/// Has the server take what libpq holds for it.
+void PostgresDatabase::flush() const {
+  for (;;) {
+    const int left = PQflush(connection_.get());
+    if (left < 0) fail(nullptr);
+    if (left == 0) return;
+    waitFor(POLLIN | POLLOUT);  // it may say something first, and take no more until that is read
+    if (PQconsumeInput(connection_.get()) == 0) fail(nullptr);
+  }
+}
+
+/// All that a statement, or the end of a COPY, has for an answer, since libpq takes no other statement
+/// before.
+/// @param isAsked whether libpq has taken it
+/// @return the last of its results
+PostgresRows PostgresDatabase::answer(bool isAsked) const {
+  if (!isAsked) fail(nullptr);
+  flush();
+  PostgresRows last(nullptr);
+  bool isRefused = false;
+  for (;;) {
+    while (PQisBusy(connection_.get()) == 1) {
+      waitFor(POLLIN);
+      if (PQconsumeInput(connection_.get()) == 0) fail(isRefused ? last.result() : nullptr);
+    }
+    PostgresRows next(PQgetResult(connection_.get()));
+    if (next.result() == nullptr) break;
+    if (isRefused) continue;
+    last = std::move(next);
+    const ExecStatusType status = PQresultStatus(last.result());
+    if (status == PGRES_COPY_IN) break;
+    isRefused = status != PGRES_COMMAND_OK && status != PGRES_TUPLES_OK;
+  }
+  if (isRefused) fail(last.result());
+  return last;
+}
+
+PostgresRows PostgresDatabase::answer(bool isAsked, int expected) const {
+  PostgresRows rows = answer(isAsked);
+  if (PQresultStatus(rows.result()) != expected) fail(rows.result());
   return rows;
 }
 
 void PostgresDatabase::execute(const std::string& sql) const {
-  pg_result* const result = PQexec(connection_.get(), sql.c_str());
-  const PostgresRows rows(result);
-  const ExecStatusType status = PQresultStatus(result);
-  if (status != PGRES_COMMAND_OK && status != PGRES_TUPLES_OK) fail(result);
+  answer(hasAnswered_ && PQsendQuery(connection_.get(), sql.c_str()) == 1);
 }
 
 PostgresRows PostgresDatabase::query(const std::string& sql,
@@ -121,25 +183,24 @@ PostgresRows PostgresDatabase::query(const std::string& sql,
   std::vector<const char*> values;
   values.reserve(parameters.size());
   for (const std::string& parameter : parameters) values.push_back(parameter.c_str());
-  return checked(PQexecParams(connection_.get(), sql.c_str(), static_cast<int>(values.size()), nullptr,
-                              values.data(), nullptr, nullptr, 0),
-                 PGRES_TUPLES_OK);
+  const bool isAsked =
+      hasAnswered_ && PQsendQueryParams(connection_.get(), sql.c_str(), static_cast<int>(values.size()),
+                                        nullptr, values.data(), nullptr, nullptr, 0) == 1;
+  return answer(isAsked, PGRES_TUPLES_OK);
 }
 
 void PostgresDatabase::copy(const std::string& table, const std::string& columns,
                             const std::string& rows) const {
-  pg_conn* const connection = connection_.get();
-  checked(PQexec(connection, ("COPY " + table + " (" + columns + ") FROM STDIN").c_str()), PGRES_COPY_IN);
+  const std::string sql = "COPY " + table + " (" + columns + ") FROM STDIN";
+  answer(hasAnswered_ && PQsendQuery(connection_.get(), sql.c_str()) == 1, PGRES_COPY_IN);
   // In pieces: libpq keeps a second copy of what it hasn't sent yet.
   constexpr size_t PIECE = 1 << 16;
-  bool isSent = true;
-  for (size_t at = 0; isSent && at < rows.size(); at += PIECE) {
+  for (size_t at = 0; at < rows.size(); at += PIECE) {
     const std::string_view piece = std::string_view(rows).substr(at, PIECE);
-    isSent = PQputCopyData(connection, piece.data(), static_cast<int>(piece.size())) == 1;
+    if (PQputCopyData(connection_.get(), piece.data(), static_cast<int>(piece.size())) != 1) fail(nullptr);
+    flush();
   }
-  if (!isSent || PQputCopyEnd(connection, nullptr) != 1) fail(nullptr);
-  const PostgresRows done = checked(PQgetResult(connection), PGRES_COMMAND_OK);
-  while (pg_result* const further = PQgetResult(connection)) PQclear(further);
+  answer(PQputCopyEnd(connection_.get(), nullptr) == 1, PGRES_COMMAND_OK);
 }
 
 void PostgresDatabase::Finish::operator()(pg_conn* connection) const {

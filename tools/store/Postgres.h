@@ -18,7 +18,8 @@ class PostgresError : public std::runtime_error {
  public:
   enum class Kind {
     AWAY,  ///< no server, or the connection is lost, or the server is stopping, full or busy: later it may do
-    REFUSED,  ///< the same would be refused again
+    UNUSABLE,  ///< somebody has to mend the database first: a right or a table is missing
+    REFUSED,   ///< what was given to it would be refused again
   };
 
   PostgresError(Kind kind, const std::string& reason) : std::runtime_error(reason), kind_(kind) {}
@@ -45,6 +46,7 @@ class PostgresRows {
   explicit PostgresRows(pg_result* result) : result_(result) {}
 
   int rows() const;
+  const pg_result* result() const { return result_.get(); }
   /// No value where there is none. Row and column count from 0.
   std::optional<std::string> cell(int row, int column) const;
 
@@ -55,7 +57,8 @@ class PostgresRows {
   std::unique_ptr<pg_result, Clear> result_;
 };
 
-/// A connection to a database. One that is lost isn't opened again.
+/// A connection to a database. One that is lost isn't opened again. A server that takes or gives no byte for
+/// five minutes counts as lost: it may have been stopped, or wait for a disk, with its connections open.
 class PostgresDatabase {
  public:
   /// Connects. Unless the connection string or the environment says otherwise, it waits 10 s for the server,
@@ -74,19 +77,26 @@ class PostgresDatabase {
 
  private:
   [[noreturn]] void fail(const pg_result* result) const;
-  PostgresRows checked(pg_result* result, int expected) const;
+  void waitFor(short events) const;
+  void flush() const;
+  PostgresRows answer(bool isAsked) const;
+  PostgresRows answer(bool isAsked, int expected) const;
 
   struct Finish {
     void operator()(pg_conn* connection) const;
   };
   std::unique_ptr<pg_conn, Finish> connection_;
+  mutable bool hasAnswered_ = true;  // no more is asked of a server that hasn't
 };
 
-/// What is done between its making and its commit() is done as a whole; without commit() nothing is done.
+/// What is done between its making and its commit() is done as a whole; without commit() nothing is done. It
+/// waits a minute for what others have locked, and should this process stop, the server has others wait no
+/// longer for it.
 class PostgresTransaction {
  public:
   explicit PostgresTransaction(const PostgresDatabase& database) : database_(database) {
-    database_.execute("BEGIN");
+    database_.execute(
+        "BEGIN; SET LOCAL lock_timeout = '60s'; SET LOCAL idle_in_transaction_session_timeout = '60s'");
   }
   ~PostgresTransaction();
   PostgresTransaction(const PostgresTransaction&) = delete;

@@ -43,19 +43,21 @@ std::string withRun(std::vector<std::string> names) {
 }
 
 /// A table as this version has it. Rows refer to their run alone: a foreign key to another divided table
-/// would be looked up for each row, and one transaction has brought both.
+/// would be looked up for each row, and one transaction has brought both. They do so by its time too, or a
+/// run that is deleted would be looked for in all months.
 std::string creation(const ResultTable& table) {
   std::string columns;
   for (const StoredColumn& column : storedColumns(table)) columns += ",\n  " + declaration(column);
   if (isRun(table)) {
-    return "CREATE TABLE scan.run (\n  run_id bigint GENERATED ALWAYS AS IDENTITY PRIMARY KEY" + columns +
-           ",\n  UNIQUE (host, job, schedule, run_time, run_number),\n  UNIQUE (host, checksum)\n);\n"
+    return "CREATE TABLE scan.run (\n  run_id bigint GENERATED ALWAYS AS IDENTITY" + columns +
+           ",\n  PRIMARY KEY (run_id, run_time),\n  UNIQUE (host, job, schedule, run_time, run_number),\n  "
+           "UNIQUE (host, checksum)\n);\n"
            "CREATE INDEX run_by_time ON scan.run (run_time);\n";
   }
-  return "CREATE TABLE " + qualified(table) +
-         " (\n  run_id bigint NOT NULL REFERENCES scan.run ON DELETE CASCADE,\n  run_time bigint NOT NULL" +
+  return "CREATE TABLE " + qualified(table) + " (\n  run_id bigint NOT NULL,\n  run_time bigint NOT NULL" +
          columns + ",\n  PRIMARY KEY (" + withRun(keyColumns(table)) +
-         ")\n) PARTITION BY RANGE (run_time);\n";
+         "),\n  FOREIGN KEY (run_id, run_time) REFERENCES scan.run ON DELETE CASCADE\n) PARTITION BY RANGE "
+         "(run_time);\n";
 }
 
 /// What a schema of an older version lacks.
@@ -179,7 +181,7 @@ std::optional<SchemaVersion> versionOf(const PostgresDatabase& database) {
   const PostgresRows rows = database.query(
       "SELECT tables, views, pg_has_role(nspowner, 'USAGE')::integer FROM scan.version, pg_namespace "
       "WHERE nspname = 'scan'");
-  if (rows.rows() != 1) throw DatabaseError("its schema \"scan\" is another program's");
+  if (rows.rows() != 1) throw UnusableDatabaseError("its schema \"scan\" is another program's");
   const auto number = [&rows](int column) { return std::stoi(rows.cell(0, column).value_or("0")); };
   return SchemaVersion{number(0), number(1), number(2) != 0};
 }
@@ -204,14 +206,15 @@ void PostgresFleetDatabase::prepare() {
 void PostgresFleetDatabase::makeSchema(int version) {
   const int newest = newestOf(resultTables());
   if (version > newest) {
-    throw DatabaseError("it has version " + std::to_string(version) +
-                        " of the schema, and this scanreport knows those up to " + std::to_string(newest));
+    throw UnusableDatabaseError("it has version " + std::to_string(version) +
+                                " of the schema, and this scanreport knows those up to " +
+                                std::to_string(newest));
   }
   if (database_.query("SHOW server_encoding").cell(0, 0) != "UTF8")
-    throw DatabaseError("its encoding has to be UTF8");
+    throw UnusableDatabaseError("its encoding has to be UTF8");
   if (version == 0) {
     if (database_.query("SELECT 1 FROM pg_namespace WHERE nspname = 'scan'").rows() > 0)
-      throw DatabaseError("its schema \"scan\" is another program's");
+      throw UnusableDatabaseError("its schema \"scan\" is another program's");
     database_.execute(
         "CREATE SCHEMA scan; CREATE TABLE scan.version (tables integer NOT NULL, views integer NOT NULL);"
         "INSERT INTO scan.version VALUES (0, 0)");
@@ -246,7 +249,9 @@ std::string monthOf(int64_t seconds) {
 void PostgresFleetDatabase::makeMonth(int64_t runTime) {
   const std::string last = "scan." + std::string(resultTables().back()->name) + "_" + monthOf(runTime);
   if (database_.query("SELECT to_regclass($1)", {last}).cell(0, 0)) return;
+  PostgresTransaction whole(database_);
   database_.query("SELECT scan.make_month($1::bigint)", {std::to_string(runTime)});
+  whole.commit();
 }
 
 /// @return its number; none where such a run is there
@@ -291,6 +296,7 @@ LoadOutcome PostgresFleetDatabase::load(const RunFigures& run, const Figures& fi
   return LoadOutcome::LOADED;
 } catch (const PostgresError& error) {
   if (error.kind() == PostgresError::Kind::AWAY) throw ServerAwayError(error.what());
+  if (error.kind() == PostgresError::Kind::UNUSABLE) throw UnusableDatabaseError(error.what());
   throw DatabaseError(error.what());
 }
 
@@ -309,7 +315,7 @@ std::unique_ptr<FleetDatabase> openFleetDatabase(const std::string& connection) 
   return std::make_unique<PostgresFleetDatabase>(connection);
 } catch (const PostgresError& error) {
   if (error.kind() == PostgresError::Kind::AWAY) throw ServerAwayError(error.what());
-  throw DatabaseError(std::string("its schema can't be made: ") + error.what());
+  throw UnusableDatabaseError(std::string("its schema can't be made: ") + error.what());
 }
 
 }  // namespace agent::tools

@@ -97,22 +97,43 @@ std::string nameNow(const std::string& checksum) {
   return digits + "." + checksum.substr(0, CHECKSUM_LETTERS);
 }
 
-/// What processes left that were killed while they put something there. A day is longer than any of them
-/// takes.
-void removeHalves(const std::string& directory) {
-  const auto yesterday = files::file_time_type::clock::now() - std::chrono::hours(24);
-  std::error_code error;
-  for (const files::directory_entry& entry : files::directory_iterator(directory, error)) {
-    std::error_code ignored;
-    const bool isHalf = entry.path().filename().string().starts_with('.');
-    if (isHalf && entry.last_write_time(ignored) < yesterday && !ignored)
-      files::remove_all(entry.path(), ignored);
-  }
-}
-
 std::string contentOf(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// What stands in a directory, in the order of names.
+/// @return nothing where it has gone meanwhile: another process may take from the spool at any time
+std::vector<files::path> entriesOf(const std::string& directory) {
+  std::vector<files::path> entries;
+  std::error_code error;
+  files::directory_iterator at(directory, error);
+  for (; !error && at != files::directory_iterator(); at.increment(error)) entries.push_back(at->path());
+  if (error && error != std::errc::no_such_file_or_directory)
+    fail("can't be read:", directory, error.value());
+  std::sort(entries.begin(), entries.end());
+  return entries;
+}
+
+/// What processes left that were killed while they put something there or took it away. A day is longer than
+/// any of them takes.
+void removeHalves(const std::string& directory) {
+  const auto yesterday = files::file_time_type::clock::now() - std::chrono::hours(24);
+  for (const files::path& path : entriesOf(directory)) {
+    std::error_code ignored;
+    const bool isHalf = path.filename().string().starts_with('.');
+    if (isHalf && files::last_write_time(path, ignored) < yesterday && !ignored)
+      files::remove_all(path, ignored);
+  }
+}
+
+/// Takes a directory away as a whole: a result without its host beside it would be sent as another one's.
+void remove(const std::string& path) {
+  const size_t name = path.rfind('/') + 1;
+  const std::string half = path.substr(0, name) + "." + path.substr(name);
+  if (sys.rename(path.c_str(), half.c_str()) != 0) fail("can't be taken out of the spool:", path, errno);
+  std::error_code ignored;
+  files::remove_all(half, ignored);
 }
 
 }  // namespace
@@ -143,28 +164,24 @@ void Spool::put(const std::string& file, const std::string& host, const std::str
   makeLast(directory_, O_RDONLY | O_DIRECTORY);
 }
 
-/// The oldest first. What breaks off in the middle of being taken away has no result any more, and is taken
-/// away.
+/// The oldest first.
 std::vector<SpooledResult> Spool::waiting() const {
   std::vector<SpooledResult> all;
-  std::error_code error;
-  for (const files::directory_entry& entry : files::directory_iterator(directory_, error)) {
-    const std::string name = entry.path().filename().string();
-    if (name.starts_with('.') || name.starts_with(REFUSED) || !entry.is_directory(error)) continue;
-    SpooledResult& result = all.emplace_back();
-    result.directory = entry.path().string();
-    for (const files::directory_entry& part : files::directory_iterator(entry.path(), error)) {
-      if (part.path().filename() == HOST) {
-        result.host = contentOf(part.path().string());
+  for (const files::path& path : entriesOf(directory_)) {
+    const std::string name = path.filename().string();
+    std::error_code gone;
+    if (name.starts_with('.') || name.starts_with(REFUSED) || !files::is_directory(path, gone)) continue;
+    SpooledResult result;
+    result.directory = path.string();
+    for (const files::path& part : entriesOf(path.string())) {
+      if (part.filename() == HOST) {
+        result.host = contentOf(part.string());
       } else {
-        result.file = part.path().string();
+        result.file = part.string();
       }
     }
-    if (result.file.empty()) all.pop_back();
+    if (!result.file.empty()) all.push_back(std::move(result));
   }
-  if (error) throw SpoolError("\"" + safeText(directory_) + "\" can't be read: " + error.message());
-  std::sort(all.begin(), all.end(),
-            [](const SpooledResult& a, const SpooledResult& b) { return a.directory < b.directory; });
   return all;
 }
 
@@ -177,11 +194,7 @@ void Spool::sendAll(const std::function<bool(const SpooledResult&)>& send) const
   }
   removeHalves(directory_);
   for (const SpooledResult& result : waiting()) {
-    if (!send(result)) continue;
-    std::error_code error;
-    files::remove_all(result.directory, error);
-    if (error)
-      throw SpoolError("\"" + safeText(result.directory) + "\" can't be removed: " + error.message());
+    if (send(result)) remove(result.directory);
   }
 }
 

@@ -3,9 +3,11 @@
 -- Functions and views of the schema "scan", for people and dashboards: see docs/database.md. A database whose
 -- version is lower gets them anew, so raise the number with each change; columns may only be added at a view's end.
 
--- The tables of the month in which a run began, in UTC. Loaders call it, who may not make tables themselves.
+-- The tables of the month in which a run began, in UTC. Loaders call it, who may not make tables themselves. It does
+-- what it does with its owner's rights: pg_temp has to stand at the end of its path, since it would be looked at first
+-- otherwise, and whoever calls it could have a view of their own there in the place of pg_class.
 CREATE OR REPLACE FUNCTION scan.make_month(moment bigint) RETURNS void
-LANGUAGE plpgsql SECURITY DEFINER SET search_path = pg_catalog AS $$
+LANGUAGE plpgsql SECURITY DEFINER SET search_path = pg_catalog, pg_temp SET client_min_messages = warning AS $$
 DECLARE
   month timestamp := date_trunc('month', to_timestamp(moment) AT TIME ZONE 'UTC');
   divided name;
@@ -19,10 +21,28 @@ BEGIN
                    extract(epoch FROM month + interval '1 month')::bigint);
   END LOOP;
 END $$;
+REVOKE EXECUTE ON FUNCTION scan.make_month FROM PUBLIC;
+
+-- Lets a role load results, and see no more of those that are there than whether it has loaded one: the names of
+-- everybody's files are in them. To be called again when an upgrade has brought new tables.
+CREATE OR REPLACE FUNCTION scan.let_load(loader name) RETURNS void
+LANGUAGE plpgsql SET search_path = pg_catalog, pg_temp AS $$
+DECLARE
+  divided name;
+BEGIN
+  EXECUTE format('GRANT USAGE ON SCHEMA scan TO %I', loader);
+  EXECUTE format('GRANT SELECT ON scan.version TO %I', loader);
+  EXECUTE format('GRANT INSERT, SELECT (run_id, host, checksum) ON scan.run TO %I', loader);
+  EXECUTE format('GRANT EXECUTE ON FUNCTION scan.make_month TO %I', loader);
+  FOR divided IN SELECT relname FROM pg_class WHERE relnamespace = 'scan'::regnamespace AND relkind = 'p'
+  LOOP
+    EXECUTE format('GRANT INSERT ON scan.%I TO %I', divided, loader);
+  END LOOP;
+END $$;
 
 -- Takes away all months that end before a time, by dropping their tables; returns how many runs those were.
 CREATE OR REPLACE FUNCTION scan.forget(before timestamptz) RETURNS bigint
-LANGUAGE plpgsql SET search_path = pg_catalog AS $$
+LANGUAGE plpgsql SET search_path = pg_catalog, pg_temp AS $$
 DECLARE
   month timestamp := date_trunc('month', before AT TIME ZONE 'UTC');
   old name;
@@ -110,20 +130,25 @@ SELECT host, job, since, min(older_at) AS older_at, max(at) AS at, sum(older_byt
 FROM scan.filesystem_growth
 GROUP BY host, job, since;
 
--- What owners have grown by; one who has nothing in one of the two runs has grown from nothing or to nothing.
+-- What owners have grown by; one who has nothing in one of the two runs has grown from nothing or to nothing. A file
+-- system or a statistic that only one of the runs has tells nothing of growth.
 CREATE OR REPLACE VIEW scan.owner_growth AS
 SELECT host, job, since, mount_point, statistic_name, owner_id, max(owner_name) AS owner_name,
   coalesce(sum(owner.bytes) FILTER (WHERE sign < 0), 0) AS older_bytes,
   coalesce(sum(owner.bytes) FILTER (WHERE sign > 0), 0) AS bytes,
   sum(sign * owner.bytes) AS growth
 FROM scan.run_pair AS pair
-CROSS JOIN LATERAL (VALUES (pair.run_id, pair.run_time, 1), (older_id, older_time, -1)) AS side (run_id, run_time, sign)
+CROSS JOIN LATERAL (VALUES (pair.run_id, pair.run_time, older_id, older_time, 1),
+  (older_id, older_time, pair.run_id, pair.run_time, -1)) AS side (run_id, run_time, other_id, other_time, sign)
 JOIN scan.filesystem ON filesystem.run_id = side.run_id AND filesystem.run_time = side.run_time
 JOIN scan.statistic ON statistic.run_id = side.run_id AND statistic.run_time = side.run_time
   AND statistic.filesystem_number = filesystem.filesystem_number
 JOIN scan.owner ON owner.run_id = side.run_id AND owner.run_time = side.run_time
   AND owner.statistic_number = statistic.statistic_number
-WHERE directory IS NULL
+WHERE directory IS NULL AND scanned = 1 AND EXISTS (
+  SELECT FROM scan.filesystem AS f JOIN scan.statistic AS s USING (run_id, run_time, filesystem_number)
+  WHERE f.run_id = other_id AND f.run_time = other_time AND f.mount_point = filesystem.mount_point AND f.scanned = 1
+    AND s.statistic_name = statistic.statistic_name AND s.directory IS NULL)
 GROUP BY host, job, schedule, since, mount_point, statistic_name, owner_id;
 
 -- What groups have grown by.
@@ -133,13 +158,17 @@ SELECT host, job, since, mount_point, statistic_name, group_id, max(group_name) 
   coalesce(sum(owning_group.bytes) FILTER (WHERE sign > 0), 0) AS bytes,
   sum(sign * owning_group.bytes) AS growth
 FROM scan.run_pair AS pair
-CROSS JOIN LATERAL (VALUES (pair.run_id, pair.run_time, 1), (older_id, older_time, -1)) AS side (run_id, run_time, sign)
+CROSS JOIN LATERAL (VALUES (pair.run_id, pair.run_time, older_id, older_time, 1),
+  (older_id, older_time, pair.run_id, pair.run_time, -1)) AS side (run_id, run_time, other_id, other_time, sign)
 JOIN scan.filesystem ON filesystem.run_id = side.run_id AND filesystem.run_time = side.run_time
 JOIN scan.statistic ON statistic.run_id = side.run_id AND statistic.run_time = side.run_time
   AND statistic.filesystem_number = filesystem.filesystem_number
 JOIN scan.owning_group ON owning_group.run_id = side.run_id AND owning_group.run_time = side.run_time
   AND owning_group.statistic_number = statistic.statistic_number
-WHERE directory IS NULL
+WHERE directory IS NULL AND scanned = 1 AND EXISTS (
+  SELECT FROM scan.filesystem AS f JOIN scan.statistic AS s USING (run_id, run_time, filesystem_number)
+  WHERE f.run_id = other_id AND f.run_time = other_time AND f.mount_point = filesystem.mount_point AND f.scanned = 1
+    AND s.statistic_name = statistic.statistic_name AND s.directory IS NULL)
 GROUP BY host, job, schedule, since, mount_point, statistic_name, group_id;
 
 -- The fullest file systems, and when a straight line through the last 90 days says that they will be full. The error
@@ -205,3 +234,8 @@ FROM scan.newest_run JOIN scan.filesystem USING (run_id, run_time)
 JOIN scan.statistic USING (run_id, run_time, filesystem_number)
 JOIN scan.file USING (run_id, run_time, statistic_number)
 WHERE accessed < scan_time - 365 * 86400;
+
+-- Tables that an upgrade has brought get the months that the others have.
+SELECT scan.make_month(extract(epoch FROM to_date(month, 'YYYY_MM'))::bigint)
+FROM (SELECT DISTINCT right(relname, 7) AS month FROM pg_class JOIN pg_inherits ON inhrelid = pg_class.oid
+  WHERE relnamespace = 'scan'::regnamespace AND relkind = 'r') AS months;
