@@ -6,6 +6,7 @@ import glob
 import os
 import re
 import shutil
+import signal
 import subprocess
 import sys
 import tempfile
@@ -33,8 +34,8 @@ def enter_namespace():
 
 
 def enter_own_world(*programs):
-    """Starts the script again with mounts, a network, a name and processes of its own, of which all end when the first
-    does. It needs root and these programs."""
+    """Starts the script again with mounts, a network, a name, processes and temporary files of its own, of which none is
+    left however it ends. It needs root and these programs."""
     if os.environ.get("AGENT_HOST_INSIDE") == "1":
         return
     missing = [program for program in programs if shutil.which(program) is None]
@@ -46,8 +47,15 @@ def enter_own_world(*programs):
     if os.geteuid() != 0 or subprocess.run([*inside, "true"], stderr=subprocess.DEVNULL, check=False).returncode != 0:
         print("namespaces of its own take root")
         sys.exit(CANNOT_BEGIN)
-    os.environ["AGENT_HOST_INSIDE"] = "1"
-    os.execvp("unshare", [*inside, sys.executable, *sys.argv])
+    with tempfile.TemporaryDirectory(ignore_cleanup_errors=True) as directory:
+        os.chmod(directory, 0o711)  # for servers that run as somebody else
+        # SIGTERM says nothing to unshare, nor to the first process of a namespace; SIGKILL of the one ends the other.
+        world = subprocess.Popen(["setpriv", "--pdeathsig", "KILL", *inside, sys.executable, *sys.argv],
+                                 env={**os.environ, "AGENT_HOST_INSIDE": "1", "TMPDIR": directory})
+        signal.signal(signal.SIGTERM, lambda *_: world.kill())
+        signal.signal(signal.SIGINT, signal.SIG_IGN)  # the world hears of it, too
+        code = world.wait()
+    sys.exit(code if code >= 0 else 128 - code)
 
 
 class AgentHost:

@@ -211,10 +211,9 @@ void ScandefOptions::addSliceOptions() {
   Request::Slices& slices = request_.slices;
   add("--slices", "N",
       "cut the definition into N slices and what is left\n"
-      "Each is a directory below a mount point, chosen so that all take about the same time; more of them "
-      "where one "
-      "would have more than a tenth of the work. --output names a directory, which gets what each node "
-      "needs: "
+      "Each is a directory below a mount point, chosen so that all take about the same time. A few times as "
+      "many as "
+      "there are nodes keep these busy. --output names a directory, which gets what each node needs: "
       "examples/slurm/scan.sbatch runs them, scanreport --merge joins their results.",
       [this, &slices](const auto& option, const auto& value) {
         constexpr int32_t MOST = 10'000;
@@ -233,7 +232,7 @@ void ScandefOptions::addSliceOptions() {
       [&slices](const auto&, const auto& value) { slices.last.push_back(value); });
   add("--times", "DIRECTORY",
       "the slices of the last time, which say how long each took\nA slice that took more than a tenth of the "
-      "whole is cut again.",
+      "whole is cut again, so that there may be more than N.",
       [&slices](const auto&, const auto& value) { slices.times = value; });
 }
 
