@@ -127,6 +127,18 @@ TEST(ResultMergeTest, OneResultComesBackByteForByte) {
   EXPECT_EQ(content(results.joined), content(results.rest));
 }
 
+TEST(ResultMergeTest, WhatIsEqualStandsInTheOrderOfTheResults) {
+  const TwoResults results("/one/a");
+  const auto firstFile = [&results](const std::string& first, const std::string& second) {
+    EXPECT_EQ(Report({"--merge", first, second, "-o", results.joined}).status, 0);
+    const std::string text = content(results.joined);
+    const size_t file = text.find("[SFile]", text.find("[/Header]"));
+    return text.substr(file, text.find('\n', file + 8) - file);
+  };
+  EXPECT_THAT(firstFile(results.slice, results.rest), HasSubstr("\"/one/a/"));
+  EXPECT_THAT(firstFile(results.rest, results.slice), ::testing::Not(HasSubstr("\"/one/a/")));
+}
+
 // The results of a cut say which slices there are.
 TEST(ResultMergeTest, AMissingSliceIsTold) {
   const TwoResults results("/one/a");

@@ -143,6 +143,7 @@ MergedResult mergeResults(std::vector<SliceResult> slices) {
   std::map<int64_t, std::vector<Section*>> byId;
   for (std::vector<Section>& ofResult : sections) {
     for (Section& section : ofResult) {
+      section.place = static_cast<size_t>(&ofResult - sections.data());
       const int64_t id = section.filesystem.number(Filesystem::FILESYSTEM_ID);
       if (byId[id].empty()) ids.push_back(id);
       byId[id].push_back(&section);

@@ -88,18 +88,30 @@ void StatisticMerge::note(const std::string& sentence) const {
   notes_.push_back("statistic " + inQuotes(definition_.text(Tags::SD_NAME)) + ": " + sentence);
 }
 
-/// The records of a class, of one section behind the other.
-std::vector<const ResultNode*> StatisticMerge::gathered(const char* tag) const {
+/// The records of a class, of one part behind the other.
+std::vector<const ResultNode*> StatisticMerge::gathered(const std::vector<const ResultNode*>& parts,
+                                                        const char* tag) {
   std::vector<const ResultNode*> nodes;
-  for (const ResultNode* part : parts_) {
+  for (const ResultNode* part : parts) {
     const std::vector<const ResultNode*> more = part->childrenOf(tag);
     nodes.insert(nodes.end(), more.begin(), more.end());
   }
   return nodes;
 }
 
+/// The parts in the order in which the results are named, by which lists decide about equal keys.
+std::vector<const ResultNode*> StatisticMerge::partsAsNamed() const {
+  std::vector<std::pair<size_t, const ResultNode*>> byPlace;
+  for (size_t i = 0; i < parts_.size(); ++i) byPlace.emplace_back(sections_[i]->place, parts_[i]);
+  std::stable_sort(byPlace.begin(), byPlace.end(),
+                   [](const auto& a, const auto& b) { return a.first < b.first; });
+  std::vector<const ResultNode*> parts;
+  for (const auto& [place, part] : byPlace) parts.push_back(part);
+  return parts;
+}
+
 std::optional<ResultNode> StatisticMerge::joined(const char* tag) const {
-  const std::vector<const ResultNode*> nodes = gathered(tag);
+  const std::vector<const ResultNode*> nodes = gathered(parts_, tag);
   if (nodes.empty()) return std::nullopt;
   ResultNode sum = *nodes.front();
   for (size_t i = 1; i < nodes.size(); ++i) join(sum, *nodes[i]);
@@ -144,7 +156,7 @@ void addDirectory(ResultNode& above, const ResultNode& itself) {
 Nodes StatisticMerge::directories() const {
   const size_t count = wanted(Tags::SD_LARGEST_DIRS);
   if (count == 0) return {};
-  Nodes nodes = copiesOf(gathered(Tags::DIR));
+  Nodes nodes = copiesOf(gathered(partsAsNamed(), Tags::DIR));
   std::unordered_map<std::string, size_t> places;
   for (ResultNode& directory : nodes) {
     stripSlash(directory, sections_.front()->mountPoint);
@@ -261,7 +273,7 @@ constexpr std::array<FileListRule, 5> FILE_LISTS = {{
 Nodes StatisticMerge::files() const {
   const auto filesystemType =
       static_cast<int16_t>(sections_.front()->filesystem.number(Filesystem::FILESYSTEM_TYPE));
-  const std::vector<const ResultNode*> all = gathered(Tags::SFILE);
+  const std::vector<const ResultNode*> all = gathered(partsAsNamed(), Tags::SFILE);
   Nodes nodes;
   for (const FileListRule& rule : FILE_LISTS) {
     std::vector<const ResultNode*> list;
@@ -318,7 +330,7 @@ Nodes StatisticMerge::types() const {
 Nodes StatisticMerge::owners() const {
   constexpr int64_t GROUP = 2;
   std::map<std::pair<bool, int64_t>, ResultNode> byNumber;
-  for (const ResultNode* totals : gathered(Tags::SUG)) {
+  for (const ResultNode* totals : gathered(parts_, Tags::SUG)) {
     const ResultNode* const identity = totals->child(Tags::UG_USER_GROUP);
     if (identity == nullptr) continue;
     const bool isGroup = identity->number(Tags::UG_TYPE) == GROUP;
@@ -333,7 +345,8 @@ Nodes StatisticMerge::owners() const {
 
 Nodes StatisticMerge::ages() const {
   std::map<int64_t, std::vector<const ResultNode*>> byTime;
-  for (const ResultNode* times : gathered(Tags::TD)) byTime[times->number(Tags::TD_TYPE)].push_back(times);
+  for (const ResultNode* times : gathered(parts_, Tags::TD))
+    byTime[times->number(Tags::TD_TYPE)].push_back(times);
   Nodes nodes;
   for (const auto& [type, records] : byTime) {
     ResultNode& times = nodes.emplace_back(*records.front());

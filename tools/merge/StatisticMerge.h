@@ -15,6 +15,7 @@ namespace agent::tools {
 /// What a result says of one file system.
 struct Section {
   const std::string* file = nullptr;  ///< the result's name
+  size_t place = 0;                   ///< of the result among those that are joined
   ResultNode filesystem;
   std::string mountPoint;  ///< with its slash
   const Section* holder =
@@ -40,7 +41,7 @@ class StatisticMerge {
   StatisticMerge(const std::vector<Section*>& sections, const ResultNode& definition,
                  std::vector<std::string>& notes);
 
-  /// @param parts one of each section
+  /// @param parts one of each section, in their order
   ResultNode merged(const std::vector<const ResultNode*>& parts);
 
  private:
@@ -51,7 +52,9 @@ class StatisticMerge {
   };
 
   size_t wanted(const char* column) const;
-  std::vector<const ResultNode*> gathered(const char* tag) const;
+  static std::vector<const ResultNode*> gathered(const std::vector<const ResultNode*>& parts,
+                                                 const char* tag);
+  std::vector<const ResultNode*> partsAsNamed() const;
   std::vector<ResultNode> directories() const;
   std::map<std::string, AboveSlices> aboveSlices() const;
   const ResultNode* parentsIn(const Section& holder) const;
