@@ -106,6 +106,7 @@ std::vector<const ResultNode*> StatisticMerge::partsAsNamed() const {
   std::stable_sort(byPlace.begin(), byPlace.end(),
                    [](const auto& a, const auto& b) { return a.first < b.first; });
   std::vector<const ResultNode*> parts;
+  parts.reserve(byPlace.size());
   for (const auto& [place, part] : byPlace) parts.push_back(part);
   return parts;
 }
