@@ -130,45 +130,35 @@ SELECT host, job, since, min(older_at) AS older_at, max(at) AS at, sum(older_byt
 FROM scan.filesystem_growth
 GROUP BY host, job, since;
 
--- What owners have grown by; one who has nothing in one of the two runs has grown from nothing or to nothing. A file
--- system or a statistic that only one of the runs has tells nothing of growth.
-CREATE OR REPLACE VIEW scan.owner_growth AS
-SELECT host, job, since, mount_point, statistic_name, owner_id, max(owner_name) AS owner_name,
-  coalesce(sum(owner.bytes) FILTER (WHERE sign < 0), 0) AS older_bytes,
-  coalesce(sum(owner.bytes) FILTER (WHERE sign > 0), 0) AS bytes,
-  sum(sign * owner.bytes) AS growth
+-- The statistics of both runs of each pair, sign 1 of the newer and -1 of the older one. What only one of the runs has, a
+-- file system or a statistic, tells nothing of growth.
+CREATE OR REPLACE VIEW scan.statistic_pair AS
+SELECT host, job, schedule, since, mount_point, statistic_name, side.run_id, side.run_time, statistic_number, sign
 FROM scan.run_pair AS pair
 CROSS JOIN LATERAL (VALUES (pair.run_id, pair.run_time, older_id, older_time, 1),
   (older_id, older_time, pair.run_id, pair.run_time, -1)) AS side (run_id, run_time, other_id, other_time, sign)
 JOIN scan.filesystem ON filesystem.run_id = side.run_id AND filesystem.run_time = side.run_time
 JOIN scan.statistic ON statistic.run_id = side.run_id AND statistic.run_time = side.run_time
   AND statistic.filesystem_number = filesystem.filesystem_number
-JOIN scan.owner ON owner.run_id = side.run_id AND owner.run_time = side.run_time
-  AND owner.statistic_number = statistic.statistic_number
 WHERE directory IS NULL AND scanned = 1 AND EXISTS (
   SELECT FROM scan.filesystem AS f JOIN scan.statistic AS s USING (run_id, run_time, filesystem_number)
   WHERE f.run_id = other_id AND f.run_time = other_time AND f.mount_point = filesystem.mount_point AND f.scanned = 1
-    AND s.statistic_name = statistic.statistic_name AND s.directory IS NULL)
+    AND s.statistic_name = statistic.statistic_name AND s.directory IS NULL);
+
+-- What owners have grown by; one who has nothing in one of the two runs has grown from nothing or to nothing.
+CREATE OR REPLACE VIEW scan.owner_growth AS
+SELECT host, job, since, mount_point, statistic_name, owner_id, max(owner_name) AS owner_name,
+  coalesce(sum(bytes) FILTER (WHERE sign < 0), 0) AS older_bytes,
+  coalesce(sum(bytes) FILTER (WHERE sign > 0), 0) AS bytes, sum(sign * bytes) AS growth
+FROM scan.statistic_pair JOIN scan.owner USING (run_id, run_time, statistic_number)
 GROUP BY host, job, schedule, since, mount_point, statistic_name, owner_id;
 
 -- What groups have grown by.
 CREATE OR REPLACE VIEW scan.group_growth AS
 SELECT host, job, since, mount_point, statistic_name, group_id, max(group_name) AS group_name,
-  coalesce(sum(owning_group.bytes) FILTER (WHERE sign < 0), 0) AS older_bytes,
-  coalesce(sum(owning_group.bytes) FILTER (WHERE sign > 0), 0) AS bytes,
-  sum(sign * owning_group.bytes) AS growth
-FROM scan.run_pair AS pair
-CROSS JOIN LATERAL (VALUES (pair.run_id, pair.run_time, older_id, older_time, 1),
-  (older_id, older_time, pair.run_id, pair.run_time, -1)) AS side (run_id, run_time, other_id, other_time, sign)
-JOIN scan.filesystem ON filesystem.run_id = side.run_id AND filesystem.run_time = side.run_time
-JOIN scan.statistic ON statistic.run_id = side.run_id AND statistic.run_time = side.run_time
-  AND statistic.filesystem_number = filesystem.filesystem_number
-JOIN scan.owning_group ON owning_group.run_id = side.run_id AND owning_group.run_time = side.run_time
-  AND owning_group.statistic_number = statistic.statistic_number
-WHERE directory IS NULL AND scanned = 1 AND EXISTS (
-  SELECT FROM scan.filesystem AS f JOIN scan.statistic AS s USING (run_id, run_time, filesystem_number)
-  WHERE f.run_id = other_id AND f.run_time = other_time AND f.mount_point = filesystem.mount_point AND f.scanned = 1
-    AND s.statistic_name = statistic.statistic_name AND s.directory IS NULL)
+  coalesce(sum(bytes) FILTER (WHERE sign < 0), 0) AS older_bytes,
+  coalesce(sum(bytes) FILTER (WHERE sign > 0), 0) AS bytes, sum(sign * bytes) AS growth
+FROM scan.statistic_pair JOIN scan.owning_group USING (run_id, run_time, statistic_number)
 GROUP BY host, job, schedule, since, mount_point, statistic_name, group_id;
 
 -- The fullest file systems, and when a straight line through the last 90 days says that they will be full. The error
