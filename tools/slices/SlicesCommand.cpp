@@ -27,18 +27,15 @@ namespace {
 
 namespace files = std::filesystem;
 
-std::string rootOf(const MountPoint& filesystem) {
-  const std::string root = withoutSlash(filesystem.path);
-  return root.empty() ? "/" : root;
-}
-
-/// The file system that a path lies on, by the definition's names; null where it lies on none.
-const MountPoint* filesystemOf(const Definition& definition, const std::string& path) {
+/// The file system that a path lies below, the innermost; null where it lies below none.
+/// @param pathOf how file systems are called where the path comes from: in the definition, or on this host
+template <typename PathOf>
+const MountPoint* filesystemOf(const Definition& definition, const std::string& path, PathOf pathOf) {
   const MountPoint* found = nullptr;
   for (const MountPoint& filesystem : definition.filesystems) {
-    const std::string root = withoutSlash(filesystem.path);
+    const std::string root = withoutSlash(pathOf(filesystem));
     if (!path.starts_with(root + "/") || path.size() <= root.size() + 1) continue;
-    if (found == nullptr || root.size() > withoutSlash(found->path).size()) found = &filesystem;
+    if (found == nullptr || root.size() > withoutSlash(pathOf(*found)).size()) found = &filesystem;
   }
   return found;
 }
@@ -50,8 +47,7 @@ void addResult(const std::string& name, Weights& weights) {
       for (const tools::StatisticFigures& statistic : filesystem.statistics) {
         if (!statistic.onFilesystem) continue;
         for (const tools::DirectoryFigures& directory : statistic.onFilesystem->directories) {
-          const std::string path = withoutSlash(directory.entry.path);
-          double& known = weights[path.empty() ? "/" : path];
+          double& known = weights[directoryPath(directory.entry.path)];
           known = std::max(known,
                            static_cast<double>(directory.files) + static_cast<double>(directory.directories));
         }
@@ -80,8 +76,7 @@ std::vector<TimedSlice> timesIn(const std::string& directory) {
     std::getline(file, seconds);
     const auto taken = wholeNumber<int32_t>(seconds);
     if (!taken) return {};  // what one of them took isn't known, so the others can't be compared with it
-    const std::string path = withoutSlash(line.substr(tab + 1));
-    times.push_back({path.empty() ? "/" : path, std::max(1.0, static_cast<double>(*taken))});
+    times.push_back({directoryPath(line.substr(tab + 1)), std::max(1.0, static_cast<double>(*taken))});
   }
   return times;
 }
@@ -127,15 +122,11 @@ std::vector<SliceDirectory> namedDirectories(const Request& request) {
       throw UsageError("--slice: " + shown(named) + ": " + reason);
     };
     SliceDirectory directory;
-    for (const MountPoint& filesystem : request.definition.filesystems) {
-      const std::string root = withoutSlash(filesystem.localPath());
-      if (!local.starts_with(root + "/")) continue;
-      if (directory.filesystem != nullptr &&
-          root.size() < withoutSlash(directory.filesystem->localPath()).size())
-        continue;
-      directory = {&filesystem, withoutSlash(filesystem.path) + local.substr(root.size())};
-    }
+    directory.filesystem = filesystemOf(request.definition, local,
+                                        [](const MountPoint& mountPoint) { return mountPoint.localPath(); });
     if (directory.filesystem == nullptr) refuse("it lies below no mount point of the definition");
+    directory.path = withoutSlash(directory.filesystem->path) +
+                     local.substr(withoutSlash(directory.filesystem->localPath()).size());
     const std::string reason = whyNoSlice(request.definition, *directory.filesystem, directory.path);
     if (!reason.empty()) refuse(reason);
     if (std::any_of(directories.begin(), directories.end(),
@@ -153,16 +144,18 @@ std::string percent(double share) {
 std::vector<SliceDirectory> chosenDirectories(const Request& request, std::vector<std::string>& remarks) {
   const Definition& definition = request.definition;
   std::vector<std::string> roots;
-  for (const MountPoint& filesystem : definition.filesystems) roots.push_back(rootOf(filesystem));
+  for (const MountPoint& filesystem : definition.filesystems) roots.push_back(directoryPath(filesystem.path));
   const SliceNumber number{request.slices.count, !request.slices.times.empty()};
-  const auto mayBeSlice = [&definition](const std::string& path) {
-    const MountPoint* const filesystem = filesystemOf(definition, path);
+  const auto holderOf = [&definition](const std::string& path) {
+    return filesystemOf(definition, path, [](const MountPoint& mountPoint) { return mountPoint.path; });
+  };
+  const auto mayBeSlice = [&](const std::string& path) {
+    const MountPoint* const filesystem = holderOf(path);
     return filesystem != nullptr && whyNoSlice(definition, *filesystem, path).empty();
   };
   const SliceChoice choice = chooseSlices(roots, weightsFor(request), number, mayBeSlice);
   std::vector<SliceDirectory> directories;
-  for (const std::string& path : choice.directories)
-    directories.push_back({filesystemOf(definition, path), path});
+  for (const std::string& path : choice.directories) directories.push_back({holderOf(path), path});
   if (directories.empty()) throw UsageError("--slices: there is no directory that can be a slice");
   if (directories.size() < request.slices.count) {
     remarks.push_back("there are no more than " + std::to_string(directories.size()) +

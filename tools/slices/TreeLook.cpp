@@ -98,6 +98,11 @@ std::string withoutSlash(const std::string& path) {
   return path.substr(0, path.find_last_not_of('/') + 1);
 }
 
+std::string directoryPath(const std::string& path) {
+  const std::string directory = withoutSlash(path);
+  return directory.empty() ? "/" : directory;
+}
+
 std::string parentOf(const std::string& path) {
   const size_t slash = path.rfind('/');
   return slash == 0 || slash == std::string::npos ? "/" : path.substr(0, slash);
@@ -120,7 +125,7 @@ void addLook(const MountPoint& filesystem, Weights& weights) {
     if (!isThere || status.st_dev != root.st_dev) continue;
     ++read;
     const double own = readDirectory(filesystem, path, waiting);
-    double& known = weights[path.empty() ? "/" : path];
+    double& known = weights[directoryPath(path)];
     known = std::max(known, own);
     entries += own;
   }

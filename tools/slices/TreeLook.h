@@ -26,4 +26,7 @@ std::string parentOf(const std::string& path);
 /// The name that a definition has for a file system's own directory, without a slash behind; "" for "/".
 std::string withoutSlash(const std::string& path);
 
+/// A directory's path as weights have it: without a slash behind, but "/" itself.
+std::string directoryPath(const std::string& path);
+
 }  // namespace agent::scandef
