@@ -110,6 +110,24 @@ TEST(SlicesTest, ASliceThatTookLongIsCutAgainWhateverItsDirectoriesHold) {
     EXPECT_THAT(again, HasSubstr(fs + part + "\n"));
 }
 
+TEST(SlicesTest, TheLastResultTellsWhereEntriesLie) {
+  const TemporaryDirectory tree;
+  const std::string root = std::filesystem::canonical(tree.path()), fs = root + "/fs";
+  tree.file("fs/docs/inner/f");
+  for (int i = 0; i < 20; ++i) tree.file("fs/other/" + std::to_string(i));
+  const std::vector<std::string> words = {fs, "--slices", "1", "--output"};
+  const auto chosen = [&words](const std::string& output, const std::vector<std::string>& more) {
+    std::vector<std::string> all = words;
+    all.push_back(output);
+    all.insert(all.end(), more.begin(), more.end());
+    return cut(all);
+  };
+  EXPECT_THAT(chosen(root + "/looked", {}), HasSubstr("1\t" + fs + "/other\n"));
+  const std::string last = tree.file(
+      "last.dat", madeResult(fs, {{"\"1\",\"5\",\"1\",\"0\",\"88\"", "\"1\",\"5\",\"1000\",\"0\",\"88\""}}));
+  EXPECT_THAT(chosen(root + "/told", {"--last", last}), HasSubstr("1\t" + fs + "/docs"));
+}
+
 /// Results of the rest of a file system and of a slice of it.
 struct TwoResults {
   explicit TwoResults(const std::string& place) {
