@@ -95,23 +95,22 @@ SELECT host, job, to_timestamp(run_time) AS at, run_time, mount_point, kind, cap
 FROM scan.run JOIN scan.filesystem USING (run_id, run_time)
 WHERE scanned = 1;
 
--- What each owner had, run by run.
-CREATE OR REPLACE VIEW scan.owner_history AS
-SELECT host, job, to_timestamp(run_time) AS at, run_time, mount_point, statistic_name, owner_id, owner_name, gone,
-  owner.files, owner.bytes
+-- The statistics of file systems, run by run.
+CREATE OR REPLACE VIEW scan.statistic_history AS
+SELECT host, job, to_timestamp(run_time) AS at, run_id, run_time, mount_point, statistic_name, statistic_number
 FROM scan.run JOIN scan.filesystem USING (run_id, run_time)
 JOIN scan.statistic USING (run_id, run_time, filesystem_number)
-JOIN scan.owner USING (run_id, run_time, statistic_number)
 WHERE directory IS NULL;
+
+-- What each owner had, run by run.
+CREATE OR REPLACE VIEW scan.owner_history AS
+SELECT host, job, at, run_time, mount_point, statistic_name, owner_id, owner_name, gone, files, bytes
+FROM scan.statistic_history JOIN scan.owner USING (run_id, run_time, statistic_number);
 
 -- What each group had, run by run.
 CREATE OR REPLACE VIEW scan.group_history AS
-SELECT host, job, to_timestamp(run_time) AS at, run_time, mount_point, statistic_name, group_id, group_name, gone,
-  owning_group.files, owning_group.bytes
-FROM scan.run JOIN scan.filesystem USING (run_id, run_time)
-JOIN scan.statistic USING (run_id, run_time, filesystem_number)
-JOIN scan.owning_group USING (run_id, run_time, statistic_number)
-WHERE directory IS NULL;
+SELECT host, job, at, run_time, mount_point, statistic_name, group_id, group_name, gone, files, bytes
+FROM scan.statistic_history JOIN scan.owning_group USING (run_id, run_time, statistic_number);
 
 -- What file systems have grown by.
 CREATE OR REPLACE VIEW scan.filesystem_growth AS
